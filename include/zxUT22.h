@@ -1,0 +1,11 @@
+/* zxUT22 — general-purpose utility library of the reporting product.
+ * Public C interface: every export, handle type, constant and error code.
+ * Exports with a final A take narrow text in the default code page, W wide text. */
+#ifndef ZXUT22_H
+#define ZXUT22_H
+
+#include "zxut22/types.h"
+#include "zxut22/prof.h"
+#include "zxut22/util.h"
+
+#endif

@@ -1,0 +1,17 @@
+// Process and thread identity.
+#pragma once
+#include <cstdint>
+#include <string>
+
+namespace plat {
+
+uint32_t ProcessId();
+uint32_t ThreadId();
+unsigned ProcessorCount();           // read once, remembered
+unsigned CurrentProcessor();
+std::u16string ExecutablePath();     // full path of the host executable
+std::u16string LibraryPath();        // full path of the loaded zxUT22 module
+std::u16string ExecutableBaseName(); // file name without folder and extension
+std::u16string EnvironmentVariable(const char16_t* name, bool* found = nullptr);
+
+}  // namespace plat

@@ -1,0 +1,26 @@
+// zxut: the library's jobs for a person at a terminal.
+#include <cstdio>
+#include <cstring>
+#include "zxUT22.h"
+
+static int Version() {
+  std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
+              (long)ProfGetVersion(2), (long)ProfGetVersion(0), (long)UtilGetVersion(0));
+  return 0;
+}
+
+static void Usage() {
+  std::puts("usage: zxut <command> [arguments]\n"
+            "  version     print the library's version");
+}
+
+int main(int argc, char** argv) {
+  if (argc < 2 || std::strcmp(argv[1], "version") == 0) return Version();
+  if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
+    Usage();
+    return 0;
+  }
+  std::fprintf(stderr, "zxut: unknown command '%s'\n", argv[1]);
+  Usage();
+  return 2;
+}
