@@ -7,5 +7,6 @@
 #include "zxut22/types.h"
 #include "zxut22/prof.h"
 #include "zxut22/util.h"
+#include "zxut22/util_text.h"
 
 #endif
