@@ -1,0 +1,289 @@
+// Named shared blocks on POSIX shared memory. Each object starts with a header
+// naming its creator (pid and start time), so that a block left behind by a dead
+// process is recognised; creation and take-over happen under an exclusive flock so
+// that an opener never sees a half-written header.
+#include "platform/shared_memory.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "platform/clock.h"
+#include "platform/errors.h"
+
+namespace plat {
+namespace {
+
+constexpr uint32_t kMagic = 0x4D53585A;   // "ZXSM"
+constexpr uint32_t kHeaderSize = 64;
+
+struct BlockHeader {
+  uint32_t magic;
+  uint32_t headerSize;
+  int32_t creatorPid;
+  uint32_t reserved0;
+  uint64_t creatorStart;   // start time of the creator in clock ticks since boot
+  uint64_t userSize;
+  uint8_t reserved[32];
+};
+static_assert(sizeof(BlockHeader) == kHeaderSize, "block header is 64 bytes");
+
+// "/zxut22.<uid>.Name" for session names, "/zxut22.global.Name" for "Global\Name".
+std::string ShmName(const char16_t* name) {
+  std::string base;
+  const char16_t* p = name ? name : u"";
+  bool global = false;
+  auto startsWith = [&](const char16_t* prefix) {
+    size_t i = 0;
+    for (; prefix[i]; ++i)
+      if (p[i] != prefix[i]) return false;
+    return true;
+  };
+  if (startsWith(u"Global\\")) {
+    global = true;
+    p += 7;
+  } else if (startsWith(u"Local\\")) {
+    p += 6;
+  }
+  for (; *p; ++p) {
+    char16_t c = *p;
+    bool plain = (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') ||
+                 c == u'_' || c == u'-' || c == u'.';
+    base.push_back(plain ? static_cast<char>(c) : '_');
+  }
+  std::string out = "/zxut22.";
+  out += global ? std::string("global") : std::to_string(static_cast<unsigned>(getuid()));
+  out += '.';
+  out += base;
+  return out;
+}
+
+bool IsGlobalName(const char16_t* name) {
+  static const char16_t kPrefix[] = u"Global\\";
+  for (size_t i = 0; kPrefix[i]; ++i)
+    if (!name || name[i] != kPrefix[i]) return false;
+  return true;
+}
+
+// Field 22 of /proc/<pid>/stat: the start time in clock ticks since boot; 0 if unknown.
+uint64_t ProcessStartTime(int pid) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/%d/stat", pid);
+  FILE* f = std::fopen(path, "r");
+  if (!f) return 0;
+  char buf[1024];
+  size_t n = std::fread(buf, 1, sizeof buf - 1, f);
+  std::fclose(f);
+  buf[n] = 0;
+  const char* p = std::strrchr(buf, ')');   // the command may hold blanks
+  if (!p) return 0;
+  ++p;
+  // After ")" come field 3 (state) ... field 22 (starttime): skip 19 fields.
+  for (int field = 3; field < 22 && *p; ++field) {
+    while (*p == ' ') ++p;
+    while (*p && *p != ' ') ++p;
+  }
+  return std::strtoull(p, nullptr, 10);
+}
+
+bool CreatorAlive(const BlockHeader& h) {
+  if (h.creatorPid <= 0) return false;
+  if (kill(h.creatorPid, 0) != 0 && errno != EPERM) return false;
+  uint64_t start = ProcessStartTime(h.creatorPid);
+  return start == 0 || h.creatorStart == 0 || start == h.creatorStart;   // a reused pid differs
+}
+
+bool ReadHeader(int fd, BlockHeader* h) {
+  struct stat st;
+  if (fstat(fd, &st) != 0 || st.st_size < static_cast<off_t>(kHeaderSize)) return false;
+  if (pread(fd, h, sizeof *h, 0) != static_cast<ssize_t>(sizeof *h)) return false;
+  return h->magic == kMagic && h->headerSize == kHeaderSize;
+}
+
+void SetErrno() { SetLastError(ErrorFromErrno(errno)); }
+
+std::atomic<uint64_t>* MapEpochCounter() {
+  std::string n = ShmName(u"publications");
+  int fd = shm_open(n.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (fd < 0) return nullptr;
+  struct stat st;
+  if (fstat(fd, &st) != 0 || (st.st_size < 8 && ftruncate(fd, 8) != 0)) {
+    close(fd);
+    return nullptr;
+  }
+  void* p = mmap(nullptr, 8, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  close(fd);
+  return p == MAP_FAILED ? nullptr : static_cast<std::atomic<uint64_t>*>(p);
+}
+
+std::atomic<uint64_t>* EpochCounter() {
+  static std::atomic<uint64_t>* const counter = MapEpochCounter();
+  return counter;
+}
+
+void BumpEpoch() {
+  if (auto* c = EpochCounter()) c->fetch_add(1, std::memory_order_release);
+}
+
+}  // namespace
+
+SharedBlock::~SharedBlock() { Close(); }
+
+bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed) {
+  Close();
+  std::string n = ShmName(name);
+  mode_t mode = IsGlobalName(name) ? 0644 : 0600;
+  const uint64_t total = uint64_t{kHeaderSize} + size;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    bool created = true;
+    int fd = shm_open(n.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd < 0 && errno == EEXIST) {
+      created = false;
+      fd = shm_open(n.c_str(), O_RDWR | O_CLOEXEC, 0);
+      if (fd < 0 && errno == ENOENT) continue;   // removed in between: create again
+    }
+    if (fd < 0) {
+      SetErrno();
+      return false;
+    }
+    flock(fd, LOCK_EX);
+    BlockHeader h{};
+    bool live = !created && ReadHeader(fd, &h) && CreatorAlive(h);
+    struct stat st;
+    bool ok = fstat(fd, &st) == 0 &&
+              (st.st_size >= static_cast<off_t>(total) || ftruncate(fd, static_cast<off_t>(total)) == 0);
+    void* base = ok ? mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
+    if (base == MAP_FAILED) {
+      SetErrno();
+      flock(fd, LOCK_UN);
+      close(fd);
+      return false;
+    }
+    if (!live) {
+      // New, or left behind by a process that has ended: it becomes ours, as new.
+      std::memset(static_cast<char*>(base) + kHeaderSize, 0, size);
+      BlockHeader mine{};
+      mine.magic = kMagic;
+      mine.headerSize = kHeaderSize;
+      mine.creatorPid = static_cast<int32_t>(getpid());
+      mine.creatorStart = ProcessStartTime(getpid());
+      mine.userSize = size;
+      std::memcpy(base, &mine, sizeof mine);
+    }
+    flock(fd, LOCK_UN);
+    handle_ = fd;
+    base_ = base;
+    view_ = static_cast<char*>(base) + kHeaderSize;
+    viewSize_ = size;
+    if (existed) *existed = live;
+    if (!live) BumpEpoch();
+    SetLastError(live ? kErrAlreadyExists : 0);
+    return true;
+  }
+  SetLastError(kErrAccessDenied);
+  return false;
+}
+
+bool SharedBlock::OpenReadOnly(const char16_t* name) {
+  Close();
+  std::string n = ShmName(name);
+  int fd = shm_open(n.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  if (fd < 0) {
+    SetErrno();
+    return false;
+  }
+  flock(fd, LOCK_SH);   // waits for a creator still writing the header
+  BlockHeader h{};
+  bool live = ReadHeader(fd, &h) && CreatorAlive(h);
+  flock(fd, LOCK_UN);
+  if (!live) {
+    close(fd);
+    SetLastError(kErrFileNotFound);
+    return false;
+  }
+  handle_ = fd;
+  return true;
+}
+
+const void* SharedBlock::MapReadOnly(uint32_t size) {
+  Unmap();
+  if (!IsOpen()) {
+    SetLastError(kErrInvalidHandle);
+    return nullptr;
+  }
+  const uint64_t total = uint64_t{kHeaderSize} + size;
+  struct stat st;
+  if (fstat(static_cast<int>(handle_), &st) != 0 || st.st_size < static_cast<off_t>(total)) {
+    SetLastError(kErrAccessDenied);   // what a view beyond the mapping's size gives
+    return nullptr;
+  }
+  void* base = mmap(nullptr, total, PROT_READ, MAP_SHARED, static_cast<int>(handle_), 0);
+  if (base == MAP_FAILED) {
+    SetErrno();
+    return nullptr;
+  }
+  base_ = base;
+  view_ = static_cast<char*>(base) + kHeaderSize;
+  viewSize_ = size;
+  return view_;
+}
+
+void SharedBlock::Unmap() {
+  if (base_) munmap(base_, uint64_t{kHeaderSize} + viewSize_);
+  base_ = nullptr;
+  view_ = nullptr;
+  viewSize_ = 0;
+}
+
+void SharedBlock::Close() {
+  Unmap();
+  if (handle_ != kNoHandle) close(static_cast<int>(handle_));
+  handle_ = kNoHandle;
+}
+
+uint64_t PublicationEpoch() {
+  if (auto* c = EpochCounter()) return c->load(std::memory_order_acquire);
+  return TickCount64();   // no counter: let every millisecond count as a change
+}
+
+uint64_t MutexCreate() {
+  auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
+  if (!m) return 0;
+  pthread_mutexattr_t attr;
+  pthread_mutexattr_init(&attr);
+  pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(m, &attr);
+  pthread_mutexattr_destroy(&attr);
+  return reinterpret_cast<uint64_t>(m);
+}
+
+void MutexLock(uint64_t mutex) {
+  if (mutex) pthread_mutex_lock(reinterpret_cast<pthread_mutex_t*>(mutex));
+}
+
+void MutexUnlock(uint64_t mutex) {
+  if (mutex) pthread_mutex_unlock(reinterpret_cast<pthread_mutex_t*>(mutex));
+}
+
+void MutexClose(uint64_t mutex) {
+  if (!mutex) return;
+  auto* m = reinterpret_cast<pthread_mutex_t*>(mutex);
+  pthread_mutex_destroy(m);
+  std::free(m);
+}
+
+void* GlobalAllocZero(size_t size) { return std::calloc(1, size ? size : 1); }
+void GlobalFreeBlock(void* block) { std::free(block); }
+
+}  // namespace plat

@@ -1,0 +1,37 @@
+// Local time from CLOCK_REALTIME and the time zone; the counter is CLOCK_MONOTONIC
+// in nanoseconds.
+#include "platform/timestamp.h"
+
+#include <time.h>
+
+namespace plat {
+
+void LocalTimeNow(SystemTime* out) {
+  timespec ts;
+  clock_gettime(CLOCK_REALTIME, &ts);
+  struct tm t;
+  time_t secs = ts.tv_sec;
+  localtime_r(&secs, &t);
+  out->year = static_cast<uint16_t>(t.tm_year + 1900);
+  out->month = static_cast<uint16_t>(t.tm_mon + 1);
+  out->dayOfWeek = static_cast<uint16_t>(t.tm_wday);
+  out->day = static_cast<uint16_t>(t.tm_mday);
+  out->hour = static_cast<uint16_t>(t.tm_hour);
+  out->minute = static_cast<uint16_t>(t.tm_min);
+  out->second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);
+  out->milliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
+}
+
+bool PerformanceCounter(int64_t* value) {
+  timespec ts;
+  if (clock_gettime(CLOCK_MONOTONIC, &ts) != 0) return false;
+  *value = static_cast<int64_t>(ts.tv_sec) * 1000000000 + ts.tv_nsec;
+  return true;
+}
+
+bool PerformanceFrequency(int64_t* frequency) {
+  *frequency = 1000000000;
+  return true;
+}
+
+}  // namespace plat

@@ -1,0 +1,71 @@
+// Named blocks of memory shared between processes, the recursive mutex whose handle
+// sits in such a block, and memory any copy of the library in a process may free.
+//
+// Names follow the system's object namespace: "Local\X" and plain "X" are private
+// to the session (Windows) or the user (Linux); "Global\X" is machine-wide.
+// Windows: page-file mappings with a null DACL (CreateFileMappingW, OpenFileMappingW).
+// Linux: POSIX shared memory named "/zxut22.<uid>.X" (or "/zxut22.global.X"), with a
+// small header in front of the caller's bytes that records the creating process and
+// its start time. A block whose creator has ended counts as absent for an open, and
+// is taken over (counted as new) by the next create, so a stale block of a dead
+// process is never mistaken for a live one. The name stays after its creator ends,
+// like a Windows mapping that somebody still holds, so a restarted publisher takes
+// over the very block that clients keep mapped.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+namespace plat {
+
+class SharedBlock {
+ public:
+  SharedBlock() = default;
+  ~SharedBlock();
+  SharedBlock(const SharedBlock&) = delete;
+  SharedBlock& operator=(const SharedBlock&) = delete;
+
+  // Creates the block, or opens the one in place, and maps `size` bytes writable.
+  // *existed tells whether a live block of that name was there (ERROR_ALREADY_EXISTS).
+  // False on failure, with LastError set and nothing open.
+  bool Create(const char16_t* name, uint32_t size, bool* existed);
+  // Opens an existing block for reading (no view yet). False with LastError 2 when
+  // there is none (or only a stale one), 5 when access is denied.
+  bool OpenReadOnly(const char16_t* name);
+  // Maps `size` bytes of the open block, replacing an earlier view. Null (LastError
+  // set) when the block is smaller or the system refuses.
+  const void* MapReadOnly(uint32_t size);
+  void Unmap();
+  void Close();   // unmaps and closes
+
+  bool IsOpen() const { return handle_ != kNoHandle; }
+  void* View() const { return view_; }
+  uint32_t ViewSize() const { return viewSize_; }
+
+ private:
+  static constexpr intptr_t kNoHandle = -1;
+  intptr_t handle_ = kNoHandle;   // HANDLE or file descriptor
+  void* base_ = nullptr;          // mapping base (Linux: the header)
+  void* view_ = nullptr;          // the caller's bytes
+  uint32_t viewSize_ = 0;
+};
+
+// A value that changes whenever a named block may have been published since it was
+// last read, so that a caller polling for a publisher can skip the look-up while it
+// stays the same. One load on Linux, where every create bumps a per-user counter;
+// the millisecond tick on Windows, where foreign programs publish blocks.
+uint64_t PublicationEpoch();
+
+// A recursive mutex known by a 64-bit handle that can live in a block shared by the
+// copies of the library within one process (Windows: an unnamed mutex object;
+// Linux: a process-heap pthread mutex). Waits are infinite. 0 is no mutex.
+uint64_t MutexCreate();
+void MutexLock(uint64_t mutex);
+void MutexUnlock(uint64_t mutex);
+void MutexClose(uint64_t mutex);
+
+// Zero-filled memory from the process's global heap (GlobalAlloc(GMEM_ZEROINIT) on
+// Windows), which any copy of the library in the process may free.
+void* GlobalAllocZero(size_t size);
+void GlobalFreeBlock(void* block);
+
+}  // namespace plat

@@ -1,0 +1,27 @@
+// Time stamps for log lines: the local wall-clock time with milliseconds
+// (GetLocalTime) and the high-resolution counter (QueryPerformanceCounter).
+#pragma once
+#include <cstdint>
+
+namespace plat {
+
+// SYSTEMTIME, field for field.
+struct SystemTime {
+  uint16_t year;
+  uint16_t month;
+  uint16_t dayOfWeek;
+  uint16_t day;
+  uint16_t hour;
+  uint16_t minute;
+  uint16_t second;
+  uint16_t milliseconds;
+};
+static_assert(sizeof(SystemTime) == 16, "SYSTEMTIME is 16 bytes");
+
+void LocalTimeNow(SystemTime* out);
+
+// False when the system has no working counter.
+bool PerformanceCounter(int64_t* value);
+bool PerformanceFrequency(int64_t* frequency);
+
+}  // namespace plat
