@@ -175,8 +175,7 @@ class String {
 
  protected:
   // The single comparison routine behind every slot.
-  int CompareWith(const char16_t* other, int64_t otherLength, int64_t count,
-                  bool locale) const;
+  int CompareWith(const char16_t* other, int64_t count, bool locale) const;
 
  private:
   friend class IString;
@@ -234,6 +233,7 @@ uint16_t CachedUILanguage();
 
 // Index of `needle` in `text` from `start`, or -1; an empty needle gives -1.
 int64_t FindSubstring(const char16_t* text, const char16_t* needle, int64_t start = 0);
+int64_t FindSubstring(std::u16string_view text, std::u16string_view needle, int64_t start);
 
 // The 64-bit text hash over `byteCount` bytes.
 uint64_t HashBytes(const void* data, size_t byteCount);
