@@ -3,18 +3,47 @@
 // l always 32 bits, %I64d/%I32d/%Id, %p as 16 upper-case hex digits, %#p as 0X +
 // 16 digits, "(null)" for a null string, floating point as the universal CRT
 // prints it. Narrow arguments are widened in the default code page of String.
+//
+// Where the runtime is lenient the formatter is too: an unknown conversion
+// character is printed as text ("%y" gives "y") and a "%" at the end of the
+// format is dropped. The result is -1 for what the runtime rejects: two size
+// prefixes ("%hld"), "N", an integer conversion with L, w or T, %n (the runtime
+// keeps %n disabled), and a width or precision above INT_MAX. Widths and
+// precisions are honoured up to INT_MAX without allocating: padding and zeros are
+// counted, not stored, once the output buffer is full. A result longer than
+// INT_MAX units is -1. %f, %e, %g take a double also with L (long double is a
+// double on Windows).
 #pragma once
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 
 namespace zx {
 
 // Formats into dst (capacity in units, including the terminator). Returns the
 // length the whole output needs, not counting the terminator, or -1 when the
 // format is invalid. dst is always terminated when cap > 0; output is cut at
-// cap - 1 units.
+// cap - 1 units; on -1 dst is empty. dst may be null when cap is 0 (a measuring
+// call).
 int VFormatTo(char16_t* dst, size_t cap, const char16_t* format, va_list args);
 int FormatTo(char16_t* dst, size_t cap, const char16_t* format, ...);
+
+// Receives the output of VFormatToSink in pieces, in order. Pieces are not
+// terminated.
+using FormatSinkFn = void (*)(void* context, const char16_t* text, size_t count);
+
+// Formats through a sink (for growing buffers). Returns the total length, or -1
+// when the format is invalid or the output would pass INT_MAX units; then the
+// sink may already have received the output up to the fault.
+int VFormatToSink(FormatSinkFn sink, void* context, const char16_t* format, va_list args);
+
+// The code page that %hs, %S, %hc, %C and %Z widen in (and %hs, %S, %hc, %C,
+// %h[ narrow in when scanning): String's default code page; 0 widens byte by
+// byte. String installs its getter here; until then the system's ANSI code page
+// is used.
+using CodePageSource = uint32_t (*)();
+void SetFormatCodePageSource(CodePageSource source);
+uint32_t FormatCodePage();
 
 // swscanf with the same conventions (%d %i %u %x %X %o %I64d %ld %hd %s %c %[ %n
 // %f %lf %e %g, widths, '*'). Returns the number of fields assigned, or -1 (EOF)
