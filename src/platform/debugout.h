@@ -1,6 +1,7 @@
 // The last-resort debug channel (OutputDebugStringW) and the debugger questions.
-// On Linux it is silent unless ZXUT_ODS=stderr or ZXUT_ODS=/path/file; tests install
-// a hook that sees every line.
+// On Linux it is silent unless ZXUT_ODS=stderr or ZXUT_ODS=/path/file (appended,
+// UTF-8, one line per call; the variable is read once). Tests install a hook that
+// sees every line, whatever the destination.
 #pragma once
 
 namespace plat {
@@ -8,8 +9,10 @@ namespace plat {
 void DebugOutput(const char16_t* text);
 
 using DebugOutputHook = void (*)(const char16_t* text, void* context);
-// Installs a hook that receives every line (null removes it). Returns the old hook.
-DebugOutputHook SetDebugOutputHook(DebugOutputHook hook, void* context);
+// Installs a hook that receives every line (null removes it); thread-safe against
+// lines in flight. Returns the old hook, and its context through `oldContext`.
+DebugOutputHook SetDebugOutputHook(DebugOutputHook hook, void* context,
+                                   void** oldContext = nullptr);
 
 bool DebuggerPresent();
 void BreakIntoDebugger();

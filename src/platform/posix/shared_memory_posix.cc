@@ -19,7 +19,6 @@
 #include <cstring>
 #include <string>
 
-#include "platform/clock.h"
 #include "platform/errors.h"
 
 namespace plat {
@@ -140,7 +139,7 @@ void BumpEpoch() {
 
 SharedBlock::~SharedBlock() { Close(); }
 
-bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed) {
+bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed, bool publish) {
   Close();
   std::string n = ShmName(name);
   mode_t mode = IsGlobalName(name) ? 0644 : 0600;
@@ -187,7 +186,7 @@ bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed) {
     view_ = static_cast<char*>(base) + kHeaderSize;
     viewSize_ = size;
     if (existed) *existed = live;
-    if (!live) BumpEpoch();
+    if (publish) BumpEpoch();
     SetLastError(live ? kErrAlreadyExists : 0);
     return true;
   }
@@ -254,8 +253,14 @@ void SharedBlock::Close() {
 
 uint64_t PublicationEpoch() {
   if (auto* c = EpochCounter()) return c->load(std::memory_order_acquire);
-  return TickCount64();   // no counter: let every millisecond count as a change
+  return ~uint64_t{0};   // no counter: every call is due (see PublicationNextDue)
 }
+
+uint64_t PublicationNextDue(uint64_t epochBeforeLookup, uint64_t) {
+  return EpochCounter() ? epochBeforeLookup + 1 : 0;
+}
+
+bool PublicationLiftsBackoff() { return EpochCounter() != nullptr; }
 
 uint64_t MutexCreate() {
   auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));

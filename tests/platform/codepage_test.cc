@@ -1,0 +1,248 @@
+// Code-page conversion: our 1252 and UTF-8 against iconv and the system's rules,
+// other pages through the OS converters.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "platform/codepage.h"
+#include "platform/errors.h"
+#include "test_util.h"
+
+using namespace plat;
+
+namespace {
+
+std::u16string ToWide(uint32_t cp, const std::string& s, uint32_t flags = 0) {
+  int n = MultiByteToWide(cp, flags, s.data(), static_cast<int>(s.size()), nullptr, 0);
+  std::u16string out(static_cast<size_t>(n), u'\0');
+  if (n) {
+    EXPECT_EQ(n, MultiByteToWide(cp, flags, s.data(), static_cast<int>(s.size()), out.data(), n));
+  }
+  return out;
+}
+
+std::string ToNarrow(uint32_t cp, const std::u16string& s, uint32_t flags = 0,
+                     const char* def = nullptr, bool* used = nullptr) {
+  int n = WideToMultiByte(cp, flags, s.data(), static_cast<int>(s.size()), nullptr, 0, def, used);
+  std::string out(static_cast<size_t>(n), '\0');
+  if (n) {
+    EXPECT_EQ(n, WideToMultiByte(cp, flags, s.data(), static_cast<int>(s.size()), out.data(), n,
+                                 def, used));
+  }
+  return out;
+}
+
+std::string AllBytes(bool skipUndefined1252) {
+  std::string s;
+  for (int b = 1; b < 256; ++b) {
+    if (skipUndefined1252 && (b == 0x81 || b == 0x8D || b == 0x8F || b == 0x90 || b == 0x9D)) continue;
+    s.push_back(char(b));
+  }
+  return s;
+}
+
+}  // namespace
+
+TEST(Codepage, Cp1252MatchesIconvOverAllDefinedBytes) {
+  std::string bytes = AllBytes(true);
+  std::string expected;
+  ASSERT_TRUE(ptest::RunFilter("iconv -f CP1252 -t UTF-16LE", bytes, expected));
+  EXPECT_EQ(ToWide(1252, bytes), ptest::FromUtf16Le(expected));
+  // And back: every defined byte round-trips exactly.
+  EXPECT_EQ(ToNarrow(1252, ptest::FromUtf16Le(expected), kWcNoBestFitChars), bytes);
+}
+
+TEST(Codepage, Cp1252UndefinedBytesMapToC1AndBack) {
+  const unsigned char undefined[] = {0x81, 0x8D, 0x8F, 0x90, 0x9D};
+  for (unsigned char b : undefined) {
+    std::string s(1, char(b));
+    std::u16string w = ToWide(1252, s, kMbErrInvalidChars);
+    ASSERT_EQ(w.size(), 1u);
+    EXPECT_EQ(w[0], char16_t(b));
+    EXPECT_EQ(ToNarrow(1252, w), s);
+  }
+}
+
+TEST(Codepage, AnsiCodePageIsTheDefault) {
+  EXPECT_EQ(ToWide(kCpAcp, "\x80\xe4"), ToWide(AnsiCodePage(), "\x80\xe4"));
+  EXPECT_EQ(ToWide(kCpThreadAcp, "\x80"), ToWide(AnsiCodePage(), "\x80"));
+}
+
+TEST(Codepage, Cp1252BestFitAndDefaultChar) {
+  bool used = true;
+  // Accented Latin letters outside 1252 fall back to their base letter, fullwidth
+  // forms to ASCII; no default character was needed.
+  EXPECT_EQ(ToNarrow(1252, u"\u0100\u0142\uFF21\u2212", 0, nullptr, &used), "AlA-");
+  EXPECT_FALSE(used);
+  // Without best fit they become the default character.
+  EXPECT_EQ(ToNarrow(1252, u"\u0100x", kWcNoBestFitChars, nullptr, &used), "?x");
+  EXPECT_TRUE(used);
+  EXPECT_EQ(ToNarrow(1252, u"\u4E2D", 0, "#", &used), "#");
+  EXPECT_TRUE(used);
+  // Each half of a surrogate pair is one unmappable unit.
+  EXPECT_EQ(ToNarrow(1252, u"\U0001F600"), "??");
+  // The euro sign and typographic quotes are in the table proper.
+  EXPECT_EQ(ToNarrow(1252, u"\u20AC\u201C\u201D"), "\x80\x93\x94");
+}
+
+TEST(Codepage, Utf8ValidRoundTripIncludingSurrogatePairs) {
+  std::u16string text = u"a\u00e4\u20AC\U0001F600\uFFFF\U0010FFFF";
+  std::string utf8 = ToNarrow(kCpUtf8, text);
+  std::string expected;
+  ASSERT_TRUE(ptest::RunFilter("iconv -f UTF-16LE -t UTF-8", ptest::ToUtf16Le(text), expected));
+  EXPECT_EQ(utf8, expected);
+  EXPECT_EQ(ToWide(kCpUtf8, utf8, kMbErrInvalidChars), text);
+}
+
+struct Utf8Case {
+  const char* name;
+  std::string in;
+  std::u16string out;
+};
+
+TEST(Codepage, Utf8InvalidSequencesBecomeReplacementCharacters) {
+  const Utf8Case cases[] = {
+      {"lone lead C0", "\xC0", u"\uFFFD"},
+      {"overlong slash", "\xC0\xAF", u"\uFFFD\uFFFD"},
+      {"overlong 3-byte", "\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},
+      {"overlong 4-byte", "\xF0\x80\x80\xAF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"encoded surrogate", "\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
+      {"lead then space", "\xE0\x20\xC0", u"\uFFFD \uFFFD"},
+      {"E0 C0", "\xE0\xC0", u"\uFFFD\uFFFD"},
+      {"truncated 3-byte at end", "a\xE6\x97", u"a\uFFFD"},
+      {"truncated then ASCII", "\xE6\x97z", u"\uFFFDz"},
+      {"stray continuations", "\x82\xA0", u"\uFFFD\uFFFD"},
+      {"five-byte form", "\xF8\xA3\xA3\xA3\xA3", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"above U+10FFFF", "\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"FE FF", "\xFE\xFF", u"\uFFFD\uFFFD"},
+  };
+  for (const Utf8Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(ToWide(kCpUtf8, c.in), c.out);
+    SetLastError(0);
+    EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, c.in.data(), static_cast<int>(c.in.size()),
+                              nullptr, 0),
+              0);
+    EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+  }
+}
+
+TEST(Codepage, Utf8LoneSurrogatesOnOutput) {
+  EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(u"a") + char16_t(0xD800) + u"b"), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(1, char16_t(0xDC00))), "\xEF\xBF\xBD");
+  std::u16string bad = std::u16string(u"x") + char16_t(0xDFFF);
+  SetLastError(0);
+  EXPECT_EQ(WideToMultiByte(kCpUtf8, kWcErrInvalidChars, bad.data(), 2, nullptr, 0), 0);
+  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+}
+
+TEST(Codepage, TerminatorAndBufferRules) {
+  char16_t buf[8];
+  // -1 counts the terminator.
+  EXPECT_EQ(MultiByteToWide(kCpUtf8, 0, "ab", -1, nullptr, 0), 3);
+  EXPECT_EQ(MultiByteToWide(kCpUtf8, 0, "ab", -1, buf, 8), 3);
+  EXPECT_EQ(buf[2], 0);
+  // Too small: filled as far as it goes, then error 122.
+  std::fill(buf, buf + 8, u'#');
+  SetLastError(0);
+  EXPECT_EQ(MultiByteToWide(1252, 0, "abc", 3, buf, 2), 0);
+  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(buf[0], u'a');
+  EXPECT_EQ(buf[2], u'#');
+  // A surrogate pair never gets split at the end of the buffer.
+  std::fill(buf, buf + 8, u'#');
+  EXPECT_EQ(MultiByteToWide(kCpUtf8, 0, "a\xF0\x9F\x98\x80", 5, buf, 2), 0);
+  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(buf[1], u'#');
+  // Buffer overflow takes precedence over invalid input.
+  EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, "\xC0", 2, buf, 1), 0);
+  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+}
+
+TEST(Codepage, BadArgumentsAndFlags) {
+  char16_t w[4];
+  char n[4];
+  const struct {
+    int result;
+    uint32_t error;
+  } expected = {0, kErrInvalidParameter};
+  SetLastError(0);
+  EXPECT_EQ(MultiByteToWide(1252, 0, nullptr, 3, w, 4), expected.result);
+  EXPECT_EQ(LastError(), expected.error);
+  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 0, w, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, nullptr, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, w, -1), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(WideToMultiByte(1252, 0, nullptr, 1, n, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  // Flags that the page does not take.
+  EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbPrecomposed, "a", 1, w, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(MultiByteToWide(1252, kMbPrecomposed | kMbComposite, "a", 1, w, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(WideToMultiByte(1252, kWcErrInvalidChars, u"a", 1, n, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  // UTF-8 takes no default character.
+  bool used;
+  EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, "?", nullptr), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, nullptr, &used), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  // Unknown code pages.
+  EXPECT_FALSE(IsValidCodePage(12345));
+  EXPECT_EQ(MultiByteToWide(12345, 0, "a", 1, w, 4), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_TRUE(IsValidCodePage(1252));
+  EXPECT_TRUE(IsValidCodePage(65001));
+  EXPECT_TRUE(IsValidCodePage(1251));
+}
+
+TEST(Codepage, SymbolPage) {
+  EXPECT_EQ(ToWide(kCpSymbol, "\x01 A\xFF"), u"\u0001\uF020\uF041\uF0FF");
+  EXPECT_EQ(ToNarrow(kCpSymbol, u"\u0001\uF020\uF041"), "\x01 A");
+  SetLastError(0);
+  EXPECT_EQ(WideToMultiByte(kCpSymbol, 0, u"A", 1, nullptr, 0), 0);
+  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+}
+
+TEST(Codepage, Cp1251MatchesIconv) {
+  std::string bytes = AllBytes(false);
+  bytes.erase(bytes.find('\x98'), 1);  // the one byte 1251 leaves undefined
+  std::string expected;
+  ASSERT_TRUE(ptest::RunFilter("iconv -f CP1251 -t UTF-16LE", bytes, expected));
+  std::u16string wide = ToWide(1251, bytes);
+  EXPECT_EQ(wide, ptest::FromUtf16Le(expected));
+  EXPECT_EQ(ToNarrow(1251, wide, kWcNoBestFitChars), bytes);
+}
+
+TEST(Codepage, Cp932SamplesMatchIconv) {
+  // Hiragana, kanji, half-width katakana, the yen sign position and a two-byte
+  // punctuation mark.
+  const std::string sample = "\x82\xA0\x82\xA2 \x93\xFA\x96\x7B\x8C\xEA \xB1\xB2 \\ \x81\x40 \x81\x5C";
+  std::string expected;
+  ASSERT_TRUE(ptest::RunFilter("iconv -f CP932 -t UTF-16LE", sample, expected));
+  std::u16string wide = ToWide(932, sample);
+  EXPECT_EQ(wide, ptest::FromUtf16Le(expected));
+  EXPECT_EQ(ToNarrow(932, wide), sample);
+  // A lead byte without its trail byte becomes the page's default character, or a
+  // failure with MB_ERR_INVALID_CHARS.
+  EXPECT_EQ(ToWide(932, "\x93"), u"\u30FB");
+  SetLastError(0);
+  EXPECT_EQ(MultiByteToWide(932, kMbErrInvalidChars, "\x93", 1, nullptr, 0), 0);
+  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+  // Unmappable text gets the default character and reports it.
+  bool used = false;
+  EXPECT_EQ(ToNarrow(932, u"a\u0100", kWcNoBestFitChars, nullptr, &used), "a?");
+  EXPECT_TRUE(used);
+}
+
+TEST(Codepage, Utf8HelpersAreLossyButSafe) {
+  EXPECT_EQ(Utf8ToUtf16("gr\xC3\xBC\xC3\x9F"), u"gr\u00FC\u00DF");
+  EXPECT_EQ(Utf8ToUtf16("\xFF"), u"\uFFFD");
+  EXPECT_EQ(Utf16ToUtf8(u"\U0001F600"), "\xF0\x9F\x98\x80");
+  EXPECT_EQ(Utf16ToUtf8(std::u16string(1, char16_t(0xD800))), "\xEF\xBF\xBD");
+  EXPECT_EQ(Utf16ToUtf8(u""), "");
+}
