@@ -7,6 +7,7 @@
 #include "zxut22/types.h"
 #include "zxut22/prof.h"
 #include "zxut22/util.h"
+#include "zxut22/util_debug.h"
 #include "zxut22/util_text.h"
 
 #endif

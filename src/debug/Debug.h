@@ -25,16 +25,17 @@ void DebugPrintV(int indentChange, const char16_t* tag, const char16_t* format, 
 // The text is not copied: it must live until it is removed.
 void DebugSetThreadName(const char* name);
 
-// A trace scope: prints an opening line (">...") with +1 and the closing line with
-// -1 when it ends. Nothing is formatted while debug output is off.
+// A trace scope: prints its opening text (by convention ">Name(...)") with +1, and
+// at its end a closing line with -1: the Close text, or "<" and the opening text
+// without its ">". Nothing is formatted, and the indentation is not touched, when
+// debug output was off at the opening.
 class DebugScope {
  public:
   DebugScope(const char16_t* format, ...);
   ~DebugScope();
   // A line inside the scope, at its indentation.
   void Line(const char16_t* format, ...);
-  // Sets the closing line's text (e.g. u"<Foo->%d"); without it the scope closes
-  // with a line "<" followed by the opening text.
+  // Prints the closing line now (e.g. u"<Foo->%d"); the destructor then prints none.
   void Close(const char16_t* format, ...);
   DebugScope(const DebugScope&) = delete;
   DebugScope& operator=(const DebugScope&) = delete;

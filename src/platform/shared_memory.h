@@ -26,8 +26,9 @@ class SharedBlock {
 
   // Creates the block, or opens the one in place, and maps `size` bytes writable.
   // *existed tells whether a live block of that name was there (ERROR_ALREADY_EXISTS).
-  // False on failure, with LastError set and nothing open.
-  bool Create(const char16_t* name, uint32_t size, bool* existed);
+  // `publish` marks a block that others poll for (see PublicationEpoch). False on
+  // failure, with LastError set and nothing open.
+  bool Create(const char16_t* name, uint32_t size, bool* existed, bool publish = false);
   // Opens an existing block for reading (no view yet). False with LastError 2 when
   // there is none (or only a stale one), 5 when access is denied.
   bool OpenReadOnly(const char16_t* name);
@@ -49,11 +50,15 @@ class SharedBlock {
   uint32_t viewSize_ = 0;
 };
 
-// A value that changes whenever a named block may have been published since it was
-// last read, so that a caller polling for a publisher can skip the look-up while it
-// stays the same. One load on Linux, where every create bumps a per-user counter;
-// the millisecond tick on Windows, where foreign programs publish blocks.
+// Polling for a published block without a clock read on every call. A caller keeps
+// `due = PublicationNextDue(PublicationEpoch() read before its look-up, its retry
+// tick)` and may skip look-ups while PublicationEpoch() < due.
+// Linux: the epoch is a per-user counter that every publishing create bumps (one
+// load), and a publication lifts the caller's back-off. Windows, where foreign
+// programs publish blocks: the epoch is the (cheap) tick and the back-off stands.
 uint64_t PublicationEpoch();
+uint64_t PublicationNextDue(uint64_t epochBeforeLookup, uint64_t retryTick);
+bool PublicationLiftsBackoff();
 
 // A recursive mutex known by a 64-bit handle that can live in a block shared by the
 // copies of the library within one process (Windows: an unnamed mutex object;

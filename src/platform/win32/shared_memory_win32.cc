@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include "platform/clock.h"
 #include "platform/errors.h"
 
 namespace plat {
@@ -30,7 +31,7 @@ const wchar_t* W(const char16_t* s) { return reinterpret_cast<const wchar_t*>(s)
 
 SharedBlock::~SharedBlock() { Close(); }
 
-bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed) {
+bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed, bool) {
   Close();
   HANDLE h = CreateFileMappingW(INVALID_HANDLE_VALUE, NullDaclAttributes(),
                                 PAGE_READWRITE | SEC_COMMIT, 0, size, W(name));
@@ -94,7 +95,10 @@ void SharedBlock::Close() {
   handle_ = kNoHandle;
 }
 
-uint64_t PublicationEpoch() { return GetTickCount64(); }
+// The hookable tick, so a fake clock in tests moves the back-off as well.
+uint64_t PublicationEpoch() { return TickCount64(); }
+uint64_t PublicationNextDue(uint64_t, uint64_t retryTick) { return retryTick + 1; }
+bool PublicationLiftsBackoff() { return false; }
 
 uint64_t MutexCreate() { return reinterpret_cast<uint64_t>(CreateMutexW(nullptr, FALSE, nullptr)); }
 

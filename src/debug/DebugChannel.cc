@@ -1,0 +1,440 @@
+// The channel's life: construction on first use, the shared blocks, the viewer
+// look-up and re-attach test, the cheap activity test, hello and goodbye, the log
+// settings, thread names and the sender's attach count.
+#include "debug/DebugChannel.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "core/Format.h"
+#include "debug/Debug.h"
+#include "platform/clock.h"
+#include "platform/debugout.h"
+#include "platform/errors.h"
+#include "platform/legacy_viewer.h"
+#include "platform/log_file.h"
+#include "platform/process.h"
+#include "platform/registry.h"
+#include "platform/version_info.h"
+
+namespace zx {
+namespace {
+
+constexpr uint64_t kRetryMs = 5000;
+constexpr char16_t kOldViewerClass[] = u"ZrkClsTRAVUE16";
+constexpr char16_t kMailslotName[] = u"\\\\.\\mailslot\\travue";
+
+std::atomic<clsDebugChannel*> g_channel{nullptr};
+std::atomic<bool> g_channelGone{false};
+
+plat::CriticalSection& ConstructionLock() {
+  static plat::CriticalSection lock;
+  return lock;
+}
+
+void DestroyChannel() {
+  g_channelGone.store(true, std::memory_order_release);
+  delete g_channel.exchange(nullptr, std::memory_order_acq_rel);
+}
+
+void Ods(const char16_t* format, ...) {
+  char16_t buf[600];
+  va_list ap;
+  va_start(ap, format);
+  VFormatTo(buf, sizeof buf / sizeof buf[0], format, ap);
+  va_end(ap);
+  plat::DebugOutput(buf);
+}
+
+String SystemText(uint32_t code) { return String::SystemMessage(code); }
+
+// Text behind the last "\" or "/".
+String FileNamePart(const String& path) {
+  int64_t i = path.Length();
+  while (i > 0 && path.GetAt(i - 1) != u'\\' && path.GetAt(i - 1) != u'/') --i;
+  return path.Mid(i);
+}
+String FolderPart(const String& path) {
+  int64_t i = path.Length();
+  while (i > 0 && path.GetAt(i - 1) != u'\\' && path.GetAt(i - 1) != u'/') --i;
+  return path.Left(i);
+}
+String BaseNamePart(const String& fileName) {
+  int64_t dot = fileName.Length();
+  while (dot > 0 && fileName.GetAt(dot - 1) != u'.') --dot;
+  return dot > 1 ? fileName.Left(dot - 1) : fileName;
+}
+
+bool StartsWithNoCase(const String& text, const char16_t* prefix, int count) {
+  for (int i = 0; i < count; ++i) {
+    char16_t a = text.GetAt(i), b = prefix[i];
+    if (a >= u'a' && a <= u'z') a = static_cast<char16_t>(a - 32);
+    if (b >= u'a' && b <= u'z') b = static_cast<char16_t>(b - 32);
+    if (a != b || b == 0) return false;
+  }
+  return true;
+}
+
+// A string value: a 512-byte buffer first, an allocated one on ERROR_MORE_DATA.
+}  // namespace
+
+bool DebugReadRegistryString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out) {
+  char16_t stack[256];
+  uint32_t type = 0, size = sizeof stack;
+  long rc = plat::RegQueryValue(hive, key, name, &type, stack, &size);
+  if (rc == plat::kErrMoreData) {
+    auto* heap = static_cast<char16_t*>(std::malloc(size + 2));
+    if (!heap) return false;
+    rc = plat::RegQueryValue(hive, key, name, &type, heap, &size);
+    if (rc == 0) out.Assign(heap, 0, size / 2);
+    std::free(heap);
+  } else if (rc == 0) {
+    out.Assign(stack, 0, size / 2);
+  }
+  if (rc != 0 || type != plat::kRegSz) return false;
+  // Drop a stored terminator.
+  while (!out.IsEmpty() && out.GetAt(out.Length() - 1) == 0) out.Delete(out.Length() - 1, 1);
+  return true;
+}
+
+bool DeveloperMode() {
+  static const bool on = [] {
+    bool found = false;
+    std::u16string v = plat::EnvironmentVariable(u"user", &found);
+    return found && v.size() == 3 && v == u"zrk";
+  }();
+  return on;
+}
+
+clsDebugChannel* DebugChannel() {
+  clsDebugChannel* ch = g_channel.load(std::memory_order_acquire);
+  if (ch || g_channelGone.load(std::memory_order_acquire)) return ch;
+  plat::Lock guard(ConstructionLock());
+  ch = g_channel.load(std::memory_order_acquire);
+  if (ch) return ch;
+  // A failed construction leaves the guard clear: the next call tries again.
+  ch = new (std::nothrow) clsDebugChannel();
+  if (!ch) return nullptr;
+  g_channel.store(ch, std::memory_order_release);
+  DebugTakeOverDiagnostics();
+  static const bool registered = (std::atexit(&DestroyChannel), true);
+  (void)registered;
+  return ch;
+}
+
+clsDebugChannel::clsDebugChannel() {
+  developerMode_ = DeveloperMode();
+  String exe(std::u16string_view(plat::ExecutablePath()));
+  exe.ToUpper();
+  processPath_ = exe;
+  processFileName_ = FileNamePart(exe);
+  String lib(std::u16string_view(plat::LibraryPath()));
+  lib.ToUpper();
+  libraryPath_ = lib;
+  libraryFileName_ = FileNamePart(lib);
+  libraryBaseName_ = BaseNamePart(libraryFileName_);
+  libraryFolder_ = FolderPart(lib);
+  CreateBlocks();
+  plat::Lock lock(outputLock_);
+  MapSharedBlock(false);
+  UpdateFastPath();
+}
+
+clsDebugChannel::~clsDebugChannel() {
+  if (appLocal_) {
+    if (appLocal_->refCount.fetch_sub(1) == 1) {
+      uint64_t mutex = appLocal_->mutex;
+      {
+        TravueMutexLock m(appLocal_);
+        appLocal_->info.CloseSocket(SenderContext());
+        appLocal_->info.DropCache(false);
+      }
+      appLocal_->mutex = 0;
+      plat::MutexClose(mutex);
+    }
+  }
+  sharedView_.store(nullptr);
+  if (mailslot_ != plat::kNoMailslot) plat::CloseMailslot(mailslot_);
+}
+
+void clsDebugChannel::CreateBlocks() {
+  bool existed = false;
+  if (!globalBlock_.Create(kGlobalDataName, sizeof(scTRAVUEGlobalData), &existed)) {
+    Ods(u"TRAVUE global info struct cannot be created: %s\n", SystemText(plat::LastError()).wchar());
+  } else {
+    global_ = static_cast<scTRAVUEGlobalData*>(globalBlock_.View());
+    globalCreated_ = !existed;
+    if (!existed) __atomic_store_n(&global_->viewerWindow, 0, __ATOMIC_RELEASE);
+  }
+  char16_t name[80];
+  FormatTo(name, 80, kAppLocalNameFormat,
+           reinterpret_cast<void*>(static_cast<uintptr_t>(plat::ProcessId())),
+           static_cast<int>(sizeof(scTRAVUEAppLocal)));
+  if (!appLocalBlock_.Create(name, sizeof(scTRAVUEAppLocal), &existed)) {
+    Ods(u"_hTRAVUEInfoAppLocal FAIL\n");
+    return;
+  }
+  appLocal_ = static_cast<scTRAVUEAppLocal*>(appLocalBlock_.View());
+  appLocal_->refCount.fetch_add(1);
+  if (!existed) {
+    appLocal_->info.InitFresh();
+    appLocal_->mutex = plat::MutexCreate();
+  }
+}
+
+TravueSenderContext clsDebugChannel::SenderContext() const {
+  return TravueSenderContext{sharedView_.load(std::memory_order_acquire), libraryBaseName_.wchar(),
+                             libraryFileName_.wchar(),
+                             appLocal_ ? &appLocal_->counter : nullptr};
+}
+
+void clsDebugChannel::UpdateFastPath() {
+  fastPathOk_.store(!developerMode_ && !alwaysLocked_ && viewerWindow_ == 0 &&
+                        mailslot_ == plat::kNoMailslot,
+                    std::memory_order_release);
+}
+
+void clsDebugChannel::MapSharedBlock(bool ignoreRetry) {
+  if (sharedBlock_.IsOpen()) return;
+  const uint64_t tick = plat::TickCount64();
+  if (!ignoreRetry && tick <= retryTime_) return;
+  bool ok = sharedBlock_.OpenReadOnly(kSharedDataLocalName);
+  if (!ok && plat::LastError() == plat::kErrAccessDenied) plat::DebugOutput(u"Hallo\n");
+  if (!ok) {
+    ok = sharedBlock_.OpenReadOnly(kSharedDataGlobalName);
+    if (!ok && plat::LastError() == plat::kErrAccessDenied) plat::DebugOutput(u"Hallo\n");
+  }
+  if (!ok) {
+    if (developerMode_)
+      Ods(u"'TRAVUE4_SharedData' not found: %s\n", SystemText(plat::LastError()).wchar());
+    retryTime_ = tick + kRetryMs;
+    return;
+  }
+  auto* view = static_cast<const scTRAVUESharedData*>(sharedBlock_.MapReadOnly(24));
+  if (view) {
+    uint32_t size = __atomic_load_n(&view->size, __ATOMIC_ACQUIRE);
+    if (size > 24) view = static_cast<const scTRAVUESharedData*>(sharedBlock_.MapReadOnly(size));
+  }
+  if (!view) {
+    Ods(u"'TRAVUE4_SharedData' cannot be accessed: %s\n", SystemText(plat::LastError()).wchar());
+    // Not left half-open: the next look-up, 5000 ms on, tries again.
+    sharedBlock_.Close();
+    retryTime_ = tick + kRetryMs;
+    return;
+  }
+  sharedView_.store(view, std::memory_order_release);
+  if (appLocal_) {
+    TravueMutexLock m(appLocal_);
+    ++appLocal_->info.attachCount;
+    if (!appLocal_->info.SocketOpen()) appLocal_->info.OpenSocket(SenderContext());
+  }
+}
+
+bool clsDebugChannel::IsDebugActive() {
+  if (logActive_.load(std::memory_order_relaxed)) return true;
+  if (fastPathOk_.load(std::memory_order_acquire)) {
+    if (const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire))
+      return ReadEnableWord(view) != 0;
+    if (plat::PublicationEpoch() < lookupDue_.load(std::memory_order_acquire) &&
+        (!global_ || __atomic_load_n(&global_->viewerWindow, __ATOMIC_RELAXED) == 0))
+      return false;
+  }
+  plat::Lock lock(outputLock_);
+  return IsDebugActiveLocked();
+}
+
+bool clsDebugChannel::IsDebugActiveLocked() {
+  if (!logFileName_.IsEmpty()) return true;
+  const uint64_t epoch = plat::PublicationEpoch();
+  const bool published = epoch >= lookupDue_.load(std::memory_order_relaxed);
+  const uint64_t tick = plat::TickCount64();
+  if (tick >= nextCheck_) {
+    ReattachTest(published);
+    nextCheck_ = tick;
+  }
+  lookupDue_.store(plat::PublicationNextDue(epoch, retryTime_), std::memory_order_release);
+  if (const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire))
+    return ReadEnableWord(view) != 0;
+  return mailslot_ != plat::kNoMailslot || viewerWindow_ != 0;
+}
+
+void clsDebugChannel::ReattachTest(bool published) {
+  if (!sharedView_.load(std::memory_order_acquire))
+    MapSharedBlock(published && plat::PublicationLiftsBackoff());
+  uint64_t window = 0;
+  if (!sharedView_.load(std::memory_order_acquire) && global_)
+    window = __atomic_load_n(&global_->viewerWindow, __ATOMIC_ACQUIRE);
+  if (window == viewerWindow_ && (window == 0 || plat::IsViewerWindow(window))) return;
+  plat::DebugOutput(u"trying to reattach to TRAVUE16");
+  if (mailslot_ != plat::kNoMailslot) {
+    plat::CloseMailslot(mailslot_);
+    mailslot_ = plat::kNoMailslot;
+  }
+  if (plat::IsViewerWindow(window)) Connect();
+  UpdateFastPath();
+}
+
+void clsDebugChannel::Connect() {
+  MapSharedBlock(false);
+  if (!global_) {
+    viewerMode_ = 0;
+    return;
+  }
+  viewerWindow_ = __atomic_load_n(&global_->viewerWindow, __ATOMIC_ACQUIRE);
+  if (viewerWindow_ != 0) {
+    mailslot_ = plat::OpenMailslot(kMailslotName);
+    if (mailslot_ == plat::kNoMailslot) plat::DebugOutput(u"DebugPipe FAIL");
+    uint64_t reply = 0;
+    plat::SendCopyData(viewerWindow_, 6, u"", 0, &reply);
+    codePage_ = reply ? 65001 : 0;
+    reply = 0;
+    plat::SendCopyData(viewerWindow_, 7, u"", 0, &reply);
+    viewerMode_ = static_cast<int32_t>(reply);
+  } else {
+    viewerMode_ = 0;
+  }
+  UpdateFastPath();
+  SayHello();
+}
+
+void clsDebugChannel::SayHello() {
+  if (StartsWithNoCase(processFileName_, u"resbinder", 9)) return;
+  const String& version = VersionText();
+  if (processPath_.Compare(libraryPath_) != 0)
+    DebugPrint(u"++%s [%s] [%s]", version.wchar(), processPath_.wchar(), libraryFolder_.wchar());
+  else
+    DebugPrint(u"++%s [%s]", version.wchar(), processPath_.wchar());
+}
+
+void clsDebugChannel::Attach() {
+  {
+    plat::Lock lock(outputLock_);
+    if (global_ && globalCreated_)
+      __atomic_store_n(&global_->viewerWindow, plat::FindViewerWindow(kOldViewerClass), __ATOMIC_RELEASE);
+    Connect();
+  }
+  ReadLogSettings();
+}
+
+void clsDebugChannel::Detach() {
+  plat::Lock lock(outputLock_);
+  if (!global_) return;
+  if (!StartsWithNoCase(processFileName_, u"resbinder", 8))
+    DebugPrint(u"--%s [%s]", VersionText().wchar(), processPath_.wchar());
+  if (mailslot_ != plat::kNoMailslot) {
+    plat::CloseMailslot(mailslot_);
+    mailslot_ = plat::kNoMailslot;
+  }
+  UpdateFastPath();
+}
+
+const String& clsDebugChannel::VersionText() {
+  plat::Lock lock(outputLock_);
+  if (versionBuilt_) return version_;
+  versionBuilt_ = true;
+  std::u16string fileVersion, build;
+  if (!plat::ModuleVersionStrings(plat::LibraryPath().c_str(), &fileVersion, &build)) {
+    version_ = libraryFileName_;
+    version_.Append(u" <no version info>");
+  } else if (!fileVersion.empty()) {
+    String text(std::u16string_view(plat::LibraryPath()));
+    text.ToUpper();
+    text.Append(u' ');
+    text.Append(fileVersion.c_str());
+    if (!build.empty()) {
+      text.Append(u' ');
+      text.Append(build.c_str());
+    }
+    version_ = text;
+  }
+  return version_;
+}
+
+void clsDebugChannel::ReadLogSettings() {
+  String name, flush;
+  bool haveName = DebugReadRegistryString(plat::Hive::LocalMachine, u"software\\zarnik",
+                                     u"Debug.LogFilename", name);
+  bool flushOn = DebugReadRegistryString(plat::Hive::LocalMachine, u"software\\zarnik",
+                                    u"Debug.LogFile.Flush", flush) &&
+                 flush.GetAt(0) == u'T';
+  if (!haveName) name.Clear();
+  if (!name.IsEmpty() && FolderPart(name).IsEmpty()) {
+    char16_t temp[600];
+    plat::TempFolder(temp, 600);
+    String full(temp);
+    full.Append(name);
+    name = full;
+  }
+  SetLogFile(name, flushOn);
+}
+
+void clsDebugChannel::SetLogFile(const String& name, bool flush) {
+  plat::Lock lock(outputLock_);
+  logFileName_ = name;
+  flush_ = flush ? 1 : 0;
+  logActive_.store(!logFileName_.IsEmpty(), std::memory_order_release);
+}
+
+void clsDebugChannel::SetAlwaysLocked(bool on) {
+  plat::Lock lock(outputLock_);
+  alwaysLocked_ = on;
+  lookupDue_.store(0);
+  UpdateFastPath();
+}
+
+void clsDebugChannel::SetThreadName(const char* name) {
+  plat::Lock lock(threadNameLock_);
+  keyScratch_ = plat::ThreadId();
+  threadNames_.remove(keyScratch_);
+  if (name) threadNames_.insert(keyScratch_, name);
+}
+
+const char* clsDebugChannel::ThreadName() {
+  plat::Lock lock(threadNameLock_);
+  keyScratch_ = plat::ThreadId();
+  const char* name = nullptr;
+  return threadNames_.find(keyScratch_, name) ? name : nullptr;
+}
+
+void clsDebugChannel::SenderAttach() {
+  if (!appLocal_) return;
+  TravueMutexLock m(appLocal_);
+  ++appLocal_->info.attachCount;
+  if (!appLocal_->info.SocketOpen()) appLocal_->info.OpenSocket(SenderContext());
+}
+
+void clsDebugChannel::SenderDetach() {
+  if (!appLocal_) return;
+  TravueMutexLock m(appLocal_);
+  if (appLocal_->info.attachCount-- == 1) appLocal_->info.CloseSocket(SenderContext());
+}
+
+// ---- the free functions of Debug.h that concern the channel's life
+
+bool IsDebugActive() {
+  clsDebugChannel* ch = DebugChannel();
+  return ch && ch->IsDebugActive();
+}
+
+void DebugSetThreadName(const char* name) {
+  if (clsDebugChannel* ch = DebugChannel()) ch->SetThreadName(name);
+}
+
+void DebugChannelAttach() {
+  if (clsDebugChannel* ch = DebugChannel()) ch->Attach();
+}
+
+void DebugChannelDetach() {
+  if (clsDebugChannel* ch = DebugChannel()) ch->Detach();
+}
+
+void DebugViewerAttach() {
+  if (clsDebugChannel* ch = DebugChannel()) ch->SenderAttach();
+}
+
+void DebugViewerDetach() {
+  if (clsDebugChannel* ch = DebugChannel()) ch->SenderDetach();
+}
+
+}  // namespace zx

@@ -1,0 +1,363 @@
+// Building and handing out one debug line: indentation, the UDP path, the formatted
+// path (time, thread, processor, rolling digit, marker, thread name), and the sinks
+// (log file, old viewer, viewer cache) behind the re-entrance guard.
+#include <cstdlib>
+#include <cstring>
+
+#include "core/Diag.h"
+#include "core/Format.h"
+#include "debug/Debug.h"
+#include "debug/DebugChannel.h"
+#include "platform/clock.h"
+#include "platform/codepage.h"
+#include "platform/debugout.h"
+#include "platform/errors.h"
+#include "platform/legacy_viewer.h"
+#include "platform/log_file.h"
+#include "platform/process.h"
+#include "platform/timestamp.h"
+
+namespace zx {
+namespace {
+
+constexpr int32_t kLineChars = 1025;     // the line buffer; longer text is cut
+constexpr int32_t kMaxIndent = 50;
+constexpr char16_t kMarkerChar = 0x25A0;
+constexpr uint64_t kLogDeadlineMs = 100;
+
+std::atomic<uint8_t> g_debugAllowed{1};
+
+// The timing source, chosen on the first formatted line of the process.
+struct TimingSource {
+  bool chosen = false;
+  bool performance = false;
+  int64_t frequency = 0;
+  int64_t origin = 0;
+};
+TimingSource g_timing;
+plat::CriticalSection* g_timingLock = nullptr;   // created under an output lock
+
+int32_t Clip(int n, int32_t capacity) {
+  if (n < 0) return 0;
+  return n < capacity - 1 ? n : capacity - 1;
+}
+
+// CON, PRN, AUX, NUL, COM1-9, LPT1-9 as the file name, with or without extension.
+bool IsReservedFileName(const String& path) {
+  int64_t start = path.Length();
+  while (start > 0 && path.GetAt(start - 1) != u'\\' && path.GetAt(start - 1) != u'/') --start;
+  char16_t base[8];
+  int n = 0;
+  for (int64_t i = start; i < path.Length() && path.GetAt(i) != u'.'; ++i) {
+    if (n == 5) return false;
+    char16_t c = path.GetAt(i);
+    base[n++] = (c >= u'a' && c <= u'z') ? static_cast<char16_t>(c - 32) : c;
+  }
+  while (n > 0 && base[n - 1] == u' ') --n;
+  auto is = [&](const char16_t* name) {
+    for (int i = 0; i < n; ++i)
+      if (base[i] != name[i]) return false;
+    return name[n] == 0;
+  };
+  if (n == 3) return is(u"CON") || is(u"PRN") || is(u"AUX") || is(u"NUL");
+  if (n == 4 && base[3] >= u'1' && base[3] <= u'9') {
+    base[3] = u'#';
+    return is(u"COM#") || is(u"LPT#");
+  }
+  return false;
+}
+
+void DiagToChannel(const char16_t* line, void*) { DebugPrint(u"%s", line); }
+
+}  // namespace
+
+void DebugResetTiming() {
+  if (g_timingLock) {
+    plat::Lock lock(*g_timingLock);
+    g_timing = TimingSource{};
+  } else {
+    g_timing = TimingSource{};
+  }
+}
+
+bool clsDebugChannel::UsesPerformanceCounter() {
+  plat::Lock lock(outputLock_);
+  InitTiming();
+  return g_timing.performance;
+}
+
+void clsDebugChannel::InitTiming() {
+  if (!g_timingLock) g_timingLock = new plat::CriticalSection();
+  plat::Lock lock(*g_timingLock);
+  if (g_timing.chosen) return;
+  g_timing.chosen = true;
+  int64_t now = 0, frequency = 0;
+  if (!plat::PerformanceCounter(&now) || !plat::PerformanceFrequency(&frequency) || frequency <= 0)
+    return;
+  String value;
+  if (!DebugReadRegistryString(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters", value))
+    return;
+  char16_t first = value.GetAt(0);
+  if (first == u'F' || first == u'0') return;
+  g_timing.performance = true;
+  g_timing.frequency = frequency;
+  g_timing.origin = now;
+}
+
+int32_t clsDebugChannel::AddIndent(int32_t delta) {
+  std::atomic<int32_t>& cell = appLocal_ ? appLocal_->indentation : localIndent_;
+  return cell.fetch_add(delta) + delta;
+}
+
+int32_t clsDebugChannel::CurrentIndent() const {
+  return appLocal_ ? appLocal_->indentation.load() : localIndent_.load();
+}
+
+void clsDebugChannel::PrintV(int change, const char16_t* tag, const char16_t* format, va_list args) {
+  if (!format) {
+    if (change > 0)
+      AddIndent(1);
+    else if (change < 0)
+      AddIndent(-1);
+    return;
+  }
+  const int32_t indentation = change < 0 ? AddIndent(-1) : CurrentIndent();
+  const int32_t lineIndent = indentation < 0 ? 0 : indentation > kMaxIndent ? kMaxIndent : indentation;
+  const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire);
+  if (view && appLocal_ && appLocal_->info.SocketOpen()) {
+    // The UDP path: time, thread, processor and tag travel in the packet header.
+    if (ReadEnableWord(view) == 0) return;
+    char16_t line[kLineChars];
+    int32_t pos = 0;
+    if (const char* name = ThreadName()) pos = Clip(FormatTo(line, kLineChars, u"[%hs] ", name), kLineChars);
+    va_list copy;
+    va_copy(copy, args);
+    int n = VFormatTo(line + pos, static_cast<size_t>(kLineChars - pos), format, copy);
+    va_end(copy);
+    const int32_t message = Clip(n, kLineChars - pos);
+    if (message > 0 || change == 0) {
+      plat::Lock lock(outputLock_);
+      TravueMutexLock m(appLocal_);
+      appLocal_->info.SendData(SenderContext(), tag, 1, 0, lineIndent, line, pos + message);
+    }
+  } else {
+    // The cheap test first, so that a line nobody wants does not wait for the lock.
+    if (!IsDebugActive()) return;
+    plat::Lock lock(outputLock_);
+    if (!IsDebugActiveLocked()) return;
+    FormattedLine(change, lineIndent, tag, format, args);
+  }
+  if (change > 0) AddIndent(1);
+}
+
+void clsDebugChannel::FormattedLine(int, int32_t lineIndent, const char16_t* tag,
+                                    const char16_t* format, va_list args) {
+  const uint32_t processor = plat::CurrentProcessor();
+  String marker;
+  const char16_t* text = format;
+  for (const char16_t* p = format; *p; ++p) {
+    if (*p == kMarkerChar) {
+      marker.Assign(format, 0, p - format);
+      text = p + 1;
+      break;
+    }
+  }
+  const char* name = ThreadName();
+  // Room behind the line: the viewer-cache sink reads twice the line's length.
+  char16_t line[2 * kLineChars + 2];
+  int32_t prefix = 0;
+  if (tag) prefix = Clip(FormatTo(line, kLineChars, u"%-8s: ", tag), kLineChars);
+  InitTiming();
+  std::atomic<int32_t>& counter = appLocal_ ? appLocal_->counter : localCounter_;
+  const unsigned digit = u'0' + static_cast<uint32_t>(counter.fetch_add(1)) % 10;
+  const int32_t markerLength = static_cast<int32_t>(marker.Length());
+  const int width = lineIndent + (markerLength ? 1 : 0);
+  const uint32_t thread = plat::ThreadId();
+  int32_t pos = prefix + markerLength + (markerLength ? 1 : 0) + lineIndent;
+  if (g_timing.performance) {
+    int64_t now = 0;
+    plat::PerformanceCounter(&now);
+    const int64_t ticks = now - g_timing.origin;
+    const uint64_t ms = static_cast<uint64_t>(ticks / g_timing.frequency * 1000 +
+                                              ticks % g_timing.frequency * 1000 / g_timing.frequency);
+    FormatTo(line + prefix, static_cast<size_t>(kLineChars - prefix), u"%02u:%02u.%03u %08x/%02x %c %s%*s",
+             static_cast<unsigned>(ms / 60000 % 60), static_cast<unsigned>(ms / 1000 % 60),
+             static_cast<unsigned>(ms % 1000), thread, processor, digit, marker.wchar(), width, u"");
+    pos += 24;
+  } else {
+    plat::SystemTime st;
+    plat::LocalTimeNow(&st);
+    FormatTo(line + prefix, static_cast<size_t>(kLineChars - prefix),
+             u"%02u:%02u:%02u.%03u %08x/%02x %c %s%*s", unsigned{st.hour}, unsigned{st.minute},
+             unsigned{st.second}, unsigned{st.milliseconds}, thread, processor, digit, marker.wchar(),
+             width, u"");
+    pos += 27;
+  }
+  if (pos > kLineChars - 1) pos = kLineChars - 1;   // a tag or marker that filled the line
+  if (name) pos += Clip(FormatTo(line + pos, static_cast<size_t>(kLineChars - pos), u"[%hs] ", name), kLineChars - pos);
+  int n = VFormatTo(line + pos, static_cast<size_t>(kLineChars - pos), text, args);
+  if (n < 0) n = FormatTo(line + pos, static_cast<size_t>(kLineChars - pos), u"<printf format error>");
+  const int32_t length = pos + Clip(n, kLineChars - pos);
+  line[length] = 0;
+  Sinks(line, length);
+}
+
+void clsDebugChannel::Sinks(char16_t* line, int32_t length) {
+  if (reentrance_.fetch_add(1) + 1 != 1) {
+    reentrance_.fetch_sub(1);
+    return;   // a line caused by writing a line
+  }
+  if (!logFileName_.IsEmpty()) AppendToLogFile(line, length);
+  const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire);
+  if (!view) {
+    const int capacity = 6 * length + 1;
+    char* narrow = static_cast<char*>(std::malloc(static_cast<size_t>(capacity)));
+    int n = narrow ? plat::WideToMultiByte(codePage_, 0, line, length, narrow, capacity) : 0;
+    if (length > 0 && n <= 0) {
+      plat::DebugOutput(u"ERR converting TRAVUE output");
+    } else if (narrow) {
+      narrow[n] = 0;
+      legacyUsed_ = 1;
+      OldViewerSink(narrow);
+    }
+    std::free(narrow);
+  } else if (appLocal_) {
+    // The viewer is there but the socket is not: the line goes (with its length in
+    // bytes where characters are counted) to SendData, and so to the cache. What
+    // lies behind the text is made readable and blank.
+    std::memset(line + length + 1, 0, sizeof(char16_t) * static_cast<size_t>(length));
+    TravueMutexLock m(appLocal_);
+    appLocal_->info.SendData(SenderContext(), nullptr, 1, 0, 0, line, 2 * length);
+  }
+  reentrance_.fetch_sub(1);
+}
+
+void clsDebugChannel::OldViewerSink(const char* text) {
+  static char buffer[512];
+  uint32_t n = 0;
+  while (*text == '\r' || *text == '\n') ++text;
+  for (const char* p = text; *p; ++p) {
+    const char c = *p;
+    if (c == 7) {
+      plat::Beep(0);
+      continue;
+    }
+    if (c == '\r' || c == '\n') {
+      OldViewerLine(buffer, n);
+      n = 0;
+      if (p[1] == '\r' || p[1] == '\n') ++p;
+      continue;
+    }
+    buffer[n++] = c;
+    if (n == 510) {
+      OldViewerLine(buffer, n);
+      n = 0;
+    }
+  }
+  if (n) OldViewerLine(buffer, n);
+}
+
+void clsDebugChannel::OldViewerLine(const char* text, uint32_t length) {
+  char* line = const_cast<char*>(text);   // the static buffer of OldViewerSink
+  if (mailslot_ != plat::kNoMailslot) {
+    line[length] = '\r';
+    line[length + 1] = 0;
+    uint32_t written = 0;
+    plat::WriteMailslot(mailslot_, line, length + 1, &written);
+    if (written != length + 1) plat::DebugOutput(u"TRAVUE: cannot write data!");
+    return;
+  }
+  line[length] = 0;
+  if (viewerWindow_) {
+    uint64_t reply = 0;
+    plat::SendCopyData(viewerWindow_, 0, line, length + 1, &reply);
+  }
+  if (!plat::IsViewerWindow(viewerWindow_)) {
+    viewerWindow_ = 0;
+    UpdateFastPath();
+  }
+}
+
+void clsDebugChannel::AppendToLogFile(const char16_t* line, int32_t length) {
+  const uint64_t deadline = plat::TickCount64() + kLogDeadlineMs;
+  intptr_t file = plat::kNoLogFile;
+  uint32_t lastError = 0;
+  // The deadline bounds the loop on a real clock; the round count bounds it on a
+  // clock that does not move.
+  for (int round = 0; round < 100000; ++round) {
+    if (IsReservedFileName(logFileName_)) {
+      lastError = 6;   // "file name is reserved by Windows"
+    } else {
+      for (int attempt = 0; attempt < 3 && file == plat::kNoLogFile; ++attempt) {
+        file = plat::OpenLogFileForAppend(logFileName_.wchar());
+        if (file == plat::kNoLogFile) {
+          lastError = plat::LastError();
+          if (developerMode_)
+            DebugPrint(u"clsFile::Open('%s') failed: '%s'", logFileName_.wchar(),
+                       String::SystemMessage(lastError).wchar());
+        }
+      }
+    }
+    if (file != plat::kNoLogFile || plat::TickCount64() >= deadline) break;
+    plat::SleepMs(0);
+  }
+  if (file == plat::kNoLogFile) {
+    plat::Beep(0xFFFFFFFF);
+    return;
+  }
+  char16_t* out = static_cast<char16_t*>(std::malloc(sizeof(char16_t) * (static_cast<size_t>(length) + 3)));
+  if (out) {
+    int n = FormatTo(out, static_cast<size_t>(length) + 3, u"%s\r\n", line);
+    if (n > 0) plat::AppendLogFile(file, out, static_cast<uint32_t>(2 * n));
+    std::free(out);
+  }
+  if (flush_) plat::FlushLogFile(file);
+  plat::CloseLogFile(file);
+}
+
+// ---- the printers
+
+void DebugPrintV(int indentChange, const char16_t* tag, const char16_t* format, va_list args) {
+  if (clsDebugChannel* ch = DebugChannel()) ch->PrintV(indentChange, tag, format, args);
+}
+
+void DebugPrint(const char16_t* format, ...) {
+  if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
+  clsDebugChannel* ch = DebugChannel();
+  if (!ch) return;
+  va_list ap;
+  va_start(ap, format);
+  ch->PrintV(0, ch->LibraryTag(), format, ap);
+  va_end(ap);
+}
+
+void DebugPrintIndent(int indentChange, const char16_t* format, ...) {
+  if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
+  clsDebugChannel* ch = DebugChannel();
+  if (!ch) return;
+  va_list ap;
+  va_start(ap, format);
+  ch->PrintV(indentChange, ch->LibraryTag(), format, ap);
+  va_end(ap);
+}
+
+void DebugDisallow() { g_debugAllowed.store(0, std::memory_order_relaxed); }
+
+void DebugTakeOverDiagnostics() { SetDiagSink(&DiagToChannel, nullptr); }
+
+void clsDebugOutput_zrk_debug::Printf(const char16_t* format, ...) {
+  if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
+  clsDebugChannel* ch = DebugChannel();
+  if (!ch) return;
+  va_list ap;
+  va_start(ap, format);
+  ch->PrintV(0, ch->LibraryTag(), format, ap);
+  va_end(ap);
+}
+
+clsDebugOutput& DebugOutputObject() {
+  static clsDebugOutput_zrk_debug instance;
+  return instance;
+}
+
+}  // namespace zx

@@ -1,0 +1,11 @@
+// The version resource of a module file: its "FileVersion" and "Build" values.
+#pragma once
+#include <string>
+
+namespace plat {
+
+// False when the file has no version information at all. `build` stays empty when
+// there is no "Build" value; `fileVersion` empty when there is no "FileVersion".
+bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std::u16string* build);
+
+}  // namespace plat
