@@ -56,8 +56,7 @@ Kind KindOf(const std::u16string& spec) {
 // Parses "%n[!fmt!]" at `p` (just behind the '%'); false on a bad insert.
 bool ParseInsert(const char16_t*& p, Insert& ins) {
   int n = *p++ - u'0';
-  if (IsDigit(*p)) n = n * 10 + (*p++ - u'0');
-  if (IsDigit(*p)) return false;   // three digits: over 99
+  if (IsDigit(*p)) n = n * 10 + (*p++ - u'0');   // a third digit is text
   ins.number = n;
   ins.format = u"%";
   if (*p != u'!') {

@@ -1,7 +1,8 @@
 // The message-insert expansion of the system's message formatter for a text
 // source and an argument list, on every OS:
-//   %1 .. %99          insert n, formatted as !s! (a wide string) unless a printf
-//                      format follows between '!' ("%2!d!", "%3!08lX!", "%1!hs!");
+//   %1 .. %99          insert n (a third digit is text), formatted as !s! (a
+//                      wide string) unless a printf format follows between '!'
+//                      ("%2!d!", "%3!08lX!", "%1!hs!");
 //                      each '*' in it takes the width or precision from insert n,
 //                      n+1, and the value follows them
 //   %0                 ends the text
@@ -18,8 +19,8 @@ namespace zx {
 
 // Expands `text` with the arguments in `*args` (left unconsumed). A null `args`
 // fails at the first insert. Returns false with the thread's error number 87 on a
-// bad insert (number over 99, open "!" format, an unsupported conversion, one
-// insert used as text and as a number); `out` then holds nothing useful.
+// bad insert (an open "!" format, an unsupported conversion, one argument used as
+// text and as a number); `out` then holds nothing useful.
 bool ExpandMessageInserts(const char16_t* text, va_list* args, std::u16string& out);
 
 }  // namespace zx

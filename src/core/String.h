@@ -263,3 +263,8 @@ class clsCHARString {
 };
 
 }  // namespace zx
+
+// The text types are also known unqualified, as the containers name them.
+using zx::clsCHARString;
+using zx::IString;
+using zx::String;
