@@ -58,4 +58,7 @@ function(zxut_add_test_suite dir)
   add_test(NAME ${dir} COMMAND ${_t} --gtest_brief=1)
   set_tests_properties(${dir} PROPERTIES TIMEOUT 900
     ENVIRONMENT "ZXUT_TEST_BIN=${CMAKE_BINARY_DIR};ZXUT_SOURCE_DIR=${CMAKE_SOURCE_DIR};ZXUT_EXPORTS=${ZXUT_EXPORT_NAMES_FILE}")
+  if(WIN32 AND CMAKE_CROSSCOMPILING)
+    set_tests_properties(${dir} PROPERTIES FIXTURES_REQUIRED wine)
+  endif()
 endfunction()
