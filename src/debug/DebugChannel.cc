@@ -82,11 +82,11 @@ bool StartsWithNoCase(const String& text, const char16_t* prefix, int count) {
 bool DebugReadRegistryString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out) {
   char16_t stack[256];
   uint32_t type = 0, size = sizeof stack;
-  long rc = plat::RegQueryValue(hive, key, name, &type, stack, &size);
+  long rc = plat::QueryRegValue(hive, key, name, &type, stack, &size);
   if (rc == plat::kErrMoreData) {
     auto* heap = static_cast<char16_t*>(std::malloc(size + 2));
     if (!heap) return false;
-    rc = plat::RegQueryValue(hive, key, name, &type, heap, &size);
+    rc = plat::QueryRegValue(hive, key, name, &type, heap, &size);
     if (rc == 0) out.Assign(heap, 0, size / 2);
     std::free(heap);
   } else if (rc == 0) {

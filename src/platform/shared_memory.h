@@ -4,7 +4,8 @@
 // Names follow the system's object namespace: "Local\X" and plain "X" are private
 // to the session (Windows) or the user (Linux); "Global\X" is machine-wide.
 // Windows: page-file mappings with a null DACL (CreateFileMappingW, OpenFileMappingW).
-// Linux: POSIX shared memory named "/zxut22.<uid>.X" (or "/zxut22.global.X"), with a
+// Linux: POSIX shared memory named "/zxut22.<uid>.X" (or "/zxut22.global.X"; the
+// variable ZXUT_SHM_PREFIX replaces "zxut22", so that tests stay apart), with a
 // small header in front of the caller's bytes that records the creating process and
 // its start time. A block whose creator has ended counts as absent for an open, and
 // is taken over (counted as new) by the next create, so a stale block of a dead

@@ -3,6 +3,8 @@
 #include <cstring>
 #include "zxUT22.h"
 
+int RunViewer(int argc, char** argv);   // viewer.cc
+
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
               (long)ProfGetVersion(2), (long)ProfGetVersion(0), (long)UtilGetVersion(0));
@@ -11,11 +13,13 @@ static int Version() {
 
 static void Usage() {
   std::puts("usage: zxut <command> [arguments]\n"
-            "  version     print the library's version");
+            "  version     print the library's version\n"
+            "  viewer      print the debug lines of this user's processes live (Ctrl-C ends)");
 }
 
 int main(int argc, char** argv) {
   if (argc < 2 || std::strcmp(argv[1], "version") == 0) return Version();
+  if (std::strcmp(argv[1], "viewer") == 0) return RunViewer(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;

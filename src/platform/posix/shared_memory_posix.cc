@@ -61,7 +61,11 @@ std::string ShmName(const char16_t* name) {
                  c == u'_' || c == u'-' || c == u'.';
     base.push_back(plain ? static_cast<char>(c) : '_');
   }
-  std::string out = "/zxut22.";
+  // ZXUT_SHM_PREFIX replaces "zxut22": tests keep their blocks to themselves.
+  const char* prefix = getenv("ZXUT_SHM_PREFIX");
+  std::string out = "/";
+  out += prefix && *prefix ? prefix : "zxut22";
+  out += '.';
   out += global ? std::string("global") : std::to_string(static_cast<unsigned>(getuid()));
   out += '.';
   out += base;
