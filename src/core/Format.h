@@ -32,17 +32,18 @@ int FormatTo(char16_t* dst, size_t cap, const char16_t* format, ...);
 // terminated.
 using FormatSinkFn = void (*)(void* context, const char16_t* text, size_t count);
 
-// Formats through a sink (for growing buffers). Returns the total length, or -1
-// when the format is invalid or the output would pass INT_MAX units; then the
-// sink may already have received the output up to the fault.
-int VFormatToSink(FormatSinkFn sink, void* context, const char16_t* format, va_list args);
+// Formats through a sink (for growing buffers). At most `limit` units (and never
+// more than INT_MAX) reach the sink: longer output gives -1, as does an invalid
+// format; the sink may then have received the output up to the fault.
+int VFormatToSink(FormatSinkFn sink, void* context, size_t limit, const char16_t* format,
+                  va_list args);
 
 // The code page that %hs, %S, %hc, %C and %Z widen in (and %hs, %S, %hc, %C,
 // %h[ narrow in when scanning): String's default code page; 0 widens byte by
 // byte. String installs its getter here; until then the system's ANSI code page
-// is used.
+// is used. Returns the previous source; null restores the system's.
 using CodePageSource = uint32_t (*)();
-void SetFormatCodePageSource(CodePageSource source);
+CodePageSource SetFormatCodePageSource(CodePageSource source);
 uint32_t FormatCodePage();
 
 // swscanf with the same conventions (%d %i %u %x %X %o %I64d %ld %hd %s %c %[ %n

@@ -15,8 +15,8 @@ std::atomic<CodePageSource> g_codePageSource{&SystemCodePage};
 
 }  // namespace
 
-void SetFormatCodePageSource(CodePageSource source) {
-  g_codePageSource.store(source ? source : &SystemCodePage, std::memory_order_release);
+CodePageSource SetFormatCodePageSource(CodePageSource source) {
+  return g_codePageSource.exchange(source ? source : &SystemCodePage, std::memory_order_acq_rel);
 }
 
 uint32_t FormatCodePage() { return g_codePageSource.load(std::memory_order_acquire)(); }

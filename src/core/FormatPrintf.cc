@@ -17,8 +17,9 @@ namespace {
 class Out {
  public:
   Out(char16_t* dst, size_t writable) : base_(dst), cur_(dst), end_(dst + writable) {}
-  Out(FormatSinkFn sink, void* context)
-      : base_(local_), cur_(local_), end_(local_ + kLocal), sink_(sink), context_(context) {}
+  Out(FormatSinkFn sink, void* context, uint64_t limit)
+      : base_(local_), cur_(local_), end_(local_ + kLocal), sink_(sink), context_(context),
+        limit_(limit < INT_MAX ? limit : INT_MAX) {}
 
   void Put(char16_t c) {
     if (cur_ < end_) {
@@ -81,7 +82,7 @@ class Out {
   }
 
   uint64_t Count() const { return flushed_ + static_cast<uint64_t>(cur_ - base_) + dropped_; }
-  bool Overflowed() const { return overflow_ || Count() > static_cast<uint64_t>(INT_MAX); }
+  bool Overflowed() const { return overflow_ || Count() > limit_; }
   char16_t* Cursor() const { return cur_; }
   void Finish() {
     if (sink_ && cur_ != base_) sink_(context_, base_, static_cast<size_t>(cur_ - base_));
@@ -90,9 +91,9 @@ class Out {
  private:
   static constexpr size_t kLocal = 256;
 
-  // Output beyond INT_MAX units makes the result -1: it is counted, never sent.
+  // Output beyond the limit makes the result -1: it is counted, never sent.
   bool Admit(uint64_t n) {
-    if (Count() + n <= static_cast<uint64_t>(INT_MAX) && !overflow_) return true;
+    if (Count() + n <= limit_ && !overflow_) return true;
     overflow_ = true;
     dropped_ += n;
     return false;
@@ -113,6 +114,7 @@ class Out {
   void* context_ = nullptr;
   uint64_t flushed_ = 0;
   uint64_t dropped_ = 0;
+  uint64_t limit_ = INT_MAX;
   bool overflow_ = false;
 };
 
@@ -569,9 +571,10 @@ int FormatTo(char16_t* dst, size_t cap, const char16_t* format, ...) {
   return n;
 }
 
-int VFormatToSink(FormatSinkFn sink, void* context, const char16_t* format, va_list args) {
+int VFormatToSink(FormatSinkFn sink, void* context, size_t limit, const char16_t* format,
+                  va_list args) {
   if (!sink || !format) return -1;
-  Out out(sink, context);
+  Out out(sink, context, limit);
   Args a;
   va_copy(a.ap, args);
   const bool ok = Run(out, format, a);
