@@ -1,34 +1,62 @@
 // Raw registry values. Windows: the real registry. Linux: one text file per hive in
-// the registry editor's export format ("Windows Registry Editor Version 5.00"),
-// in $ZXUT_REGISTRY_DIR (HKLM.reg, HKCU.reg) if set, else /etc/zarnik/HKLM.reg and
-// ${XDG_CONFIG_HOME:-~/.config}/zarnik/HKCU.reg. Key names compare without case.
+// the registry editor's export format (see regfile.h), in $ZXUT_REGISTRY_DIR
+// (HKLM.reg, HKCU.reg) if set, else /etc/zarnik/HKLM.reg and
+// ${XDG_CONFIG_HOME:-~/.config}/zarnik/HKCU.reg. Key and value names compare without
+// case. Writes keep every other key and value, replace the file atomically and are
+// serialised between processes by a lock file next to it ("<file>.lock").
 // The reading rules (stack buffer and retry, "T" booleans, the hive rule) live
 // above this layer in core/Registry.h.
 #pragma once
 #include <cstdint>
 #include <string>
 
+#include "platform/errors.h"   // the error numbers these return
+
 namespace plat {
 
-enum class Hive { LocalMachine, CurrentUser };
+enum class Hive {
+  LocalMachine,
+  CurrentUser,
+  // The hive of the user the calling thread impersonates (RegOpenCurrentUser), the
+  // same as CurrentUser when nobody is impersonated; on Linux always CurrentUser.
+  ThreadUser,
+};
 constexpr uint32_t kRegSz = 1;
+constexpr uint32_t kRegExpandSz = 2;
+constexpr uint32_t kRegBinary = 3;
 constexpr uint32_t kRegDword = 4;
+constexpr uint32_t kRegMultiSz = 7;
+constexpr uint32_t kRegQword = 11;
 
-// RegQueryValueExW: data may be null to ask for the size; *size is in bytes.
-// Returns 0, 2 (not found) or 234 (more data, *size set to what is needed).
-// String data is UTF-16 with its terminator.
-long RegQueryValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t* type,
+// RegOpenKeyExW + RegQueryValueExW: data may be null to ask for the size; *size is
+// in bytes (in: the buffer, out: the value's size). Returns 0, 2 (key or value not
+// found), 234 (more data; *size set to what is needed) or 87 (null size with data).
+// String data is UTF-16LE with its terminator, as it was stored.
+long QueryRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t* type,
                    void* data, uint32_t* size);
-// RegCreateKeyExW + RegSetValueExW. Returns 0 or a Windows error number.
-long RegSetValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
+// RegCreateKeyExW + RegSetValueExW. Returns 0 or a Windows error number (5 when the
+// hive's file or folder may not be written).
+long SetRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
                  const void* data, uint32_t size);
-long RegDeleteValue(Hive hive, const char16_t* key, const char16_t* name);
-// RegOpenCurrentUser: false when the call fails (the hive rule then falls back).
+// RegOpenKeyExW + RegDeleteValueW. Returns 0, 2 (no such key or value) or an error.
+long DeleteRegValue(Hive hive, const char16_t* key, const char16_t* name);
+// RegOpenCurrentUser succeeds (the handle is closed again at once). Linux: true.
 bool OpenCurrentUserHive();
 
 // Where the Linux store keeps a hive (empty on Windows); for `zxut reg` and tests.
 std::string RegistryFilePath(Hive hive);
-// Forget cached file contents (tests write the files directly).
+// Forget cached file contents (the store also notices changed files by itself).
 void RegistryReload();
+
+// Transitional, for the first callers: <windows.h> defines RegQueryValue as a macro,
+// so the name cannot stay in this interface. Use QueryRegValue, or better the
+// reader of core/Registry.h, which applies the buffer and hive rules.
+#ifndef RegQueryValue
+[[deprecated("use plat::QueryRegValue or zx::RegReadString")]] inline long RegQueryValue(
+    Hive hive, const char16_t* key, const char16_t* name, uint32_t* type, void* data,
+    uint32_t* size) {
+  return QueryRegValue(hive, key, name, type, data, size);
+}
+#endif
 
 }  // namespace plat
