@@ -1,0 +1,95 @@
+#include "DebugTestUtil.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+#include "platform/udp.h"
+
+namespace zxtest {
+
+Receiver::Receiver() : socket_(plat::UdpBindLoopback(0, &port_)) {}
+Receiver::~Receiver() { Close(); }
+
+void Receiver::Close() {
+  if (socket_ != plat::kInvalidSocket) plat::CloseSocket(socket_);
+  socket_ = plat::kInvalidSocket;
+}
+
+std::vector<Datagram> Receiver::Receive(size_t count, uint32_t timeoutMs) {
+  std::vector<Datagram> out;
+  std::vector<unsigned char> buf(70000);
+  uint32_t waited = 0;
+  while (out.size() < count && waited < timeoutMs) {
+    int n = plat::ReceiveFrom(socket_, buf.data(), static_cast<uint32_t>(buf.size()), 50);
+    if (n > 0)
+      out.push_back(Datagram{std::vector<unsigned char>(buf.begin(), buf.begin() + n)});
+    else
+      waited += 50;
+  }
+  return out;
+}
+
+std::string TempPath(const char* stem) {
+  const char* dir = std::getenv("TMPDIR");
+  std::ostringstream s;
+  s << (dir && *dir ? dir : "/tmp") << "/zxut_debug_" << stem << "_" << getpid() << "_" << rand();
+  return s.str();
+}
+
+static std::string Unhex(const std::string& hex) {
+  std::string out;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+  return out;
+}
+
+std::vector<Oracle> DecodeDumpWithPython(const std::string& dumpPath) {
+  std::vector<Oracle> out;
+  std::string cmd = std::string("python3 ") + ZXUT_SOURCE_DIR + "/tests/debug/decode_packet.py " + dumpPath;
+  FILE* p = popen(cmd.c_str(), "r");
+  if (!p) {
+    ADD_FAILURE() << "cannot run " << cmd;
+    return out;
+  }
+  char line[200000];
+  while (std::fgets(line, sizeof line, p)) {
+    std::istringstream in(line);
+    Oracle o;
+    int digit = 0;
+    std::string time, tag, text;
+    in >> o.size >> o.header >> o.tid >> o.cpu >> digit >> o.zero >> o.n1 >> o.n2 >> o.remaining >> time;
+    std::getline(in, tag, '\t');   // the separator before the tag
+    std::getline(in, tag, '\t');
+    std::getline(in, text);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+    o.digit = std::string(1, static_cast<char>(digit));
+    o.tag = Unhex(tag);
+    o.text = Unhex(text);
+    std::istringstream ts(time);
+    std::string field;
+    while (std::getline(ts, field, ',')) o.time.push_back(std::stoi(field));
+    out.push_back(o);
+  }
+  int rc = pclose(p);
+  EXPECT_EQ(rc, 0) << "decode_packet.py rejected a datagram";
+  return out;
+}
+
+std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
+  std::string path = TempPath("dump");
+  FILE* f = std::fopen(path.c_str(), "wb");
+  for (const Datagram& d : datagrams) {
+    uint32_t len = static_cast<uint32_t>(d.bytes.size());
+    std::fwrite(&len, 4, 1, f);
+    std::fwrite(d.bytes.data(), 1, len, f);
+  }
+  std::fclose(f);
+  auto out = DecodeDumpWithPython(path);
+  std::remove(path.c_str());
+  return out;
+}
+
+}  // namespace zxtest
