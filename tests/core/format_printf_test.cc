@@ -63,14 +63,21 @@ template <typename... A>
 void Row(const char16_t* expected, const char16_t* format, A... args) {
   Check(Judge::kSystem, expected, format, args...);
 }
-// The library's own choice, or a runtime detail wine does not reproduce.
+// The library's own choice, where it departs from the runtime on purpose.
 template <typename... A>
 void OurRow(const char16_t* expected, const char16_t* format, A... args) {
   Check(Judge::kOurs, expected, format, args...);
 }
+// The Windows runtime's rule where wine's ucrtbase (its own implementation, not
+// the Windows one) prints something else: no "hh", no "%Z", no format
+// validation, zero padding despite a precision, and others noted per row.
+template <typename... A>
+void WineDiffers(const char16_t* expected, const char16_t* format, A... args) {
+  Check(Judge::kOurs, expected, format, args...);
+}
 template <typename... A>
 void Invalid(const char16_t* format, A... args) {
-  Check(Judge::kSystem, nullptr, format, args...);
+  Check(Judge::kOurs, nullptr, format, args...);
 }
 
 double FromBits(uint64_t bits) {
@@ -84,13 +91,18 @@ TEST(FormatPrintf, IntegersAndFlags) {
   Row(u"123|4294967295|4294967295", u"%i|%u|%u", 123, -1, UINT_MAX);
   Row(u"   42|42   |00042|+42| 42|+42|+42", u"%5d|%-5d|%05d|%+d|% d|%+ d|% +d", 42, 42, 42, 42, 42, 42, 42);
   Row(u"42   |+0042| 0042|-0042|-42  ", u"%-05d|%+05d|% 05d|%05d|%-5d", 42, 42, 42, -42, -42);
-  Row(u"007||     |  007|+|-007", u"%.3d|%.0d|%5.0d|%05.3d|%+.0d|%.3d", 7, 0, 0, 7, 0, -7);
+  Row(u"007||     |+|-007", u"%.3d|%.0d|%5.0d|%+.0d|%.3d", 7, 0, 0, 0, -7);
+  // A precision turns the 0 flag off.
+  WineDiffers(u"  007|  -07|    0001", u"%05.3d|%05.2d|%08.4x", 7, -7, 1);
   Row(u"ff|FF|0xff|0XFF|0|0x0000ff|    0xff|0xff    |", u"%x|%X|%#x|%#X|%#x|%#08x|%#8x|%-#8x|", 255, 255,
       255, 255, 0, 255, 255, 255);
-  Row(u"10|010|0|010|0|0", u"%o|%#o|%#o|%#.3o|%#.0o|%#o", 8, 8, 0, 8, 0, 0);
+  Row(u"10|010|0|010|0", u"%o|%#o|%#o|%#.3o|%#o", 8, 8, 0, 8, 0);
+  // "%#o" leads with a 0 even when the precision left no digit.
+  WineDiffers(u"0", u"%#.0o", 0);
   Row(u"5|5|5|37777777777", u"%+u|% x|%+o|%o", 5, 5, 5, -1);
   Row(u"-1|ffffffff|4294967295|-1", u"%ld|%lx|%lu|%I32d", -1L, -1L, 4294967295UL, -1);
-  Row(u"4464|65535|44|255|ff|-128", u"%hd|%hu|%hhd|%hhu|%hhx|%hhd", 70000, -1, 300, -1, 0x1ff, 128);
+  Row(u"4464|65535|-1", u"%hd|%hu|%hd", 70000, -1, 65535);
+  WineDiffers(u"44|255|ff|-128", u"%hhd|%hhu|%hhx|%hhd", 300, -1, 0x1ff, 128);
   Row(u"-9223372036854775808|18446744073709551615|ABCDEF0123|7fffffffffffffff",
       u"%I64d|%I64u|%I64X|%llx", INT64_MIN, static_cast<int64_t>(-1), static_cast<int64_t>(0xABCDEF0123),
       INT64_MAX);
@@ -114,12 +126,13 @@ TEST(FormatPrintf, StarWidthAndPrecision) {
 TEST(FormatPrintf, Pointers) {
   Row(u"0000000000001234|0000000000000000|DEADBEEFCAFEBABE", u"%p|%p|%p", reinterpret_cast<void*>(0x1234),
       static_cast<void*>(nullptr), reinterpret_cast<void*>(0xDEADBEEFCAFEBABEull));
-  Row(u"    00000000000000AB|00000000000000AB    |    00000000000000AB|0000000000000001",
-      u"%20p|%-20p|%020p|%.4p", reinterpret_cast<void*>(0xab), reinterpret_cast<void*>(0xab),
-      reinterpret_cast<void*>(0xab), reinterpret_cast<void*>(1));
+  Row(u"    00000000000000AB|00000000000000AB    |    00000000000000AB", u"%20p|%-20p|%020p",
+      reinterpret_cast<void*>(0xab), reinterpret_cast<void*>(0xab), reinterpret_cast<void*>(0xab));
+  // %p always has 16 digits, whatever the precision.
+  WineDiffers(u"0000000000000001", u"%.4p", reinterpret_cast<void*>(1));
   Row(u"0000000000000007", u"%hp", reinterpret_cast<void*>(7));
   // The library's trace lines print results as "->%#p": 0X and 16 digits.
-  OurRow(u"0X0000000000001234|  0X00000000000000AB", u"%#p|%#20p", reinterpret_cast<void*>(0x1234),
+  Row(u"0X0000000000001234|  0X00000000000000AB", u"%#p|%#20p", reinterpret_cast<void*>(0x1234),
          reinterpret_cast<void*>(0xab));
 }
 
@@ -366,8 +379,9 @@ TEST(FormatPrintf, InfinityAndNan) {
   const double negativeQuiet = FromBits(0xFFF8000000000001ull);
   Row(u"inf|-inf|INF|inf|INF|inf|INF|inf|INF", u"%f|%f|%F|%e|%E|%g|%G|%a|%A", inf, -inf, inf, inf, inf, inf,
       inf, inf, inf);
-  Row(u"nan|-nan(ind)|nan(snan)|-nan|NAN|-NAN(IND)", u"%f|%f|%f|%f|%F|%E", quiet, indeterminate, signaling,
-      negativeQuiet, quiet, indeterminate);
+  Row(u"nan|-nan(ind)|NAN|-NAN(IND)", u"%f|%f|%F|%E", quiet, indeterminate, quiet, indeterminate);
+  // A signalling NaN, and a negative quiet one other than the indeterminate.
+  WineDiffers(u"nan(snan)|-nan|NAN(SNAN)", u"%f|%f|%G", signaling, negativeQuiet, signaling);
   Row(u"       inf|inf       |       inf|+inf| inf|-nan(ind)|nan", u"%10f|%-10f|%010f|%+f|% f|%.1f|%.0e", inf,
       inf, inf, inf, inf, indeterminate, quiet);
   Row(u"inf|-inf", u"%#f|%#g", inf, -inf);
@@ -377,7 +391,7 @@ TEST(FormatPrintf, InfinityWithForcedPoint) {
   // '#' at precision 0 puts the runtime's point after the first character of
   // inf and nan; "-.inf" no longer reads as special and gets the 0x of %a.
   const double inf = std::numeric_limits<double>::infinity();
-  OurRow(u"i.nf|-.inf|n.an|-0x.inf", u"%#.0f|%#.0e|%#.0f|%#.0a", inf, -inf,
+  WineDiffers(u"i.nf|-.inf|n.an|-0x.inf", u"%#.0f|%#.0e|%#.0f|%#.0a", inf, -inf,
          FromBits(0x7FF8000000000000ull), -inf);
 }
 
@@ -390,19 +404,20 @@ TEST(FormatPrintf, HexFloatingPoint) {
       u"%#.0a|%20a|%025a|%+a", 1.0, 1.0, 1.0, 1.0);
   Row(u"0x1.00000000000000000000p+0|0x1.8p+0", u"%.20a|%.1a", 1.0, 1.5);
   // Cut digits round to even; a carry reaches the leading digit.
-  OurRow(u"0x2p+0|0x1p+1|0x1.0p+0|0x1.2p+0|0x2.00p+0", u"%.0a|%.0a|%.1a|%.1a|%.2a", 1.5, 2.5, 1.03125,
+  Row(u"0x2p+0|0x1p+1|0x1.0p+0|0x1.2p+0|0x2.00p+0", u"%.0a|%.0a|%.1a|%.1a|%.2a", 1.5, 2.5, 1.03125,
          1.09375, 1.999);
 }
 
 TEST(FormatPrintf, LenientFormats) {
   // Characters the runtime does not know print as text, and a format that
   // ends inside a conversion drops it.
-  Row(u"y|y|y|100%|%|abc", u"%y|%5y|%-5.3y|100%%|%5%|abc%", 1);
+  Row(u"y|y|y|100%|abc", u"%y|%5y|%-5.3y|100%%|abc%", 1);
+  WineDiffers(u"%|%", u"%5%|%-.3%");
   Row(u"", u"%");
   Row(u"", u"%-");
   Row(u"", u"%hh");
   // A lone I is no size prefix: "%I3d" prints "3d" and takes no argument.
-  Row(u"3d|y|wide|7", u"%I3d|%Iy|%Is|%d", u"wide", 7);
+  WineDiffers(u"3d|y|wide|7", u"%I3d|%Iy|%Is|%d", u"wide", 7);
   Row(u"1.000000d|1.000000", u"%Fd|%lF", 1.0, 1.0);
   Row(u"-d|-5d|4d|", u"%5-d|%.-5d|%dd|%.d", 4, 0);
   // A flag after the width ends the conversion: "%05-d" prints "-d".
@@ -410,6 +425,8 @@ TEST(FormatPrintf, LenientFormats) {
   Row(u"x|y", u"%Lc|%Ls", u'x', u"y");
 }
 
+// What the runtime rejects (its invalid-parameter path, then -1). Wine's
+// ucrtbase accepts all of these, so they are not compared with it.
 TEST(FormatPrintf, InvalidFormats) {
   Invalid(u"%hld", 5);
   Invalid(u"%lhd", 5);
@@ -521,6 +538,8 @@ struct CodePageScope {
   zx::CodePageSource old;
 };
 
+// Narrow arguments are widened in String's default code page; the runtime's C
+// locale widens byte by byte, as code page 0 does.
 TEST(FormatPrintf, NarrowArgumentsUseTheCodePage) {
   {
     CodePageScope cp(&Cp1252);
@@ -533,7 +552,7 @@ TEST(FormatPrintf, NarrowArgumentsUseTheCodePage) {
   }
   {
     CodePageScope cp(&CpBytes);
-    OurRow(u"\u00e4\u0080|\u00ff", u"%hs|%hc", "\xE4\x80", 0xFF);
+    Row(u"\u00e4\u0080|\u00ff", u"%hs|%hc", "\xE4\x80", 0xFF);
   }
 }
 
@@ -547,7 +566,7 @@ TEST(FormatPrintf, CountedStrings) {
   const Counted ansi{2, 4, "abc"};
   const Counted wide{6, 8, u"wxyz"};
   const Counted empty{0, 0, nullptr};
-  Row(u"ab|wxy|(null)|(null)|   ab|ab", u"%Z|%wZ|%Z|%Z|%5Z|%.1Z", &ansi, &wide, &empty,
+  WineDiffers(u"ab|wxy|(null)|(null)|   ab|ab", u"%Z|%wZ|%Z|%Z|%5Z|%.1Z", &ansi, &wide, &empty,
       static_cast<const Counted*>(nullptr), &ansi, &ansi);
 }
 
