@@ -1,0 +1,333 @@
+// The formatted line through the log-file sink: time, thread, processor, rolling
+// digit, tag, indentation (+1/-1/+5, clamp), markers, thread names, the 1025 limit,
+// the re-entrance drop and on/off switching.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "DebugTestUtil.h"
+#include "debug/Debug.h"
+#include "debug/DebugChannel.h"
+#include "platform/clock.h"
+#include "platform/process.h"
+#include "platform/registry.h"
+
+namespace {
+
+// Blocks and registry of this test program stay its own.
+const bool g_isolated = [] {
+  std::string tag = "zxtest" + std::to_string(getpid());
+  setenv("ZXUT_SHM_PREFIX", tag.c_str(), 1);
+  std::string reg = zxtest::TempPath("reg");
+  mkdir(reg.c_str(), 0700);
+  setenv("ZXUT_REGISTRY_DIR", reg.c_str(), 1);
+  return true;
+}();
+
+std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+std::string Ascii(const std::u16string& s) {
+  std::string out;
+  for (char16_t c : s) out.push_back(c < 128 ? static_cast<char>(c) : '?');
+  return out;
+}
+
+void Print(int change, const char16_t* tag, const char16_t* format, ...) {
+  va_list ap;
+  va_start(ap, format);
+  zx::DebugPrintV(change, tag, format, ap);
+  va_end(ap);
+}
+
+class LineTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ch_ = zx::DebugChannel();
+    ASSERT_NE(ch_, nullptr);
+    ASSERT_EQ(ch_->SharedView(), nullptr) << "a viewer block in this test's namespace";
+    path_ = zxtest::TempPath("log");
+    ch_->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
+    ch_->AppLocal()->indentation.store(0);
+  }
+  void TearDown() override {
+    ch_->SetLogFile(zx::String(), false);
+    zx::DebugSetThreadName(nullptr);
+    std::remove(path_.c_str());
+  }
+  // The file: UTF-16 without byte-order mark, "\r\n" after each line.
+  std::vector<std::string> Lines() {
+    std::ifstream f(path_, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    std::u16string text;
+    for (size_t i = 0; i + 1 < bytes.size(); i += 2)
+      text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                           (static_cast<unsigned char>(bytes[i + 1]) << 8)));
+    std::vector<std::string> out;
+    size_t start = 0;
+    for (size_t pos; (pos = text.find(u"\r\n", start)) != std::u16string::npos; start = pos + 2)
+      out.push_back(Ascii(text.substr(start, pos - start)));
+    EXPECT_EQ(start, text.size()) << "text after the last line end";
+    return out;
+  }
+  // Blanks between the "digit " field and the text of a wall-clock line.
+  static int Indent(const std::string& line, size_t prefix = 0) {
+    size_t i = prefix + 27;
+    int n = 0;
+    while (i < line.size() && line[i] == ' ') ++i, ++n;
+    return n;
+  }
+
+  zx::clsDebugChannel* ch_ = nullptr;
+  std::string path_;
+};
+
+TEST_F(LineTest, WallClockLineHasTimeThreadProcessorAndRollingDigit) {
+  Print(0, nullptr, u"hello %d", 42);
+  Print(0, nullptr, u"world");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  std::regex re(R"(^(\d\d):(\d\d):(\d\d)\.(\d{3}) ([0-9a-f]{8})/([0-9a-f]{2}) ([0-9]) hello 42$)");
+  std::smatch m;
+  ASSERT_TRUE(std::regex_match(lines[0], m, re)) << lines[0];
+  EXPECT_LT(std::stoi(m[1]), 24);
+  EXPECT_LT(std::stoi(m[2]), 60);
+  EXPECT_EQ(std::stoul(m[5], nullptr, 16), plat::ThreadId());
+  int digit = m[7].str()[0] - '0';
+  EXPECT_EQ(lines[1][25] - '0', (digit + 1) % 10);
+  EXPECT_EQ(lines[1].substr(27), "world");
+}
+
+TEST_F(LineTest, TagIsPaddedToEightAndNeverCut) {
+  Print(0, u"TAG", u"a");
+  Print(0, u"ABCDEFGHIJK", u"b");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0].substr(0, 10), "TAG     : ");
+  EXPECT_EQ(lines[0].substr(10 + 27), "a");
+  EXPECT_EQ(lines[1].substr(0, 13), "ABCDEFGHIJK: ");
+  EXPECT_EQ(lines[1].substr(13 + 27), "b");
+}
+
+TEST_F(LineTest, IndentationFollowsOpeningAndClosingLines) {
+  Print(+1, nullptr, u">open");
+  Print(0, nullptr, u"-inside");
+  Print(+1, nullptr, u">nested");
+  Print(-1, nullptr, u"<nested");
+  Print(-1, nullptr, u"<open");
+  Print(+5, nullptr, u"five");
+  Print(0, nullptr, u"after five");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 7u);
+  const int expected[] = {0, 1, 1, 1, 0, 0, 1};
+  const char* texts[] = {">open", "-inside", ">nested", "<nested", "<open", "five", "after five"};
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(Indent(lines[i]), expected[i]) << lines[i];
+    EXPECT_EQ(lines[i].substr(27 + expected[i]), texts[i]);
+  }
+  EXPECT_EQ(ch_->AppLocal()->indentation.load(), 1);
+}
+
+TEST_F(LineTest, IndentationIsClampedForTheLineButCountedInFull) {
+  ch_->AppLocal()->indentation.store(60);
+  Print(0, nullptr, u"deep");
+  Print(-1, nullptr, u"one up");
+  Print(-1, nullptr, u"two up");
+  ch_->AppLocal()->indentation.store(-3);
+  Print(0, nullptr, u"negative");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(Indent(lines[0]), 50);
+  EXPECT_EQ(Indent(lines[1]), 50);
+  EXPECT_EQ(Indent(lines[2]), 50);
+  EXPECT_EQ(Indent(lines[3]), 0);
+  ch_->AppLocal()->indentation.store(60);
+  Print(-1, nullptr, u"x");
+  Print(-1, nullptr, u"y");
+  EXPECT_EQ(ch_->AppLocal()->indentation.load(), 58);
+}
+
+TEST_F(LineTest, NullFormatOnlyMovesTheIndentation) {
+  Print(+1, nullptr, nullptr);
+  Print(+1, nullptr, nullptr);
+  Print(-1, nullptr, nullptr);
+  Print(0, nullptr, nullptr);
+  Print(0, nullptr, u"x");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(Indent(lines[0]), 1);
+}
+
+TEST_F(LineTest, EmptyMessageWithAChangeIsALineOfItsOwn) {
+  Print(+1, nullptr, u"");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].size(), 27u);
+}
+
+TEST_F(LineTest, MarkerStandsInTheIndentColumn) {
+  ch_->AppLocal()->indentation.store(2);
+  Print(0, nullptr, u"DB\x25A0text %d", 7);
+  Print(0, nullptr, u"plain");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0].substr(27), "DB   text 7");   // marker, then indentation + 1 blanks
+  EXPECT_EQ(lines[1].substr(27), "  plain");
+  // At a given depth the text begins at the same column, marker or not.
+  EXPECT_EQ(lines[0].find("text"), lines[1].find("plain") + 3);
+}
+
+TEST_F(LineTest, ThreadNamesPrefixTheTextOfTheirThreadOnly) {
+  static const char kName[] = "Worker";
+  zx::DebugSetThreadName(kName);
+  Print(0, nullptr, u"named");
+  std::thread([] { Print(0, nullptr, u"other"); }).join();
+  zx::DebugSetThreadName(nullptr);
+  Print(0, nullptr, u"unnamed");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0].substr(27), "[Worker] named");
+  EXPECT_EQ(lines[1].substr(27), "other");
+  EXPECT_EQ(lines[2].substr(27), "unnamed");
+}
+
+TEST_F(LineTest, LongLinesAreCutAt1024Characters) {
+  std::u16string big(3000, u'x');
+  ch_->AppLocal()->indentation.store(3);
+  Print(0, u"T", u"%s", big.c_str());
+  Print(0, nullptr, u"next");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0].size(), 1024u);
+  EXPECT_EQ(Indent(lines[1]), 3);   // the indentation is not lost
+}
+
+// A line caused by writing a line is dropped: the clock, read by the log sink,
+// prints a line of its own.
+uint64_t ReentrantTick(void*) {
+  static thread_local bool inside = false;
+  if (!inside) {
+    inside = true;
+    zx::DebugPrint(u"caused by the sink");
+    inside = false;
+  }
+  return 1000000;
+}
+void NoSleep(uint32_t, void*) {}
+
+TEST_F(LineTest, ALineCausedByWritingALineIsDropped) {
+  plat::ClockHooks hooks{&ReentrantTick, &NoSleep, nullptr};
+  plat::SetClockHooks(&hooks);
+  Print(0, nullptr, u"outer");
+  plat::SetClockHooks(nullptr);
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].substr(27), "outer");
+}
+
+TEST_F(LineTest, OffMeansNothingIsFormatted) {
+  ch_->SetLogFile(zx::String(), false);
+  EXPECT_FALSE(zx::IsDebugActive());
+  // An argument that would fault if it were formatted.
+  const char16_t* poison = reinterpret_cast<const char16_t*>(16);
+  zx::DebugPrint(u"%s", poison);
+  Print(0, nullptr, u"%s", poison);
+  Print(+1, nullptr, u"%s", poison);   // a positive change is not applied either
+  EXPECT_EQ(ch_->AppLocal()->indentation.load(), 0);
+  ch_->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
+  EXPECT_TRUE(zx::IsDebugActive());
+  Print(0, nullptr, u"on again");
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].substr(27), "on again");
+}
+
+TEST_F(LineTest, TheLockedTestAgreesWithTheCheapOne) {
+  for (bool locked : {false, true}) {
+    ch_->SetAlwaysLocked(locked);
+    ch_->SetLogFile(zx::String(), false);
+    EXPECT_FALSE(ch_->IsDebugActive());
+    ch_->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
+    EXPECT_TRUE(ch_->IsDebugActive());
+  }
+  ch_->SetAlwaysLocked(false);
+}
+
+TEST_F(LineTest, TwoThreadsPrintWholeLines) {
+  auto work = [](const char* name) {
+    zx::DebugSetThreadName(name);
+    for (int i = 0; i < 200; ++i) Print(i % 2 ? -1 : +1, u"MT", u"line %d", i);
+    zx::DebugSetThreadName(nullptr);
+  };
+  std::thread a(work, "A"), b(work, "B");
+  a.join();
+  b.join();
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 400u);
+  std::regex re(R"(^MT      : \d\d:\d\d:\d\d\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d +\[(A|B)\] line \d+$|^MT      : \d\d:\d\d:\d\d\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d \[(A|B)\] line \d+$)");
+  for (auto& l : lines) EXPECT_TRUE(std::regex_match(l, re)) << l;
+  EXPECT_EQ(ch_->AppLocal()->indentation.load(), 0);
+}
+
+TEST_F(LineTest, PerformanceCounterTimeWhenTheUserAsksForIt) {
+  const char16_t value[] = u"True";
+  ASSERT_EQ(plat::SetRegValue(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters",
+                              plat::kRegSz, value, sizeof value), 0);
+  zx::DebugResetTiming();
+  Print(0, nullptr, u"counted");
+  ASSERT_EQ(plat::SetRegValue(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters",
+                              plat::kRegSz, u"F", 4), 0);
+  zx::DebugResetTiming();
+  Print(0, nullptr, u"wall");
+  plat::DeleteRegValue(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters");
+  zx::DebugResetTiming();
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_TRUE(std::regex_match(lines[0], std::regex(R"(^00:00\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d counted$)")))
+      << lines[0];
+  EXPECT_TRUE(std::regex_match(lines[1], std::regex(R"(^\d\d:\d\d:\d\d\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d wall$)")))
+      << lines[1];
+}
+
+TEST_F(LineTest, AReservedLogNameLosesTheLineAndTheProgramGoesOn) {
+  plat::FakeClock clock;
+  ch_->SetLogFile(zx::String(u"NUL"), false);
+  Print(0, nullptr, u"lost");
+  EXPECT_GE(clock.Now(), 1000000u);
+  EXPECT_TRUE(zx::IsDebugActive());
+}
+
+TEST_F(LineTest, ScopesPairTheirLinesAndCostNothingWhileOff) {
+  {
+    zx::DebugScope scope(u">Work(%d)", 5);
+    scope.Line(u"-step");
+  }
+  {
+    zx::DebugScope scope(u">Calc");
+    scope.Close(u"<Calc->%d", 3);
+  }
+  ch_->SetLogFile(zx::String(), false);
+  { zx::DebugScope off(u">%s", reinterpret_cast<const char16_t*>(16)); }
+  EXPECT_EQ(ch_->AppLocal()->indentation.load(), 0);
+  ch_->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 5u);
+  auto ends = [](const std::string& s, const std::string& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+  };
+  EXPECT_TRUE(ends(lines[0], " >Work(5)")) << lines[0];
+  EXPECT_TRUE(ends(lines[1], "  -step")) << lines[1];
+  EXPECT_TRUE(ends(lines[2], " <Work(5)")) << lines[2];
+  EXPECT_TRUE(ends(lines[2], "  <Work(5)") == false) << lines[2];
+  EXPECT_TRUE(ends(lines[4], " <Calc->3")) << lines[4];
+}
+
+}  // namespace
