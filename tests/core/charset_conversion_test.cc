@@ -1,0 +1,430 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "charset_test_util.h"
+#include "core/CharsetConversion.h"
+#include "core/String.h"
+#include "platform/codepage.h"
+
+using zx::clsCharsetConversionString;
+using zx::clsCharsetConversionStringCP;
+using charset_test::DefaultCodePageGuard;
+
+namespace {
+
+bool InsideObject(const void* p, const clsCharsetConversionString& obj) {
+  auto* b = reinterpret_cast<const char*>(&obj);
+  auto* q = static_cast<const char*>(p);
+  return q >= b && q < b + sizeof(obj);
+}
+
+std::u16string W(const char16_t* s) { return s ? std::u16string(s) : std::u16string(u"<null>"); }
+
+}  // namespace
+
+// ---- inline storage: fewer than 64 units stay in the object, 64 take the heap
+
+TEST(CharsetConversion, InputOf63StaysInlineAnd64GoesToTheHeap) {
+  DefaultCodePageGuard cp(1252);
+  std::string s63(63, 'n'), s64(64, 'n');
+  {
+    clsCharsetConversionString c(s63.c_str());
+    EXPECT_TRUE(InsideObject(c.narrow(), c));
+    EXPECT_TRUE(InsideObject(c.wide(), c));
+    EXPECT_EQ(std::u16string(c.wide()), std::u16string(63, u'n'));
+  }
+  {
+    clsCharsetConversionString c(s64.c_str());
+    EXPECT_FALSE(InsideObject(c.narrow(), c));
+    EXPECT_FALSE(InsideObject(c.wide(), c));
+    EXPECT_EQ(std::u16string(c.wide()), std::u16string(64, u'n'));
+  }
+  std::u16string w63(63, u'w'), w64(64, u'w');
+  {
+    clsCharsetConversionString c(w63.c_str());
+    EXPECT_TRUE(InsideObject(c.wide(), c));
+    EXPECT_TRUE(InsideObject(c.narrow(), c));
+    EXPECT_EQ(std::string(c.narrow()), std::string(63, 'w'));
+  }
+  {
+    clsCharsetConversionString c(w64.c_str());
+    EXPECT_FALSE(InsideObject(c.wide(), c));
+    EXPECT_FALSE(InsideObject(c.narrow(), c));
+    EXPECT_EQ(std::string(c.narrow()), std::string(64, 'w'));
+  }
+}
+
+TEST(CharsetConversion, EachWidthChoosesItsStorageByItsOwnLength) {
+  // 63 umlauts are 126 UTF-8 bytes: the narrow copy needs the heap, the wide text not.
+  std::string utf8;
+  for (int i = 0; i < 63; ++i) utf8 += "\xC3\xA4";
+  clsCharsetConversionStringCP c(65001, utf8.c_str());
+  EXPECT_FALSE(InsideObject(c.narrow(), c));
+  EXPECT_TRUE(InsideObject(c.wide(), c));
+  EXPECT_EQ(std::u16string(c.wide()), std::u16string(63, u'\u00E4'));
+}
+
+TEST(CharsetConversion, HeapAllocationsAtThe63And64Boundary) {
+  DefaultCodePageGuard cp(1252);
+  auto allocationsOf = [](const std::string& text, uint32_t codePage) {
+    charset_test::AllocationProbe probe;
+    clsCharsetConversionStringCP c(codePage, text.c_str());
+    c.wide();
+    return probe.Count();
+  };
+  for (uint32_t codePage : {0u, 1252u, 65001u, clsCharsetConversionString::kByteForByte}) {
+    SCOPED_TRACE(codePage);
+    EXPECT_EQ(allocationsOf(std::string(63, 'a'), codePage), 0);
+    // The narrow copy and the wide text take one block each.
+    EXPECT_EQ(allocationsOf(std::string(64, 'a'), codePage), 2);
+  }
+  auto allocationsOfWide = [](const std::u16string& text) {
+    charset_test::AllocationProbe probe;
+    clsCharsetConversionStringCP c(65001, text.c_str());
+    c.narrow();
+    return probe.Count();
+  };
+  EXPECT_EQ(allocationsOfWide(std::u16string(63, u'a')), 0);
+  EXPECT_EQ(allocationsOfWide(std::u16string(63, u'\u00E4')), 1);  // 126 UTF-8 bytes
+  EXPECT_EQ(allocationsOfWide(std::u16string(64, u'a')), 2);
+  // An output buffer of 64 units needs no heap, one of 65 does.
+  auto allocationsOfOutput = [](int size) {
+    std::string buf(static_cast<size_t>(size), 'x');
+    charset_test::AllocationProbe probe;
+    {
+      clsCharsetConversionString c(buf.data(), size);
+      std::memcpy(c.wideBuffer(), u"out", 4 * sizeof(char16_t));
+    }
+    return probe.Count();
+  };
+  EXPECT_EQ(allocationsOfOutput(64), 0);
+  EXPECT_EQ(allocationsOfOutput(65), 1);
+}
+
+// ---- output buffers and the write-back
+
+TEST(CharsetConversion, NarrowOutputBufferOfSizeFourGetsThreeCharactersAndATerminator) {
+  DefaultCodePageGuard cp(1252);
+  char out[6];
+  std::memset(out, 'X', sizeof out);
+  {
+    clsCharsetConversionString c(out, 4);
+    ASSERT_NE(c.wideBuffer(), nullptr);
+    EXPECT_TRUE(InsideObject(c.wideBuffer(), c));
+    EXPECT_EQ(c.size(), 4);
+    // A callee that fills every unit it was given, without a terminator.
+    std::memcpy(c.wideBuffer(), u"Hell", 4 * sizeof(char16_t));
+  }
+  EXPECT_EQ(std::string(out, 4), std::string("Hel\0", 4));
+  EXPECT_EQ(out[4], 'X');  // nothing behind the size
+  EXPECT_EQ(out[5], 'X');
+}
+
+TEST(CharsetConversion, WriteBackPadsWithZerosLikeStrncpy) {
+  DefaultCodePageGuard cp(1252);
+  char out[8];
+  std::memset(out, 'X', sizeof out);
+  {
+    clsCharsetConversionString c(out, 8);
+    std::memcpy(c.wideBuffer(), u"ab", 3 * sizeof(char16_t));
+  }
+  EXPECT_EQ(std::string(out, 8), std::string("ab\0\0\0\0\0\0", 8));
+}
+
+TEST(CharsetConversion, NarrowOutputIsConvertedInTheObjectsCodePage) {
+  char out[16] = {};
+  {
+    clsCharsetConversionStringCP c(65001, out, sizeof out);
+    std::memcpy(c.wideBuffer(), u"\u00E4\u20AC", 3 * sizeof(char16_t));
+  }
+  EXPECT_STREQ(out, "\xC3\xA4\xE2\x82\xAC");
+  {
+    clsCharsetConversionStringCP c(1252, out, sizeof out);
+    std::memcpy(c.wideBuffer(), u"\u00E4\u20AC", 3 * sizeof(char16_t));
+  }
+  EXPECT_STREQ(out, "\xE4\x80");
+}
+
+TEST(CharsetConversion, TruncationCountsBytesNotCharacters) {
+  // Three UTF-8 bytes for "äb" in a buffer of three: the terminator replaces "b";
+  // in a buffer of two it cuts the sequence of "ä" (the buffer's size rules).
+  char out3[3], out2[2];
+  {
+    clsCharsetConversionStringCP c(65001, out3, 3);
+    std::memcpy(c.wideBuffer(), u"\u00E4", 2 * sizeof(char16_t));
+  }
+  EXPECT_EQ(std::string(out3, 3), std::string("\xC3\xA4\0", 3));
+  {
+    clsCharsetConversionStringCP c(65001, out2, 2);
+    c.wideBuffer()[0] = u'\u00E4';
+    c.wideBuffer()[1] = 0;
+  }
+  EXPECT_EQ(std::string(out2, 2), std::string("\xC3\0", 2));
+}
+
+TEST(CharsetConversion, WideOutputBufferReceivesTheNarrowWorkBuffer) {
+  char16_t out[10];
+  std::fill(std::begin(out), std::end(out), u'X');
+  {
+    clsCharsetConversionStringCP c(1251, out, 5);
+    ASSERT_NE(c.narrowBuffer(), nullptr);
+    EXPECT_EQ(c.wideBuffer(), nullptr);
+    std::memcpy(c.narrowBuffer(), "\xCF\xF0\xE8\xE2\xE5", 5);  // "Приве", no terminator
+  }
+  EXPECT_EQ(std::u16string(out, 5), std::u16string(u"\u041F\u0440\u0438\u0432\0", 5));
+  EXPECT_EQ(out[5], u'X');
+}
+
+TEST(CharsetConversion, OutputBufferStartsWithItsPresentContent) {
+  DefaultCodePageGuard cp(1252);
+  char narrowBuf[8] = "\xE4x";
+  clsCharsetConversionString n(narrowBuf, 8);
+  EXPECT_EQ(W(n.wideBuffer()), u"\u00E4x");
+
+  char16_t wideBuf[8] = u"\u00E4\u20AC";
+  clsCharsetConversionString w(wideBuf, 8);
+  EXPECT_STREQ(w.narrowBuffer(), "\xE4\x80");
+
+  // The code-page form reads the present content in its own code page.
+  char utf8Buf[8] = "\xC3\xA4";
+  clsCharsetConversionStringCP u(65001, utf8Buf, 8);
+  EXPECT_EQ(W(u.wideBuffer()), u"\u00E4");
+}
+
+TEST(CharsetConversion, UnterminatedOutputBufferIsReadOnlyWithinItsSize) {
+  DefaultCodePageGuard cp(1252);
+  // Exactly four bytes on the heap, no terminator: a read behind them is caught
+  // by the address sanitizer.
+  std::unique_ptr<char[]> narrowBuf(new char[4]{'a', 'b', 'c', 'd'});
+  {
+    clsCharsetConversionString c(narrowBuf.get(), 4);
+    EXPECT_EQ(W(c.wideBuffer()), u"abc");
+  }
+  EXPECT_EQ(std::string(narrowBuf.get(), 4), std::string("abc\0", 4));
+
+  std::unique_ptr<char16_t[]> wideBuf(new char16_t[3]{u'x', u'y', u'z'});
+  {
+    clsCharsetConversionStringCP c(65001, wideBuf.get(), 3);
+    EXPECT_STREQ(c.narrowBuffer(), "xy");
+  }
+  EXPECT_EQ(std::u16string(wideBuf.get(), 3), std::u16string(u"xy\0", 3));
+}
+
+TEST(CharsetConversion, ExistingContentLongerThanTheBufferIsCut) {
+  // Wide content that becomes longer in UTF-8 than the narrow work buffer holds.
+  char16_t wideBuf[4] = u"\u00E4\u00F6\u00FC";
+  {
+    clsCharsetConversionStringCP c(65001, wideBuf, 4);
+    EXPECT_EQ(std::string(c.narrowBuffer()), "\xC3\xA4\xC3");
+  }
+}
+
+TEST(CharsetConversion, SizeZeroWritesNothingAndReadsNothing) {
+  DefaultCodePageGuard cp(1252);
+  char out[4] = {'X', 'X', 'X', 'X'};
+  {
+    clsCharsetConversionString c(out, 0);
+    EXPECT_EQ(c.size(), 0);
+    ASSERT_NE(c.wideBuffer(), nullptr);
+    EXPECT_EQ(c.wideBuffer()[0], 0);
+  }
+  EXPECT_EQ(std::string(out, 4), "XXXX");
+  {
+    clsCharsetConversionString c(out, -5);  // a negative size counts as 0
+    EXPECT_EQ(c.size(), 0);
+  }
+  EXPECT_EQ(std::string(out, 4), "XXXX");
+  char16_t wout[2] = {u'Y', u'Y'};
+  { clsCharsetConversionString c(wout, 0); }
+  EXPECT_EQ(std::u16string(wout, 2), u"YY");
+}
+
+TEST(CharsetConversion, NullOutputBufferOffersNoWorkBuffer) {
+  clsCharsetConversionString n(static_cast<char*>(nullptr), 10);
+  EXPECT_EQ(n.wideBuffer(), nullptr);
+  EXPECT_EQ(n.wideOrNull(), nullptr);
+  EXPECT_STREQ(n.narrow(), "");
+  clsCharsetConversionString w(static_cast<char16_t*>(nullptr), 10);
+  EXPECT_EQ(w.narrowBuffer(), nullptr);
+  EXPECT_EQ(w.narrowOrNull(), nullptr);
+}
+
+TEST(CharsetConversion, WriteBackUsesWhatTheCalleeWroteAfterAnEarlierRead) {
+  DefaultCodePageGuard cp(1252);
+  char out[8] = "old";
+  {
+    clsCharsetConversionString c(out, 8);
+    EXPECT_STREQ(c.narrow(), "old");  // caches a narrow form of the present content
+    std::memcpy(c.wideBuffer(), u"new", 4 * sizeof(char16_t));
+  }
+  EXPECT_STREQ(out, "new");
+}
+
+TEST(CharsetConversion, AssignmentWritesBackThenHoldsTheNewText) {
+  DefaultCodePageGuard cp(1252);
+  char out[8] = {};
+  {
+    clsCharsetConversionString c(out, 8);
+    std::memcpy(c.wideBuffer(), u"first", 6 * sizeof(char16_t));
+    c = "\xE4second";
+    EXPECT_STREQ(out, "first");
+    EXPECT_EQ(c.size(), 0);
+    EXPECT_EQ(c.wideBuffer(), nullptr);
+    EXPECT_EQ(W(c.wide()), u"\u00E4second");
+    std::strcpy(out, "mine");
+  }
+  EXPECT_STREQ(out, "mine");  // the target was released with the assignment
+
+  clsCharsetConversionString c(u"wide");
+  c.Assign("abcdef", 3);
+  EXPECT_STREQ(c.narrow(), "abc");
+  EXPECT_EQ(W(c.wide()), u"abc");
+  c.Assign(nullptr);
+  EXPECT_EQ(c.narrowOrNull(), nullptr);
+}
+
+// ---- input texts
+
+TEST(CharsetConversion, NullAndEmptyInputs) {
+  clsCharsetConversionString none(static_cast<const char*>(nullptr));
+  EXPECT_STREQ(none.narrow(), "");
+  EXPECT_EQ(W(none.wide()), u"");
+  EXPECT_EQ(none.wideOrNull(), nullptr);
+  EXPECT_EQ(none.narrowOrNull(), nullptr);
+
+  clsCharsetConversionString wnone(static_cast<const char16_t*>(nullptr));
+  EXPECT_EQ(wnone.wideOrNull(), nullptr);
+
+  // An empty narrow text answers with the static empty wide text and stores nothing.
+  clsCharsetConversionString empty("");
+  EXPECT_EQ(empty.wide(), zx::kEmptyWide);
+  ASSERT_NE(empty.wideOrNull(), nullptr);
+  EXPECT_EQ(empty.wideOrNull()[0], 0);
+
+  clsCharsetConversionString defaulted;
+  EXPECT_EQ(defaulted.wideOrNull(), nullptr);
+  EXPECT_EQ(defaulted.codePage(), 0u);
+}
+
+TEST(CharsetConversion, InputIsCopied) {
+  char text[] = "copy";
+  clsCharsetConversionString c(text);
+  std::strcpy(text, "gone");
+  EXPECT_STREQ(c.narrow(), "copy");
+  EXPECT_EQ(W(c.wide()), u"copy");
+}
+
+TEST(CharsetConversion, CodePageZeroFollowsStringsDefaultAtConversionTime) {
+  {
+    DefaultCodePageGuard cp(65001);
+    clsCharsetConversionString c("\xC3\xA4");
+    EXPECT_EQ(c.EffectiveCodePage(), 65001u);
+    EXPECT_EQ(W(c.wide()), u"\u00E4");
+  }
+  {
+    DefaultCodePageGuard cp(1252);
+    clsCharsetConversionString c("\xC3\xA4");
+    EXPECT_EQ(W(c.wide()), u"\u00C3\u00A4");
+  }
+  {
+    // String's "no conversion" 0 reaches the converter as 0: the ANSI code page.
+    DefaultCodePageGuard cp(0);
+    clsCharsetConversionString c("\x80\xE4");
+    clsCharsetConversionStringCP ansi(plat::AnsiCodePage(), "\x80\xE4");
+    EXPECT_EQ(W(c.wide()), W(ansi.wide()));
+  }
+}
+
+TEST(CharsetConversion, ByteForByteWidensAndNarrowsEachUnit) {
+  const uint32_t bytes = clsCharsetConversionString::kByteForByte;
+  clsCharsetConversionStringCP n(bytes, "\xE4\x80\xFF" "a");
+  EXPECT_EQ(W(n.wide()), u"\u00E4\u0080\u00FFa");
+  clsCharsetConversionStringCP w(bytes, u"\u20AC\u00E4b");
+  EXPECT_EQ(std::string(w.narrow()), "\xAC\xE4" "b");
+}
+
+TEST(CharsetConversion, StringFromNarrowForNarrowCompanions) {
+  zx::String s = zx::StringFromNarrow("\xC3\xA4x", zx::kWholeString, 65001);
+  EXPECT_EQ(s.View(), u"\u00E4x");
+  EXPECT_EQ(zx::StringFromNarrow("\xC3\xA4x", 2, 65001).View(), u"\u00E4");
+  EXPECT_EQ(zx::StringFromNarrow("\xE4", -1, clsCharsetConversionString::kByteForByte).View(),
+            u"\u00E4");
+  zx::String none = zx::StringFromNarrow(nullptr, 5, 1252);
+  EXPECT_TRUE(none.IsEmpty());
+  EXPECT_TRUE(zx::StringFromNarrow("", 5, 1252).IsEmpty());
+  EXPECT_TRUE(zx::StringFromNarrow("abc", 0, 1252).IsEmpty());
+}
+
+// ---- code pages, judged by iconv
+
+struct CodePageSample {
+  uint32_t codePage;
+  const char* iconvName;
+  const char16_t* text;
+  const char* knownBytes;   // a few bytes checked on every platform
+};
+
+const CodePageSample kSamples[] = {
+    {1252, "CP1252", u"Gr\u00FC\u00DFe, \u20AC100 \u2013 \u201EZitat\u201C \u2026 \u0152uvre \u2122 \u00FF",
+     "Gr\xFC\xDF" "e, \x80" "100 \x96 \x84Zitat\x93 \x85 \x8Cuvre \x99 \xFF"},
+    {65001, "UTF-8", u"Gr\u00FC\u00DFe \u65E5\u672C \u20AC \U0001D11E",
+     "Gr\xC3\xBC\xC3\x9F" "e \xE6\x97\xA5\xE6\x9C\xAC \xE2\x82\xAC \xF0\x9D\x84\x9E"},
+    {1251, "CP1251", u"\u041F\u0440\u0438\u0432\u0435\u0442, \u043C\u0438\u0440! \u0401\u0451 \u2116",
+     "\xCF\xF0\xE8\xE2\xE5\xF2, \xEC\xE8\xF0! \xA8\xB8 \xB9"},
+    {932, "CP932", u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8 \uFF71\uFF72\uFF73",
+     "\x93\xFA\x96{\x8C\xEA\x82\xCC\x83" "e\x83L\x83X\x83g \xB1\xB2\xB3"},
+};
+
+TEST(CharsetConversion, CodePageBytesAgreeWithIconv) {
+  bool judged = false;
+  for (const CodePageSample& s : kSamples) {
+    SCOPED_TRACE(s.iconvName);
+    clsCharsetConversionStringCP toNarrow(s.codePage, s.text);
+    std::string ours = toNarrow.narrow();
+    EXPECT_EQ(ours, std::string(s.knownBytes));
+    clsCharsetConversionStringCP toWide(s.codePage, s.knownBytes);
+    EXPECT_EQ(W(toWide.wide()), std::u16string(s.text));
+
+    auto theirs = charset_test::Iconv("UTF-16LE", s.iconvName, charset_test::Utf16LeBytes(s.text));
+    if (!theirs) continue;
+    judged = true;
+    EXPECT_EQ(ours, *theirs);
+    auto back = charset_test::Iconv(s.iconvName, "UTF-16LE", ours);
+    ASSERT_TRUE(back.has_value());
+    EXPECT_EQ(W(toWide.wide()), charset_test::FromUtf16LeBytes(*back));
+  }
+#if !defined(_WIN32)
+  EXPECT_TRUE(judged) << "iconv did not run";
+#endif
+}
+
+TEST(CharsetConversion, EveryDefinedCp1252AndCp1251ByteAgreesWithIconv) {
+  struct Page {
+    uint32_t codePage;
+    const char* name;
+    std::string holes;  // bytes without a character in the code page
+  };
+  for (const Page& page : {Page{1252, "CP1252", "\x81\x8D\x8F\x90\x9D"}, Page{1251, "CP1251", "\x98"}}) {
+    SCOPED_TRACE(page.name);
+    std::string bytes;
+    for (int b = 0x01; b < 0x100; ++b) {
+      if (page.holes.find(static_cast<char>(b)) == std::string::npos) bytes += static_cast<char>(b);
+    }
+    clsCharsetConversionStringCP c(page.codePage, bytes.c_str());
+    std::u16string ours = W(c.wide());
+    ASSERT_EQ(ours.size(), bytes.size());  // one character a byte in both pages
+    clsCharsetConversionStringCP back(page.codePage, c.wide());
+    EXPECT_EQ(std::string(back.narrow()), bytes);
+    auto theirs = charset_test::Iconv(page.name, "UTF-16LE", bytes);
+    if (!theirs) continue;
+    std::u16string expected = charset_test::FromUtf16LeBytes(*theirs);
+    ASSERT_EQ(expected.size(), ours.size());
+    for (size_t i = 0; i < ours.size(); ++i) {
+      EXPECT_EQ(static_cast<int>(ours[i]), static_cast<int>(expected[i]))
+          << "byte " << static_cast<int>(static_cast<unsigned char>(bytes[i]));
+    }
+  }
+}
