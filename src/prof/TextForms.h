@@ -11,6 +11,9 @@ namespace zx::prof {
 // Buffers of the typed paths: 200 characters, 64 for the 64-bit decimal form.
 constexpr size_t kTypedBufferSize = 200;
 constexpr size_t kInt64BufferSize = 64;
+// "%f" of the largest double has 316 characters: doubles get room for every value
+// (a 200-character cut would lose the value of anything from about 1e192 up).
+constexpr size_t kDoubleBufferSize = 320;
 
 // The forms themselves, for the readers that try a single one.
 inline constexpr char16_t kFormInt[] = u"%d";

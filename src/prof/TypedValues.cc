@@ -44,8 +44,8 @@ void PutBool(clsProfJob* job, clsItemList* list, const char16_t* path, bool appe
 
 void PutDouble(clsProfJob* job, clsItemList* list, const char16_t* path, bool append, double value) {
   if (job == nullptr) return;
-  char16_t buf[kTypedBufferSize];
-  Store(job, list, path, append, WriteDouble(buf, kTypedBufferSize, value));
+  char16_t buf[kDoubleBufferSize];
+  Store(job, list, path, append, WriteDouble(buf, kDoubleBufferSize, value));
 }
 
 void PutInt(clsProfJob* job, clsItemList* list, const char16_t* path, bool append, int32_t value) {
@@ -116,8 +116,8 @@ int32_t GetBool(clsProfJob* job, clsItemList* list, const char16_t* path, int32_
 
 int32_t GetDouble(clsProfJob* job, clsItemList* list, const char16_t* path, double* out, double def) {
   if (job == nullptr) return kOk;
-  char16_t buf[kTypedBufferSize];
-  int32_t r = Fetch(job, list, path, buf, kTypedBufferSize,
+  char16_t buf[kDoubleBufferSize];
+  int32_t r = Fetch(job, list, path, buf, kDoubleBufferSize,
                     [def](char16_t* b, size_t cap) { WriteDouble(b, cap, def); });
   if (out) *out = ReadDouble(buf);
   return r < 1 ? kErrNotFound : kOk;
