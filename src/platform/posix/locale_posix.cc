@@ -107,7 +107,18 @@ UCollator* Collator(const std::string& locale, uint32_t flags) {
   auto it = cache.find(key);
   if (it != cache.end()) return it->second;
   UErrorCode err = U_ZERO_ERROR;
-  UCollator* c = ucol_open(locale.c_str(), &err);
+  UCollator* base = ucol_open(locale.c_str(), &err);
+  if (U_FAILURE(err)) return nullptr;
+  // The system compares the sharp s like "ss" but for a case-level difference;
+  // the Unicode default has it differ at the accent level. Tailor it once.
+  int32_t baseLen = 0;
+  const UChar* baseRules = ucol_getRules(base, &baseLen);
+  std::u16string rules(reinterpret_cast<const char16_t*>(baseRules), static_cast<size_t>(baseLen));
+  rules += u"&ss<<<\u00DF";
+  UCollator* c = ucol_openRules(reinterpret_cast<const UChar*>(rules.data()),
+                                static_cast<int32_t>(rules.size()), UCOL_DEFAULT, UCOL_DEFAULT,
+                                nullptr, &err);
+  ucol_close(base);
   if (U_FAILURE(err)) return nullptr;
   const bool ignoreCase = relevant & (kNormIgnoreCase | kLinguisticIgnoreCase);
   const bool ignoreMarks = relevant & (kNormIgnoreNonSpace | kLinguisticIgnoreDiacritic);

@@ -1,0 +1,177 @@
+// Per-thread error numbers, errno mapping, system texts and the last-resort
+// debug channel with its hook.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+
+#include "platform/debugout.h"
+#include "platform/errors.h"
+
+using namespace plat;
+
+TEST(Errors, LastErrorIsPerThread) {
+  SetLastError(kErrAccessDenied);
+  uint32_t seenByOther = 99;
+  std::thread t([&] {
+    seenByOther = LastError();
+    SetLastError(kErrSharingViolation);
+  });
+  t.join();
+  EXPECT_EQ(seenByOther, 0u);
+  EXPECT_EQ(LastError(), kErrAccessDenied);
+}
+
+TEST(Errors, ErrnoMapping) {
+  const struct {
+    int err;
+    uint32_t code;
+  } cases[] = {{0, 0},           {ENOENT, 2},        {ENOTDIR, 3},  {EACCES, 5},  {EPERM, 5},
+               {EBADF, 6},       {ENOMEM, 8},        {EEXIST, 183}, {EINVAL, 87}, {ENOSPC, 112},
+               {ENAMETOOLONG, 206}, {ENOTEMPTY, 145}, {EXDEV, 17},  {EROFS, 19},  {EMFILE, 4}};
+  for (const auto& c : cases) EXPECT_EQ(ErrorFromErrno(c.err), c.code) << c.err;
+  EXPECT_EQ(ErrorFromErrno(-12345), kErrGenFailure);
+  errno = ENOENT;
+  EXPECT_EQ(SetLastErrorFromErrno(), kErrFileNotFound);
+  EXPECT_EQ(LastError(), kErrFileNotFound);
+}
+
+TEST(Errors, SystemTextsEndWithCrLf) {
+  const struct {
+    uint32_t code;
+    const char16_t* text;
+  } cases[] = {
+      {0, u"The operation completed successfully.\r\n"},
+      {2, u"The system cannot find the file specified.\r\n"},
+      {3, u"The system cannot find the path specified.\r\n"},
+      {5, u"Access is denied.\r\n"},
+      {6, u"The handle is invalid.\r\n"},
+      {8, u"Not enough memory resources are available to process this command.\r\n"},
+      {13, u"The data is invalid.\r\n"},
+      {32, u"The process cannot access the file because it is being used by another process.\r\n"},
+      {33, u"The process cannot access the file because another process has locked a portion of the file.\r\n"},
+      {80, u"The file exists.\r\n"},
+      {87, u"The parameter is incorrect.\r\n"},
+      {112, u"There is not enough space on the disk.\r\n"},
+      {122, u"The data area passed to a system call is too small.\r\n"},
+      {183, u"Cannot create a file when that file already exists.\r\n"},
+      {234, u"More data is available.\r\n"},
+      {259, u"No more data is available.\r\n"},
+      {1113, u"No mapping for the Unicode character exists in the target multi-byte code page.\r\n"},
+      {0x80070005, u"Access is denied.\r\n"},
+  };
+  for (const auto& c : cases) {
+    std::u16string text;
+    ASSERT_TRUE(SystemErrorText(c.code, 0, text)) << c.code;
+#ifdef _WIN32
+    // The system's own texts: only their shape is ours to check.
+    EXPECT_GE(text.size(), 2u);
+    EXPECT_EQ(text.substr(text.size() - 2), u"\r\n");
+#else
+    EXPECT_EQ(text, c.text) << c.code;
+#endif
+  }
+  std::u16string text;
+  EXPECT_FALSE(SystemErrorText(0x2345678, 0, text));
+#ifndef _WIN32
+  EXPECT_EQ(LastError(), kErrMrMidNotFound);
+  EXPECT_TRUE(SystemErrorText(5, 0x0409, text));
+  EXPECT_FALSE(SystemErrorText(5, 0x0407, text));   // no German texts installed
+  EXPECT_EQ(LastError(), kErrResourceLangNotFound);
+#endif
+}
+
+namespace {
+
+struct Captured {
+  std::mutex mutex;
+  std::vector<std::u16string> lines;
+};
+
+void Capture(const char16_t* text, void* context) {
+  auto* c = static_cast<Captured*>(context);
+  std::lock_guard<std::mutex> lock(c->mutex);
+  c->lines.emplace_back(text);
+}
+
+}  // namespace
+
+TEST(DebugOutput, HookSeesEveryLineFromEveryThread) {
+  Captured captured;
+  void* oldContext = nullptr;
+  DebugOutputHook old = SetDebugOutputHook(&Capture, &captured, &oldContext);
+  DebugOutput(u"first line");
+  DebugOutput(nullptr);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([] {
+      for (int i = 0; i < 100; ++i) DebugOutput(u"from a thread");
+    });
+  for (auto& t : threads) t.join();
+  DebugOutputHook mine = SetDebugOutputHook(old, oldContext);
+  EXPECT_EQ(mine, &Capture);
+  DebugOutput(u"after removal");
+  ASSERT_EQ(captured.lines.size(), 402u);
+  EXPECT_EQ(captured.lines[0], u"first line");
+  EXPECT_EQ(captured.lines[1], u"");
+  EXPECT_EQ(captured.lines.back(), u"from a thread");
+}
+
+#ifndef _WIN32
+// The destination is read once per process, so a child process shows it: this
+// test only acts when the parent below starts it.
+TEST(DebugOutputChild, Emit) {
+  if (!std::getenv("ZXUT_ODS_CHILD")) GTEST_SKIP() << "runs as a child of DestinationFromEnvironment";
+  DebugOutput(u"one line\r\n");
+  DebugOutput(u"gr\u00FC\u00DFe \U0001F600");
+  DebugOutput(u"");
+}
+
+TEST(DebugOutput, DestinationFromEnvironment) {
+  char dir[] = "/tmp/zxut_ods_XXXXXX";
+  ASSERT_TRUE(mkdtemp(dir));
+  const std::string file = std::string(dir) + "/ods.log";
+  {
+    std::ofstream pre(file);
+    pre << "kept\n";
+  }
+  char selfPath[4096] = {};
+  ASSERT_GT(readlink("/proc/self/exe", selfPath, sizeof selfPath - 1), 0);
+  const std::string self = selfPath;
+  auto run = [&](const std::string& env) {
+    std::string cmd = "ZXUT_ODS_CHILD=1 " + env + " " + self +
+                      " --gtest_filter=DebugOutputChild.Emit >/dev/null 2>" + dir + "/stderr.txt";
+    return std::system(cmd.c_str());
+  };
+  auto slurp = [](const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+  };
+  const std::string expected = "one line\ngr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80\n\n";
+  ASSERT_EQ(run("ZXUT_ODS=" + file), 0);
+  EXPECT_EQ(slurp(file), "kept\n" + expected);   // appended
+  ASSERT_EQ(run("ZXUT_ODS=stderr"), 0);
+  EXPECT_NE(slurp(std::string(dir) + "/stderr.txt").find(expected), std::string::npos);
+  ASSERT_EQ(run("ZXUT_ODS="), 0);
+  EXPECT_EQ(slurp(std::string(dir) + "/stderr.txt").find("one line"), std::string::npos);
+  std::system((std::string("rm -rf ") + dir).c_str());
+}
+#endif
+
+TEST(DebugOutput, NoDebuggerUnderTest) {
+  // The suite does not run under a debugger; if it ever does, this says so.
+  if (DebuggerPresent()) GTEST_SKIP() << "a debugger is attached";
+  EXPECT_FALSE(DebuggerPresent());
+}

@@ -1,0 +1,238 @@
+// Locale comparison, case mapping and data; the user's language; string resources.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+#include <string>
+
+#include "platform/errors.h"
+#include "platform/locale.h"
+#include "platform/resources.h"
+
+using namespace plat;
+
+namespace {
+
+constexpr uint32_t kGermanLcid = 0x0407;
+constexpr uint32_t kEnglishLcid = 0x0409;
+constexpr uint32_t kTurkishLcid = 0x041F;
+
+std::u16string Map(uint32_t lcid, uint32_t flags, const std::u16string& s) {
+  std::u16string out(s.size(), u'#');
+  int n = MapStringLocale(lcid, flags, s.data(), static_cast<int>(s.size()), out.data(),
+                          static_cast<int>(out.size()));
+  EXPECT_EQ(n, static_cast<int>(s.size()));
+  return out;
+}
+
+std::u16string Info(uint32_t lcid, uint32_t type) {
+  char16_t buf[128];
+  int n = LocaleInfo(lcid, type, buf, 128);
+  if (n <= 0) return u"<fail>";
+  EXPECT_EQ(buf[n - 1], 0);
+  EXPECT_EQ(n, LocaleInfo(lcid, type, nullptr, 0));   // the size query agrees
+  return std::u16string(buf, static_cast<size_t>(n - 1));
+}
+
+#ifndef _WIN32
+// Sets the locale variables for one test and restores them.
+class ScopedLocaleEnv {
+ public:
+  ScopedLocaleEnv(const char* lcAll, const char* lang) {
+    Save("LC_ALL", lcAll);
+    Save("LC_MESSAGES", nullptr);
+    Save("LANG", lang);
+  }
+  ~ScopedLocaleEnv() {
+    for (auto& s : saved_) {
+      if (s.had)
+        setenv(s.name, s.value.c_str(), 1);
+      else
+        unsetenv(s.name);
+    }
+  }
+ private:
+  struct Saved {
+    const char* name;
+    bool had;
+    std::string value;
+  };
+  void Save(const char* name, const char* value) {
+    const char* old = std::getenv(name);
+    saved_.push_back({name, old != nullptr, old ? old : ""});
+    if (value)
+      setenv(name, value, 1);
+    else
+      unsetenv(name);
+  }
+  std::vector<Saved> saved_;
+};
+#endif
+
+}  // namespace
+
+TEST(Locale, CompareWithAndWithoutCase) {
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"apple", -1, u"Banana", -1), 1);
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"abc", -1, u"ABC", -1), 1);   // lower first
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, kNormIgnoreCase, u"abc", -1, u"ABC", -1), 2);
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, kNormIgnoreCase, u"abd", -1, u"ABC", -1), 3);
+  // Counted lengths compare only that much.
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"abcX", 3, u"abcY", 3), 2);
+  // Accents differ without NORM_IGNORENONSPACE, not with it.
+  EXPECT_NE(CompareStringLocale(kGermanLcid, kNormIgnoreCase, u"\u00E4", -1, u"a", -1), 2);
+  EXPECT_EQ(CompareStringLocale(kGermanLcid, kNormIgnoreCase | kNormIgnoreNonSpace, u"\u00E4", -1, u"A", -1), 2);
+  // Sharp s equals "ss" when case is ignored, as the system compares it.
+  EXPECT_EQ(CompareStringLocale(kGermanLcid, kNormIgnoreCase, u"Stra\u00DFe", -1, u"STRASSE", -1), 2);
+  // German sorts the umlaut with its base letter, not after z.
+  EXPECT_EQ(CompareStringLocale(kGermanLcid, 0, u"\u00C4pfel", -1, u"Birne", -1), 1);
+  EXPECT_EQ(CompareStringLocale(kLocaleUserDefault, kNormIgnoreCase, u"x", -1, u"X", -1), 2);
+  EXPECT_EQ(CompareStringLocale(kLocaleInvariant, kNormIgnoreCase, u"x", -1, u"X", -1), 2);
+}
+
+TEST(Locale, CompareFailures) {
+  SetLastError(0);
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, nullptr, -1, u"a", -1), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0x40000000, u"a", -1, u"a", -1), 0);
+  EXPECT_EQ(LastError(), kErrInvalidFlags);
+}
+
+TEST(Locale, CaseMappingOneForOne) {
+  const uint32_t upper = kLcMapUppercase | kLcMapLinguisticCasing;
+  const uint32_t lower = kLcMapLowercase | kLcMapLinguisticCasing;
+  // The sharp s has no one-letter capital: it stays, and the length never changes.
+  EXPECT_EQ(Map(kGermanLcid, upper, u"stra\u00DFe \u00E4\u00F6\u00FC"), u"STRA\u00DFE \u00C4\u00D6\u00DC");
+  EXPECT_EQ(Map(kGermanLcid, lower, u"\u00C4RGER \u0141\u00D3D\u0179"), u"\u00E4rger \u0142\u00F3d\u017A");
+  EXPECT_EQ(Map(kEnglishLcid, kLcMapUppercase, u"\U00010428x"), u"\U00010400X");   // a surrogate pair
+  EXPECT_EQ(Map(kLocaleInvariant, kLcMapUppercase, u"i\u0131"), u"II");
+}
+
+TEST(Locale, TurkishDottedAndDotlessIWithLinguisticCasing) {
+  EXPECT_EQ(Map(kTurkishLcid, kLcMapUppercase | kLcMapLinguisticCasing, u"i\u0131"), u"\u0130I");
+  EXPECT_EQ(Map(kTurkishLcid, kLcMapLowercase | kLcMapLinguisticCasing, u"I\u0130"), u"\u0131i");
+  EXPECT_EQ(MapStringLocaleEx(u"tr-TR", kLcMapUppercase | kLcMapLinguisticCasing, u"i", 1, nullptr, 0), 1);
+  char16_t out[2] = {};
+  EXPECT_EQ(MapStringLocaleEx(u"tr-TR", kLcMapUppercase | kLcMapLinguisticCasing, u"i", 1, out, 2), 1);
+  EXPECT_EQ(out[0], 0x0130);
+  EXPECT_EQ(MapStringLocaleEx(u"", kLcMapUppercase | kLcMapLinguisticCasing, u"i", 1, out, 2), 1);
+  EXPECT_EQ(out[0], u'I');
+}
+
+TEST(Locale, MapStringSizesBuffersAndFlags) {
+  // -1 counts the terminator; a size query answers that count.
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, nullptr, 0), 4);
+  char16_t buf[8];
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, buf, 8), 4);
+  EXPECT_EQ(std::u16string(buf), u"ABC");
+  SetLastError(0);
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, buf, 3), 0);
+  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase | kLcMapLowercase, u"abc", 3, buf, 8), 0);
+  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, nullptr, 3, buf, 8), 0);
+  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  // In place.
+  char16_t inPlace[] = u"mixed Case";
+  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapLowercase, inPlace, -1, inPlace, 11), 11);
+  EXPECT_EQ(std::u16string(inPlace), u"mixed case");
+}
+
+TEST(Locale, LocaleInfo) {
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSName), u"de-DE");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSIso639LangName), u"de");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSIso3166CtryName), u"DE");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSEngLanguage), u"German");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSEngCountry), u"Germany");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSNativeLangName), u"Deutsch");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSNativeCtryName), u"Deutschland");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleILanguage), u"0407");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleIDefaultAnsiCodePage), u"1252");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleIDefaultCodePage), u"850");
+  EXPECT_EQ(Info(kEnglishLcid, kLocaleIDefaultCodePage), u"437");
+  EXPECT_EQ(Info(0x0419, kLocaleIDefaultAnsiCodePage), u"1251");
+  EXPECT_EQ(Info(0x0411, kLocaleIDefaultAnsiCodePage), u"932");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSDecimal), u",");
+  EXPECT_EQ(Info(kGermanLcid, kLocaleSThousand), u".");
+  EXPECT_EQ(Info(kEnglishLcid, kLocaleSDecimal), u".");
+  EXPECT_EQ(Info(kTurkishLcid, kLocaleSName), u"tr-TR");
+  char16_t buf[4];
+  EXPECT_EQ(LocaleInfo(kGermanLcid, kLocaleIDefaultAnsiCodePage | kLocaleReturnNumber, buf, 4), 2);
+  uint32_t n;
+  std::memcpy(&n, buf, 4);
+  EXPECT_EQ(n, 1252u);
+  SetLastError(0);
+  EXPECT_EQ(LocaleInfo(kGermanLcid, kLocaleSEngLanguage, buf, 4), 0);
+  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+}
+
+TEST(Locale, SystemVersionIsAtLeastSixOne) { EXPECT_GE(SystemVersion(), 0x0601u); }
+
+#ifndef _WIN32
+TEST(Locale, UserLanguageFromTheEnvironment) {
+  {
+    ScopedLocaleEnv env(nullptr, "de_DE.UTF-8");
+    EXPECT_EQ(UserDefaultLangID(), 0x0407);
+    EXPECT_EQ(UserDefaultUILanguage(), 0x0407);
+    EXPECT_EQ(Info(kLocaleUserDefault, kLocaleSName), u"de-DE");
+    // The user's locale drives comparison with the default LCID.
+    EXPECT_EQ(CompareStringLocale(kLocaleUserDefault, 0, u"\u00E4", -1, u"b", -1), 1);
+  }
+  {
+    ScopedLocaleEnv env("fr_CH.UTF-8@euro", "de_DE.UTF-8");
+    EXPECT_EQ(UserDefaultLangID(), 0x100C);   // LC_ALL wins
+  }
+  {
+    ScopedLocaleEnv env(nullptr, "C");
+    EXPECT_EQ(UserDefaultLangID(), 0x0409);
+  }
+  {
+    ScopedLocaleEnv env(nullptr, nullptr);
+    EXPECT_EQ(UserDefaultUILanguage(), 0x0409);
+  }
+}
+#endif
+
+TEST(Resources, BlocksPerLanguageWithEmptyEntries) {
+  std::u16string text;
+  ASSERT_TRUE(FindStringResource(LibraryModule(), 1, 0x0409, text));
+  EXPECT_EQ(text, u"zxUT22 Utility Library");
+  ASSERT_TRUE(FindStringResource(nullptr, 1, 0x0407, text));
+  EXPECT_EQ(text, u"zxUT22 Hilfsbibliothek");
+  ASSERT_TRUE(FindStringResource(nullptr, 3, 0x0407, text));
+  EXPECT_EQ(text, u"Fehler %1!d! in %2");
+  // The block exists, the entry does not: found, and empty.
+  ASSERT_TRUE(FindStringResource(nullptr, 9, 0x0407, text));
+  EXPECT_EQ(text, u"");
+  // Block 2 (ids 16..31) exists only in English.
+  SetLastError(0);
+  EXPECT_FALSE(FindStringResource(nullptr, 17, 0x0407, text));
+  EXPECT_EQ(LastError(), kErrResourceLangNotFound);
+  EXPECT_TRUE(FindStringResource(nullptr, 17, 0x0409, text));
+  // No language has block 3.
+  EXPECT_FALSE(FindStringResource(nullptr, 40, 0x0409, text));
+  EXPECT_EQ(LastError(), kErrResourceNameNotFound);
+  // A language the table lacks altogether.
+  EXPECT_FALSE(FindStringResource(nullptr, 1, 0x040C, text));
+}
+
+#ifndef _WIN32
+TEST(Resources, LoadStringFallsBackByLanguage) {
+  std::u16string text;
+  {
+    ScopedLocaleEnv env(nullptr, "de_AT.UTF-8");   // same primary language
+    ASSERT_TRUE(LoadStringResource(nullptr, 2, text));
+    EXPECT_EQ(text, u"%1 von %2");
+    ASSERT_TRUE(LoadStringResource(nullptr, 17, text));   // English only
+    EXPECT_EQ(text, u"The operation is not available in this language.");
+  }
+  {
+    ScopedLocaleEnv env(nullptr, "fr_FR.UTF-8");
+    ASSERT_TRUE(LoadStringResource(nullptr, 2, text));
+    EXPECT_EQ(text, u"%1 of %2");
+  }
+  EXPECT_FALSE(LoadStringResource(nullptr, 9, text));    // empty entry
+  EXPECT_FALSE(LoadStringResource(nullptr, 400, text));  // no block
+  EXPECT_EQ(LastError(), kErrResourceNameNotFound);
+}
+#endif
