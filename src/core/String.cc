@@ -16,9 +16,6 @@ static_assert(sizeof(String) == 40, "vtable, length, buffer, reserved, codePage,
 
 namespace {
 
-// Wild writes through operator[] land here. Never reset by the library.
-char16_t g_outOfRangeCell = 0;
-
 // The default code page. 0xFFFFFFFF until first asked, so that a String built
 // during static construction still gets the system's ANSI code page.
 constexpr uint32_t kUnset = 0xFFFFFFFF;
@@ -33,12 +30,11 @@ plat::CriticalSection& OptionLock() {
 uint32_t FormatCodePageOfString() { return String::DefaultCodePage(); }
 const bool g_formatCodePageInstalled = (SetFormatCodePageSource(&FormatCodePageOfString), true);
 
-void CheckOutOfRangeCell() {
-  if (g_outOfRangeCell != 0)
-    DiagLine(u"WRN: detected write to String::operator[] with index out of bounds");
-}
-
 }  // namespace
+
+void detail::ReportWildWrite() {
+  DiagLine(u"WRN: detected write to String::operator[] with index out of bounds");
+}
 
 // ---- process-wide values
 
@@ -64,8 +60,8 @@ const String& String::Empty() {
   return empty;
 }
 
-char16_t String::OutOfRangeCell() { return g_outOfRangeCell; }
-void String::ResetOutOfRangeCellForTests() { g_outOfRangeCell = 0; }
+char16_t String::OutOfRangeCell() { return detail::g_outOfRangeCell; }
+void String::ResetOutOfRangeCellForTests() { detail::g_outOfRangeCell = 0; }
 
 // ---- construction
 
@@ -93,22 +89,11 @@ String::String(FormatTag, const char16_t* format, ...) : codePage(DefaultCodePag
   va_end(ap);
 }
 
-String::String(const String& other)
-    : length(other.length), buffer(other.buffer), codePage(other.codePage) {
-  if (buffer) buffer->usage.fetch_add(1, std::memory_order_relaxed);
-}
-
 String::String(String&& other) noexcept
     : length(other.length), buffer(other.buffer), codePage(other.codePage) {
   other.buffer = nullptr;
   other.length = 0;
   other.DropNarrow();
-}
-
-String::~String() {
-  ReleaseStringBuffer(buffer);
-  DropNarrow();
-  CheckOutOfRangeCell();
 }
 
 IString::~IString() = default;
@@ -159,22 +144,15 @@ char16_t String::GetAt(int64_t index) const {
 }
 
 char16_t& String::operator[](int64_t index) {
-  if (!buffer || index < 0 || index >= length) return g_outOfRangeCell;
+  if (!buffer || index < 0 || index >= length) return detail::g_outOfRangeCell;
   MakePrivate(true);
-  if (!buffer) return g_outOfRangeCell;
+  if (!buffer) return detail::g_outOfRangeCell;
   return buffer->chars[index];
 }
 
 void String::DropNarrow() const {
   delete[] narrowCopy;
   narrowCopy = nullptr;
-}
-
-bool String::PointsIntoBuffer(const char16_t* p) const {
-  if (!buffer || !p) return false;
-  auto at = reinterpret_cast<uintptr_t>(p);
-  auto lo = reinterpret_cast<uintptr_t>(buffer->chars);
-  return at >= lo && at < lo + 2 * static_cast<uintptr_t>(buffer->capacity);
 }
 
 // ---- OLE strings and locale data

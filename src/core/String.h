@@ -42,10 +42,23 @@ constexpr int64_t StringCapacityFor(int64_t n) {
 
 // Buffer records (StringBuffer.cc). Allocate returns null when memory is short.
 scStringBuffer* AllocateStringBuffer(int64_t capacity);
-// Decrements usage; frees the block at 0; a negative result is a double release:
-// "WRN: String buffer released twice (usage=%d)", then a debugger break or a stack
-// trace (see core/StackTraceHook.h).
-void ReleaseStringBuffer(scStringBuffer* buffer);
+// The slow end of a release: frees the block when `left` is 0; a negative `left`
+// is a double release: "WRN: String buffer released twice (usage=%d)", then a
+// debugger break or a stack trace (see core/StackTraceHook.h).
+void StringBufferReleased(scStringBuffer* buffer, int32_t left);
+// Decrements usage (null: nothing); the last owner frees the block.
+inline void ReleaseStringBuffer(scStringBuffer* buffer) {
+  if (!buffer) return;
+  const int32_t left = buffer->usage.fetch_sub(1, std::memory_order_acq_rel) - 1;
+  if (left <= 0) StringBufferReleased(buffer, left);
+}
+
+namespace detail {
+// Wild writes through String::operator[] land here; the library never resets it.
+inline char16_t g_outOfRangeCell = 0;
+// Writes the WRN line of a wild write.
+void ReportWildWrite();
+}  // namespace detail
 
 // Tag for the formatting constructor: String s(kFormat, u"%d items", n).
 struct FormatTag {};
@@ -60,9 +73,16 @@ class String {
   // Narrow text in the default code page.
   explicit String(const char* text, int64_t start = 0, int64_t count = kWholeString);
   String(FormatTag, const char16_t* format, ...);
-  String(const String& other);   // shares the buffer
+  String(const String& other)   // shares the buffer: one atomic increment
+      : length(other.length), buffer(other.buffer), codePage(other.codePage) {
+    if (buffer) buffer->usage.fetch_add(1, std::memory_order_relaxed);
+  }
   String(String&& other) noexcept;
-  virtual ~String();
+  virtual ~String() {
+    ReleaseStringBuffer(buffer);
+    if (narrowCopy) DropNarrow();
+    if (detail::g_outOfRangeCell) detail::ReportWildWrite();
+  }
 
   String& operator=(const String& other);
   String& operator=(String&& other) noexcept;
@@ -101,7 +121,16 @@ class String {
   void Assign(const char* text, int64_t start = 0, int64_t count = kWholeString);
   void Clear();
   void Fill(char16_t ch, int64_t count);
-  void Append(char16_t ch);
+  void Append(char16_t ch) {   // the fast path: a private block with room
+    if (ch && buffer && !narrowCopy && buffer->usage.load(std::memory_order_acquire) == 1 &&
+        buffer->capacity >= StringCapacityFor(length + 1)) {
+      OnChange();
+      buffer->chars[length++] = ch;
+      buffer->chars[length] = 0;
+      return;
+    }
+    if (ch) AppendRaw(&ch, 1);
+  }
   void Append(const char16_t* text);
   void Append(const char16_t* text, int64_t count);
   void Append(const String& text);
@@ -181,15 +210,26 @@ class String {
   friend class IString;
   // Copy-on-write: releases a shared buffer (cloning it when keepText), drops the
   // narrow copy and calls OnChange.
-  void MakePrivate(bool keepText);
+  void MakePrivate(bool keepText) {
+    if (buffer && buffer->usage.load(std::memory_order_acquire) >= 2) Unshare(keepText);
+    if (narrowCopy) DropNarrow();
+    OnChange();
+  }
+  void Unshare(bool keepText);
   // Ensures capacity for `needed` characters plus terminator; false when out of
-  // memory (the string is then left as it was).
-  bool Grow(int64_t needed, bool keepText);
+  // memory or too long (the string is then left as it was).
+  bool Grow(int64_t needed, bool keepText) {
+    if (buffer && needed >= 0 && buffer->capacity >= StringCapacityFor(needed)) return true;
+    return Reallocate(needed, keepText);
+  }
+  bool Reallocate(int64_t needed, bool keepText);
   void SetText(const char16_t* text, int64_t count);
   void AppendRaw(const char16_t* text, int64_t count);
   void DropNarrow() const;
   void ShareFrom(const String& other);
-  bool PointsIntoBuffer(const char16_t* p) const;
+  bool PointsIntoBuffer(const char16_t* p) const {
+    return buffer && p >= buffer->chars && p < buffer->chars + buffer->capacity;
+  }
 
   int64_t length = 0;
   scStringBuffer* buffer = nullptr;

@@ -11,7 +11,8 @@
 namespace zx {
 namespace {
 
-constexpr std::align_val_t kAlign{16};
+// The plain allocator already aligns to 16 bytes on both targets (x86-64).
+static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= 16, "buffer records need 16-byte alignment");
 
 // Whether a debugger is attached, asked at the first double release:
 // 0 not asked, 1 present, 2 absent.
@@ -23,14 +24,14 @@ size_t BlockBytes(int64_t capacity) {
 
 void FreeBlock(scStringBuffer* b) {
   b->usage.~atomic();
-  ::operator delete(static_cast<void*>(b), kAlign);
+  ::operator delete(static_cast<void*>(b));
 }
 
 }  // namespace
 
 scStringBuffer* AllocateStringBuffer(int64_t capacity) {
   if (capacity < 1 || capacity > StringCapacityFor(kWholeString)) return nullptr;
-  void* block = ::operator new(BlockBytes(capacity), kAlign, std::nothrow);
+  void* block = ::operator new(BlockBytes(capacity), std::nothrow);
   if (!block) return nullptr;
   auto* b = static_cast<scStringBuffer*>(block);
   b->chars = reinterpret_cast<char16_t*>(b + 1);
@@ -40,14 +41,11 @@ scStringBuffer* AllocateStringBuffer(int64_t capacity) {
   return b;
 }
 
-void ReleaseStringBuffer(scStringBuffer* b) {
-  if (!b) return;
-  int32_t left = b->usage.fetch_sub(1, std::memory_order_acq_rel) - 1;
+void StringBufferReleased(scStringBuffer* b, int32_t left) {
   if (left == 0) {
     FreeBlock(b);
     return;
   }
-  if (left > 0) return;
   DiagFormat(u"WRN: String buffer released twice (usage=%d)", left);
   int state = g_debuggerState.load(std::memory_order_relaxed);
   if (state == 0) {
@@ -60,28 +58,24 @@ void ReleaseStringBuffer(scStringBuffer* b) {
     DiagStackTraceHook(50);
 }
 
-void String::MakePrivate(bool keepText) {
-  if (buffer && buffer->usage.load(std::memory_order_acquire) >= 2) {
-    scStringBuffer* shared = buffer;
-    buffer = nullptr;
-    if (keepText) {
-      // Same capacity, same text; the shared block stays alive for its other owners
-      // until the release below.
-      buffer = AllocateStringBuffer(shared->capacity);
-      if (buffer) std::memcpy(buffer->chars, shared->chars, 2 * static_cast<size_t>(length + 1));
-      else length = 0;
-    } else {
-      length = 0;
-    }
-    ReleaseStringBuffer(shared);
+void String::Unshare(bool keepText) {
+  scStringBuffer* shared = buffer;
+  buffer = nullptr;
+  if (keepText) {
+    // Same capacity, same text; the shared block stays alive for its other owners
+    // until the release below.
+    buffer = AllocateStringBuffer(shared->capacity);
+    if (buffer) std::memcpy(buffer->chars, shared->chars, 2 * static_cast<size_t>(length + 1));
+    else length = 0;
+  } else {
+    length = 0;
   }
-  DropNarrow();
-  OnChange();
+  ReleaseStringBuffer(shared);
 }
 
-bool String::Grow(int64_t needed, bool keepText) {
+bool String::Reallocate(int64_t needed, bool keepText) {
   if (needed < 0 || needed > kWholeString) return false;
-  int64_t want = StringCapacityFor(needed);
+  const int64_t want = StringCapacityFor(needed);
   if (buffer && buffer->capacity >= want) return true;
   scStringBuffer* fresh = AllocateStringBuffer(want);
   if (!fresh) return false;

@@ -91,10 +91,6 @@ void String::Fill(char16_t ch, int64_t count) {
   buffer->chars[length] = 0;
 }
 
-void String::Append(char16_t ch) {
-  if (ch) AppendRaw(&ch, 1);
-}
-
 void String::Append(const char16_t* text) {
   if (text && *text) AppendRaw(text, ScanLength(text));
 }

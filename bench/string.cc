@@ -1,0 +1,180 @@
+// String against std::u16string: copying a 64-character text (with an allocation
+// count), appending in a loop, and String::Format against snprintf. The last lines
+// print the ratios of the peer's time to ours.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <new>
+#include <string>
+
+#include "core/String.h"
+
+// ---- every allocation of the process is counted
+namespace {
+std::atomic<uint64_t> g_allocations{0};
+}  // namespace
+
+void* operator new(size_t n) {
+  ++g_allocations;
+  if (void* p = std::malloc(n ? n : 1)) return p;
+  throw std::bad_alloc();
+}
+void* operator new[](size_t n) { return operator new(n); }
+void* operator new(size_t n, const std::nothrow_t&) noexcept {
+  ++g_allocations;
+  return std::malloc(n ? n : 1);
+}
+void* operator new(size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
+  ++g_allocations;
+  return std::aligned_alloc(static_cast<size_t>(a), (n + static_cast<size_t>(a) - 1) & ~(static_cast<size_t>(a) - 1));
+}
+void* operator new(size_t n, std::align_val_t a) {
+  if (void* p = operator new(n, a, std::nothrow)) return p;
+  throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete[](void* p, size_t) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, size_t, std::align_val_t) noexcept { std::free(p); }
+
+namespace {
+
+const char16_t kText64[] = u"0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ-_";
+static_assert(sizeof(kText64) / sizeof(char16_t) == 65, "64 characters");
+
+void AllocationsPerIteration(benchmark::State& state, uint64_t before) {
+  state.counters["allocs/iter"] = benchmark::Counter(
+      static_cast<double>(g_allocations.load() - before) / static_cast<double>(state.iterations()));
+}
+
+void BM_Copy64_String(benchmark::State& state) {
+  const String source(kText64);
+  const uint64_t before = g_allocations.load();
+  for (auto _ : state) {
+    String copy(source);
+    benchmark::DoNotOptimize(copy);
+  }
+  AllocationsPerIteration(state, before);
+}
+BENCHMARK(BM_Copy64_String);
+
+void BM_Copy64_U16String(benchmark::State& state) {
+  const std::u16string source(kText64);
+  const uint64_t before = g_allocations.load();
+  for (auto _ : state) {
+    std::u16string copy(source);
+    benchmark::DoNotOptimize(copy);
+  }
+  AllocationsPerIteration(state, before);
+}
+BENCHMARK(BM_Copy64_U16String);
+
+void BM_Append1000_String(benchmark::State& state) {
+  const uint64_t before = g_allocations.load();
+  for (auto _ : state) {
+    String s;
+    for (int i = 0; i < 1000; ++i) s.Append(static_cast<char16_t>(u'a' + i % 26));
+    benchmark::DoNotOptimize(s);
+  }
+  AllocationsPerIteration(state, before);
+}
+BENCHMARK(BM_Append1000_String);
+
+// The same with the room made first: what the capacity rule costs.
+void BM_Append1000_StringReserved(benchmark::State& state) {
+  const uint64_t before = g_allocations.load();
+  for (auto _ : state) {
+    String s;
+    s.Reserve(1000);
+    for (int i = 0; i < 1000; ++i) s.Append(static_cast<char16_t>(u'a' + i % 26));
+    benchmark::DoNotOptimize(s);
+  }
+  AllocationsPerIteration(state, before);
+}
+BENCHMARK(BM_Append1000_StringReserved);
+
+void BM_Append1000_U16String(benchmark::State& state) {
+  const uint64_t before = g_allocations.load();
+  for (auto _ : state) {
+    std::u16string s;
+    for (int i = 0; i < 1000; ++i) s.push_back(static_cast<char16_t>(u'a' + i % 26));
+    benchmark::DoNotOptimize(s);
+  }
+  AllocationsPerIteration(state, before);
+}
+BENCHMARK(BM_Append1000_U16String);
+
+void BM_AppendWords_String(benchmark::State& state) {
+  for (auto _ : state) {
+    String s;
+    for (int i = 0; i < 200; ++i) s.Append(u"word, ");
+    benchmark::DoNotOptimize(s);
+  }
+}
+BENCHMARK(BM_AppendWords_String);
+
+void BM_AppendWords_U16String(benchmark::State& state) {
+  for (auto _ : state) {
+    std::u16string s;
+    for (int i = 0; i < 200; ++i) s.append(u"word, ");
+    benchmark::DoNotOptimize(s);
+  }
+}
+BENCHMARK(BM_AppendWords_U16String);
+
+void BM_Format_String(benchmark::State& state) {
+  String s;
+  for (auto _ : state) {
+    s.Format(u"%d items of %s at %08X", 42, u"profile", 0xBEEFu);
+    benchmark::DoNotOptimize(s);
+  }
+}
+BENCHMARK(BM_Format_String);
+
+void BM_Format_Snprintf(benchmark::State& state) {
+  char buf[100];
+  for (auto _ : state) {
+    int n = std::snprintf(buf, sizeof buf, "%d items of %s at %08X", 42, "profile", 0xBEEFu);
+    benchmark::DoNotOptimize(n);
+    benchmark::DoNotOptimize(buf);
+  }
+}
+BENCHMARK(BM_Format_Snprintf);
+
+// Keeps the console output and remembers each benchmark's time per iteration.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& r : runs)
+      if (r.run_type == Run::RT_Iteration) times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
+  }
+  void PrintRatio(const char* what, const std::string& ours, const std::string& peer) const {
+    auto a = times_.find(ours), b = times_.find(peer);
+    if (a == times_.end() || b == times_.end() || a->second <= 0) return;
+    std::printf("ratio %-28s peer/ours = %.2fx\n", what, b->second / a->second);
+  }
+
+ private:
+  std::map<std::string, double> times_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  reporter.PrintRatio("copy 64 characters", "BM_Copy64_String", "BM_Copy64_U16String");
+  reporter.PrintRatio("append 1000 characters", "BM_Append1000_String", "BM_Append1000_U16String");
+  reporter.PrintRatio("append 1000, reserved", "BM_Append1000_StringReserved", "BM_Append1000_U16String");
+  reporter.PrintRatio("append 200 words", "BM_AppendWords_String", "BM_AppendWords_U16String");
+  reporter.PrintRatio("format vs snprintf", "BM_Format_String", "BM_Format_Snprintf");
+  benchmark::Shutdown();
+  return 0;
+}
