@@ -33,11 +33,11 @@ class Out {
     for (;;) {
       size_t room = static_cast<size_t>(end_ - cur_);
       if (n <= room) {
-        std::memcpy(cur_, s, n * sizeof(char16_t));
+        if (n) std::memcpy(cur_, s, n * sizeof(char16_t));
         cur_ += n;
         return;
       }
-      std::memcpy(cur_, s, room * sizeof(char16_t));
+      if (room) std::memcpy(cur_, s, room * sizeof(char16_t));  // a measuring call has no buffer
       cur_ += room;
       s += room;
       n -= room;
