@@ -19,10 +19,11 @@ class Out {
   Out(char16_t* dst, size_t writable) : base_(dst), cur_(dst), end_(dst + writable) {}
   Out(FormatSinkFn sink, void* context, uint64_t limit)
       : base_(local_), cur_(local_), end_(local_ + kLocal), sink_(sink), context_(context),
-        limit_(limit < INT_MAX ? limit : INT_MAX) {}
+        budget_(limit < INT_MAX ? limit : INT_MAX) {}
 
   void Put(char16_t c) {
-    if (cur_ < end_) {
+    if (cur_ < end_ && budget_ != 0) {
+      --budget_;
       *cur_++ = c;
       return;
     }
@@ -82,7 +83,7 @@ class Out {
   }
 
   uint64_t Count() const { return flushed_ + static_cast<uint64_t>(cur_ - base_) + dropped_; }
-  bool Overflowed() const { return overflow_ || Count() > limit_; }
+  bool Overflowed() const { return overflow_; }
   char16_t* Cursor() const { return cur_; }
   void Finish() {
     if (sink_ && cur_ != base_) sink_(context_, base_, static_cast<size_t>(cur_ - base_));
@@ -93,7 +94,11 @@ class Out {
 
   // Output beyond the limit makes the result -1: it is counted, never sent.
   bool Admit(uint64_t n) {
-    if (Count() + n <= limit_ && !overflow_) return true;
+    if (n <= budget_) {
+      budget_ -= n;
+      return true;
+    }
+    budget_ = 0;
     overflow_ = true;
     dropped_ += n;
     return false;
@@ -114,7 +119,7 @@ class Out {
   void* context_ = nullptr;
   uint64_t flushed_ = 0;
   uint64_t dropped_ = 0;
-  uint64_t limit_ = INT_MAX;
+  uint64_t budget_ = INT_MAX;  // units still allowed before the result turns -1
   bool overflow_ = false;
 };
 
