@@ -270,6 +270,7 @@ int CompareText(const char16_t* a, const char16_t* b, int64_t count, bool locale
                 bool caseSensitive);
 // The user's UI language, asked once and cached.
 uint16_t CachedUILanguage();
+void ResetUILanguageForTests();
 
 // Index of `needle` in `text` from `start`, or -1; an empty needle gives -1.
 int64_t FindSubstring(const char16_t* text, const char16_t* needle, int64_t start = 0);
@@ -278,8 +279,11 @@ int64_t FindSubstring(std::u16string_view text, std::u16string_view needle, int6
 // The 64-bit text hash over `byteCount` bytes.
 uint64_t HashBytes(const void* data, size_t byteCount);
 
-// The decision word of the case mapper for a locale: 1 classic, 2 extended.
+// The decision word of the case mapper for a locale: 1 classic, 2 extended. Only
+// the invariant locale (127) can be extended: from system version 6.1 on, and on
+// 6.0 when HKLM "software\zarnik" EnableMapStringEx begins with "T". Cached.
 int MapStringFlavour(uint32_t locale);
+int DecideMapStringFlavour(uint32_t systemVersion);   // uncached, for the invariant locale
 void ResetMapStringFlavourForTests();
 
 // Narrow companion: owned bytes and their length.

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "core/Diag.h"
+#include "core/Registry.h"
 #include "core/String.h"
 #include "platform/errors.h"
 #include "platform/locale.h"
@@ -19,23 +20,19 @@ constexpr uint32_t kWin7 = 0x0601;
 // Which mapper serves the invariant locale: 0 unknown, 1 classic, 2 extended.
 std::atomic<int> g_flavour{0};
 
-int DecideFlavour() {
-  const uint32_t version = plat::SystemVersion();
-  if (version < kVista) return 1;
-  if (version >= kWin7) return 2;
-  // TODO(registry reader): on 6.0 the extended mapper is used when the
-  // HKLM "software\zarnik\" value EnableMapStringEx begins with "T". Until the
-  // registry reader of core/Registry.h lands, 6.0 takes the classic mapper.
-  return 1;
-}
-
 }  // namespace
+
+int DecideMapStringFlavour(uint32_t systemVersion) {
+  if (systemVersion < kVista) return 1;
+  if (systemVersion >= kWin7) return 2;
+  return RegReadBool(plat::Hive::LocalMachine, u"software\\zarnik", u"EnableMapStringEx", false) ? 2 : 1;
+}
 
 int MapStringFlavour(uint32_t locale) {
   if (locale != plat::kLocaleInvariant) return 1;
   int f = g_flavour.load(std::memory_order_relaxed);
   if (f == 0) {
-    f = DecideFlavour();
+    f = DecideMapStringFlavour(plat::SystemVersion());
     g_flavour.store(f, std::memory_order_relaxed);
   }
   return f;

@@ -48,6 +48,8 @@ uint16_t CachedUILanguage() {
   return static_cast<uint16_t>(lang);
 }
 
+void ResetUILanguageForTests() { g_uiLanguage.store(0); }
+
 int CompareText(const char16_t* a, const char16_t* b, int64_t count, bool locale,
                 bool caseSensitive) {
   if (count == 0 || a == b) return 0;

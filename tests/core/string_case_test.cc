@@ -1,15 +1,49 @@
 // String's locale case mapping.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
+#include "core/Registry.h"
 #include "core/String.h"
 #include "platform/locale.h"
+#include "platform/registry.h"
 #include "string_test_util.h"
 
 using zx::String;
 
 namespace {
+
+// Points the registry at a folder of its own for one test (Linux; Windows tests
+// use the real registry of their prefix).
+class ScopedRegistryFolder {
+ public:
+  ScopedRegistryFolder() {
+#ifndef _WIN32
+    char dir[] = "/tmp/zxut_strreg_XXXXXX";
+    if (!mkdtemp(dir)) return;
+    dir_ = dir;
+    const char* old = std::getenv("ZXUT_REGISTRY_DIR");
+    if (old) old_ = old;
+    hadOld_ = old != nullptr;
+    setenv("ZXUT_REGISTRY_DIR", dir, 1);
+    plat::RegistryReload();
+#endif
+  }
+  ~ScopedRegistryFolder() {
+#ifndef _WIN32
+    if (dir_.empty()) return;
+    std::system(("rm -rf " + dir_).c_str());
+    if (hadOld_) setenv("ZXUT_REGISTRY_DIR", old_.c_str(), 1);
+    else unsetenv("ZXUT_REGISTRY_DIR");
+    plat::RegistryReload();
+#endif
+  }
+
+ private:
+  std::string dir_, old_;
+  bool hadOld_ = false;
+};
 
 TEST(StringCase, UpperAndLower) {
   String s(u"Stra\u00DFe \u00E4\u00F6\u00FC abc");
@@ -67,6 +101,22 @@ TEST(StringCase, InvariantLocaleFlavour) {
   String s(u"invariant i");
   s.MapString(plat::kLcMapUppercase, plat::kLocaleInvariant);
   EXPECT_EQ(s.View(), u"INVARIANT I");
+}
+
+TEST(StringCase, ExtendedMapperOnVistaOnlyWhenEnabled) {
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0502), 1);
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0601), 2);
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0A00), 2);
+  ScopedRegistryFolder folder;
+  const char16_t* key = u"software\\zarnik";
+  // Only the local machine's value counts, and only when it begins with "T".
+  if (zx::RegWriteString(plat::Hive::LocalMachine, key, u"EnableMapStringEx", u"False") != 0)
+    GTEST_SKIP() << "the local machine's registry is not writable here";
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0600), 1);
+  zx::RegWriteString(plat::Hive::LocalMachine, key, u"EnableMapStringEx", u"True");
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0600), 2);
+  plat::DeleteRegValue(plat::Hive::LocalMachine, key, u"EnableMapStringEx");
+  EXPECT_EQ(zx::DecideMapStringFlavour(0x0600), 1);
 }
 
 }  // namespace

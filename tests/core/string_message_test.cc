@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdarg>
+#include <cstdlib>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/MessageInserts.h"
 #include "core/String.h"
@@ -98,6 +102,67 @@ TEST(StringVMessage, ExpandsOrReports) {
   EXPECT_NE(diag.Lines()[0].find(u"(00000057)"), std::u16string::npos);
 }
 
+#ifndef _WIN32
+// Sets the UI language through the environment for one test and forgets String's
+// cached answer before and after.
+class ScopedUILanguage {
+ public:
+  explicit ScopedUILanguage(const char* locale) {
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+      const char* v = std::getenv(name);
+      saved_.emplace_back(name, v ? std::optional<std::string>(v) : std::nullopt);
+      unsetenv(name);
+    }
+    setenv("LC_MESSAGES", locale, 1);
+    setenv("LANG", "en_US.UTF-8", 1);
+    zx::ResetUILanguageForTests();
+  }
+  ~ScopedUILanguage() {
+    for (const auto& [name, value] : saved_) {
+      if (value) setenv(name, value->c_str(), 1);
+      else unsetenv(name);
+    }
+    zx::ResetUILanguageForTests();
+  }
+
+ private:
+  std::vector<std::pair<const char*, std::optional<std::string>>> saved_;
+};
+
+TEST(StringMessage, ResourceInTheUILanguageWithInserts) {
+  string_test::DiagCapture diag;
+  {
+    ScopedUILanguage english("en_US.UTF-8");
+    String s;
+    EXPECT_TRUE(s.Message(nullptr, 3, 5, u"file.txt"));
+    EXPECT_EQ(s.View(), u"Error 5 in file.txt");
+    EXPECT_TRUE(s.Message(plat::LibraryModule(), 2, u"1", u"3"));
+    EXPECT_EQ(s.View(), u"1 of 3");
+  }
+  {
+    ScopedUILanguage german("de_DE.UTF-8");
+    EXPECT_EQ(zx::CachedUILanguage(), 0x0407);
+    String s;
+    EXPECT_TRUE(s.Message(nullptr, 3, 7, u"a"));
+    EXPECT_EQ(s.View(), u"Fehler 7 in a");
+    // Block 2 has no German version: the loader's fallback finds the English one.
+    EXPECT_TRUE(s.Message(nullptr, 17));
+    EXPECT_EQ(s.View(), u"The operation is not available in this language.");
+  }
+  EXPECT_TRUE(diag.Lines().empty());
+}
+
+TEST(StringMessage, ExistingBlockWithoutTheEntryGivesEmpty) {
+  ScopedUILanguage english("en_US.UTF-8");
+  string_test::DiagCapture diag;
+  String s(u"old");
+  EXPECT_FALSE(s.Message(nullptr, 4));   // block 1 exists in English, id 4 is empty
+  EXPECT_EQ(s.Length(), 0);
+  ASSERT_EQ(diag.Lines().size(), 1u);
+  EXPECT_TRUE(diag.AnyStartsWith(u"String::Message(): String ressource 4 not found in "));
+}
+#endif
+
 TEST(StringMessage, MissingResourceIsReported) {
   string_test::DiagCapture diag;
   String s(u"old");
@@ -106,6 +171,12 @@ TEST(StringMessage, MissingResourceIsReported) {
   ASSERT_EQ(diag.Lines().size(), 1u);
   EXPECT_TRUE(diag.AnyStartsWith(u"String::Message(): String ressource 65519 not found in "));
   EXPECT_EQ(diag.Lines()[0].back(), u'\'');
+  // A module that is not this library is named by its handle.
+  diag.Clear();
+  static const int otherModule = 0;
+  EXPECT_FALSE(s.Message(&otherModule, 1));
+  ASSERT_EQ(diag.Lines().size(), 1u);
+  EXPECT_TRUE(diag.AnyStartsWith(u"String::Message(): String ressource 1 not found in 0"));
 }
 
 }  // namespace
