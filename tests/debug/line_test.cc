@@ -26,6 +26,7 @@ namespace {
 
 // Blocks and registry of this test program stay its own.
 const bool g_isolated = [] {
+  if (std::getenv("ZXUT_DEBUG_CHILD")) return false;   // a client child: its parent decides
   std::string tag = "zxtest" + std::to_string(getpid());
   setenv("ZXUT_SHM_PREFIX", tag.c_str(), 1);
   std::string reg = zxtest::TempPath("reg");

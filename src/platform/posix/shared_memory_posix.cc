@@ -79,32 +79,46 @@ bool IsGlobalName(const char16_t* name) {
   return true;
 }
 
-// Field 22 of /proc/<pid>/stat: the start time in clock ticks since boot; 0 if unknown.
-uint64_t ProcessStartTime(int pid) {
+// From /proc/<pid>/stat: the state (field 3) and the start time in clock ticks
+// since boot (field 22). False when the process is unknown.
+bool ReadProcStat(int pid, char* state, uint64_t* start) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/%d/stat", pid);
   FILE* f = std::fopen(path, "r");
-  if (!f) return 0;
+  if (!f) return false;
   char buf[1024];
   size_t n = std::fread(buf, 1, sizeof buf - 1, f);
   std::fclose(f);
   buf[n] = 0;
   const char* p = std::strrchr(buf, ')');   // the command may hold blanks
-  if (!p) return 0;
+  if (!p) return false;
   ++p;
-  // After ")" come field 3 (state) ... field 22 (starttime): skip 19 fields.
+  while (*p == ' ') ++p;
+  *state = *p;
   for (int field = 3; field < 22 && *p; ++field) {
-    while (*p == ' ') ++p;
     while (*p && *p != ' ') ++p;
+    while (*p == ' ') ++p;
   }
-  return std::strtoull(p, nullptr, 10);
+  *start = std::strtoull(p, nullptr, 10);
+  return true;
 }
 
+uint64_t ProcessStartTime(int pid) {
+  char state = 0;
+  uint64_t start = 0;
+  return ReadProcStat(pid, &state, &start) ? start : 0;
+}
+
+// A zombie (ended, not yet reaped) counts as ended; a reused pid differs in its
+// start time.
 bool CreatorAlive(const BlockHeader& h) {
   if (h.creatorPid <= 0) return false;
   if (kill(h.creatorPid, 0) != 0 && errno != EPERM) return false;
-  uint64_t start = ProcessStartTime(h.creatorPid);
-  return start == 0 || h.creatorStart == 0 || start == h.creatorStart;   // a reused pid differs
+  char state = 0;
+  uint64_t start = 0;
+  if (!ReadProcStat(h.creatorPid, &state, &start)) return true;   // no /proc: trust kill()
+  if (state == 'Z' || state == 'X') return false;
+  return start == 0 || h.creatorStart == 0 || start == h.creatorStart;
 }
 
 bool ReadHeader(int fd, BlockHeader* h) {
