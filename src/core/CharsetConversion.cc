@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <type_traits>
 
 #include "core/String.h"
 #include "platform/codepage.h"
@@ -50,6 +51,20 @@ void CopyTerminated(C* dst, const C* src, size_t size) {
   dst[size - 1] = 0;
 }
 
+// Bytes below 0x80 are the same characters in 1252 and UTF-8, so a text made only
+// of them (the common case of names and paths) is copied without the converter.
+// False when the text has another unit or does not fit; dst may then hold a part.
+template <class To, class From>
+bool CopyIfAscii(uint32_t cp, const From* src, int n, To* dst, int cap) {
+  if ((cp != plat::kCp1252 && cp != plat::kCpUtf8) || !dst || n > cap) return false;
+  for (int i = 0; i < n; ++i) {
+    auto unit = static_cast<std::make_unsigned_t<From>>(src[i]);
+    if (unit >= 0x80) return false;
+    dst[i] = static_cast<To>(unit);
+  }
+  return true;
+}
+
 // One direction of conversion each. n > 0; a null dst with cap 0 measures.
 // MultiByteToWideChar takes no flags for UTF-8 and the precomposed flag for every
 // other code page; WideCharToMultiByte takes none (it has no precomposed flag).
@@ -60,6 +75,7 @@ int ToWide(uint32_t cp, const char* src, int n, char16_t* dst, int cap) {
     for (int i = 0; i < m; ++i) dst[i] = static_cast<unsigned char>(src[i]);
     return m;
   }
+  if (CopyIfAscii(cp, src, n, dst, cap)) return n;
   uint32_t flags = cp == plat::kCpUtf8 ? 0 : plat::kMbPrecomposed;
   return plat::MultiByteToWide(cp, flags, src, n, dst, cap);
 }
@@ -71,15 +87,25 @@ int ToNarrow(uint32_t cp, const char16_t* src, int n, char* dst, int cap) {
     for (int i = 0; i < m; ++i) dst[i] = static_cast<char>(src[i] & 0xFF);
     return m;
   }
+  if (CopyIfAscii(cp, src, n, dst, cap)) return n;
   return plat::WideToMultiByte(cp, 0, src, n, dst, cap);
 }
 
 // Converts n > 0 units into new storage (inline when the result is shorter than
 // kInline units), terminated. Null when the converter fails or memory is short:
-// the caller then reads the empty text, which is what the system gave.
+// the caller then reads the empty text, which is what the system gave. A short
+// text is converted straight into the inline storage; only when that fails (the
+// result is longer) is the result measured for a heap block.
 template <class To, class From, class Fn>
 To* ConvertToStorage(Fn convert, uint32_t cp, const From* src, size_t n, To* inlineBuffer) {
   int len = static_cast<int>(std::min(n, kMaxUnits));
+  if (n < kInline) {
+    int got = convert(cp, src, len, inlineBuffer, static_cast<int>(kInline - 1));
+    if (got > 0) {
+      inlineBuffer[got] = 0;
+      return inlineBuffer;
+    }
+  }
   int need = convert(cp, src, len, nullptr, 0);
   if (need <= 0) return nullptr;
   To* dst = Storage(inlineBuffer, static_cast<size_t>(need) + 1);
@@ -94,18 +120,21 @@ To* ConvertToStorage(Fn convert, uint32_t cp, const From* src, size_t n, To* inl
 template <class To, class From, class Fn>
 void ConvertIntoBuffer(Fn convert, uint32_t cp, const From* src, size_t n, To* dst, size_t cap) {
   dst[0] = 0;
-  if (n == 0) return;
+  if (n == 0 || cap < 2) return;
   int len = static_cast<int>(std::min(n, kMaxUnits));
-  int need = convert(cp, src, len, nullptr, 0);
-  if (need <= 0) return;
-  if (static_cast<size_t>(need) <= cap - 1) {
-    int got = convert(cp, src, len, dst, need);
-    dst[got > 0 ? got : 0] = 0;
+  int room = static_cast<int>(std::min(cap - 1, kMaxUnits));
+  int got = convert(cp, src, len, dst, room);
+  if (got > 0) {
+    dst[got] = 0;
     return;
   }
+  // Longer than the buffer: convert the whole text aside and keep its head.
+  dst[0] = 0;
+  int need = convert(cp, src, len, nullptr, 0);
+  if (need <= 0) return;
   To* whole = new (std::nothrow) To[need];
   if (!whole) return;
-  int got = convert(cp, src, len, whole, need);
+  got = convert(cp, src, len, whole, need);
   size_t keep = std::min(static_cast<size_t>(got > 0 ? got : 0), cap - 1);
   std::copy(whole, whole + keep, dst);
   dst[keep] = 0;
