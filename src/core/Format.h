@@ -48,8 +48,21 @@ uint32_t FormatCodePage();
 
 // swscanf with the same conventions (%d %i %u %x %X %o %I64d %ld %hd %s %c %[ %n
 // %f %lf %e %g, widths, '*'). Returns the number of fields assigned, or -1 (EOF)
-// when the input ends before the first conversion.
+// when the input ends before the first conversion. As in the runtime: a field
+// that fails after consuming characters keeps them consumed (one character of
+// look-back), integers are read in 64 bits (saturating there) and cut to the
+// target ("%d" of 3000000000 stores -1294967296), "%f" stores a float and "%lf"
+// and "%Lf" a double, %c wants its whole width, and a malformed directive (width
+// 0, unknown conversion, a size the conversion does not take, an open "[") ends
+// the scan. Narrow targets (%hs %S %hc %C) get the format code page's bytes.
 int VScan(const char16_t* text, const char16_t* format, va_list args);
 int Scan(const char16_t* text, const char16_t* format, ...);
+
+// wcstod of the runtime: leading white space, sign, decimal or 0x hexadecimal
+// digits with exponent, "inf", "infinity", "nan", "nan(...)"; correctly rounded,
+// +-inf past the range and 0 below it. Unlike "%lf" it can back up to the last
+// complete number ("1.5e" reads 1.5 and ends at the e). *end (when given) is
+// where the number ended, or text when there was none (then the result is 0).
+double TextToDouble(const char16_t* text, const char16_t** end = nullptr);
 
 }  // namespace zx

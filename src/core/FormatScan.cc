@@ -58,6 +58,7 @@ class Input {
     --it_;
   }
   size_t Read() const { return static_cast<size_t>(it_ - first_); }
+  void Seek(size_t position) { it_ = first_ + position; }
   void SkipSpace() {
     int c;
     do c = Get();
@@ -72,11 +73,15 @@ class Input {
 };
 
 // One field's view of the input: at most `width` characters (0: no limit), 0
-// past the end. A field fails when it consumed nothing, or when it must return
-// to a point more than the one character that can be put back.
+// past the end. A scanned field fails when it consumed nothing, or when it must
+// return to a point more than the one character that can be put back; the text
+// conversion (`rewind`) can return anywhere, as a string can.
 class Source {
  public:
-  Source(Input& in, uint64_t width, bool& ok) : in_(in), max_(width), ok_(ok) { ok_ = true; }
+  Source(Input& in, uint64_t width, bool& ok, bool rewind = false)
+      : in_(in), max_(width), start_(in.Read()), rewind_(rewind), ok_(ok) {
+    ok_ = true;
+  }
   ~Source() {
     if (count_ == 0) ok_ = false;
   }
@@ -95,6 +100,11 @@ class Source {
   uint64_t Save() const { return count_; }
   bool Restore(uint64_t state) {
     if (state == count_) return true;
+    if (rewind_) {
+      in_.Seek(start_ + state);
+      count_ = state;
+      return true;
+    }
     ok_ = false;
     return false;
   }
@@ -102,6 +112,8 @@ class Source {
  private:
   Input& in_;
   uint64_t max_;
+  size_t start_;
+  bool rewind_;
   uint64_t count_ = 0;
   bool& ok_;
 };
@@ -324,12 +336,14 @@ struct FloatBits;
 template <>
 struct FloatBits<double> {
   using Int = uint64_t;
-  static constexpr Int kSign = Int{1} << 63, kExp = Int{0x7FF} << 52, kQuiet = Int{1} << 51;
+  static constexpr Int kSign = Int{1} << 63, kExp = Int{0x7FF} << 52, kQuiet = Int{1} << 51,
+                       kMantissa = (Int{1} << 52) - 1;
 };
 template <>
 struct FloatBits<float> {
   using Int = uint32_t;
-  static constexpr Int kSign = Int{1} << 31, kExp = Int{0xFF} << 23, kQuiet = Int{1} << 22;
+  static constexpr Int kSign = Int{1} << 31, kExp = Int{0xFF} << 23, kQuiet = Int{1} << 22,
+                       kMantissa = (Int{1} << 23) - 1;
 };
 
 // The value of a parsed field, as bits of T.
@@ -342,7 +356,9 @@ typename FloatBits<T>::Int Assemble(FloatKind kind, const FloatString& fs) {
     case FloatKind::kZero: case FloatKind::kUnderflow: return sign;
     case FloatKind::kNoDigits: return 0;
     case FloatKind::kInfinity: case FloatKind::kOverflow: return sign | B::kExp;
-    case FloatKind::kQuietNan: return sign | B::kExp | B::kQuiet;
+    // The runtime's NaN texts: "nan" has every mantissa bit set, "nan(snan)" only
+    // the lowest, "nan(ind)" the quiet bit with the sign.
+    case FloatKind::kQuietNan: return sign | B::kExp | B::kMantissa;
     case FloatKind::kSignalingNan: return sign | B::kExp | 1;
     case FloatKind::kIndeterminate: return B::kSign | B::kExp | B::kQuiet;
     default: break;
@@ -687,6 +703,25 @@ int VScan(const char16_t* text, const char16_t* format, va_list args) {
   }
   va_end(ap);
   return n;
+}
+
+double TextToDouble(const char16_t* text, const char16_t** end) {
+  if (end) *end = text;
+  if (!text) return 0.0;
+  Input in(text);
+  bool ok = false;
+  FloatString fs;
+  FloatKind kind;
+  {
+    Source s(in, 0, ok, true);
+    kind = ParseFloat(s, fs);
+  }
+  if (kind == FloatKind::kNoDigits) return 0.0;
+  if (end) *end = text + in.Read();
+  const uint64_t bits = Assemble<double>(kind, fs);
+  double value;
+  std::memcpy(&value, &bits, sizeof value);
+  return value;
 }
 
 int Scan(const char16_t* text, const char16_t* format, ...) {

@@ -247,9 +247,9 @@ TEST(FormatScan, FloatingPoint) {
 }
 
 TEST(FormatScan, NotANumber) {
-  WineDiffers(u"nan|nan(ind)|-nan(snan)|nan(abc_1)|-NAN", u"%lf|%lf|%lf|%lf|%lf", 5, Bits(0x7FF8000000000000ull),
-      Bits(0xFFF8000000000000ull), Bits(0xFFF0000000000001ull), Bits(0x7FF8000000000000ull),
-      Bits(0xFFF8000000000000ull));
+  WineDiffers(u"nan|nan(ind)|-nan(snan)|nan(abc_1)|-NAN", u"%lf|%lf|%lf|%lf|%lf", 5, Bits(0x7FFFFFFFFFFFFFFFull),
+      Bits(0xFFF8000000000000ull), Bits(0xFFF0000000000001ull), Bits(0x7FFFFFFFFFFFFFFFull),
+      Bits(0xFFFFFFFFFFFFFFFFull));
   WineDiffers(u"nan(ind)", u"%f", 1, FloatBits(0xFFC00000u));
 }
 
@@ -303,6 +303,48 @@ TEST(FormatScan, NarrowTargets) {
     CodePageScope cp(&Cp1252);
     WineDiffers(u"\u20ac\u4e2d", u"%hs", 1, NarrowText("\x80?"));
   }
+}
+
+// wcstod: backs up to the last complete number, as a string can.
+void ToDouble(Judge judge, const char16_t* text, double expected, size_t consumed) {
+  SCOPED_TRACE("\"" + Narrow(text) + "\"");
+  const char16_t* end = nullptr;
+  const double v = zx::TextToDouble(text, &end);
+  EXPECT_EQ(std::memcmp(&v, &expected, sizeof v), 0) << Describe(v) << " expected " << Describe(expected);
+  EXPECT_EQ(static_cast<size_t>(end - text), consumed);
+#ifdef _WIN32
+  if (judge == Judge::kSystem && fmt_test::SystemToDouble()) {
+    char16_t* sysEnd = nullptr;
+    const double s = fmt_test::SystemToDouble()(text, &sysEnd);
+    EXPECT_EQ(std::memcmp(&s, &expected, sizeof s), 0) << "system runtime: " << Describe(s);
+    EXPECT_EQ(static_cast<size_t>(sysEnd - text), consumed) << "system runtime";
+  }
+#else
+  (void)judge;
+#endif
+}
+
+TEST(FormatScan, TextToDouble) {
+  const double inf = std::numeric_limits<double>::infinity();
+  ToDouble(Judge::kSystem, u"  -12.5abc", -12.5, 7);
+  ToDouble(Judge::kSystem, u"abc", 0.0, 0);
+  ToDouble(Judge::kSystem, u"", 0.0, 0);
+  ToDouble(Judge::kSystem, u"   ", 0.0, 0);
+  ToDouble(Judge::kSystem, u"1.5e", 1.5, 3);
+  ToDouble(Judge::kSystem, u"1.5e+x", 1.5, 3);
+  ToDouble(Judge::kSystem, u"1e400", inf, 5);
+  ToDouble(Judge::kSystem, u"-1e-400", -0.0, 7);
+  ToDouble(Judge::kSystem, u"0x1p3", 8.0, 5);
+  ToDouble(Judge::kSystem, u"0x", 0.0, 1);
+  ToDouble(Judge::kSystem, u"0.1", 0.1, 3);
+  ToDouble(Judge::kSystem, u"123456.789e-3", 123.456789, 13);
+  ToDouble(Judge::kSystem, u"infin", inf, 3);
+  ToDouble(Judge::kSystem, u"-Infinity!", -inf, 9);
+  ToDouble(Judge::kSystem, u"nan(", Bits(0x7FFFFFFFFFFFFFFFull), 3);
+  ToDouble(Judge::kOurs, u"nan(ind)", Bits(0xFFF8000000000000ull), 8);  // wine stops after "nan"
+  ToDouble(Judge::kSystem, u"2.4703282292062328e-324", 5e-324, 23);
+  ToDouble(Judge::kOurs, u"\u0661.5", 1.5, 3);
+  EXPECT_EQ(zx::TextToDouble(nullptr), 0.0);
 }
 
 TEST(FormatScan, NullArguments) {

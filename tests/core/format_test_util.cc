@@ -36,14 +36,18 @@ using SetHandler = InvalidParameterHandler(__cdecl*)(InvalidParameterHandler);
 
 void __cdecl IgnoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
 
+using Wcstod = double(__cdecl*)(const wchar_t*, wchar_t**);
+
 struct Ucrt {
   CommonPrint print = nullptr;
   CommonScan scan = nullptr;
+  Wcstod wcstod = nullptr;
   Ucrt() {
     HMODULE m = LoadLibraryW(L"ucrtbase.dll");
     if (!m) return;
     print = reinterpret_cast<CommonPrint>(GetProcAddress(m, "__stdio_common_vswprintf"));
     scan = reinterpret_cast<CommonScan>(GetProcAddress(m, "__stdio_common_vswscanf"));
+    wcstod = reinterpret_cast<Wcstod>(GetProcAddress(m, "wcstod"));
     // Bad formats return -1 instead of ending the process.
     if (auto set = reinterpret_cast<SetHandler>(GetProcAddress(m, "_set_invalid_parameter_handler")))
       set(&IgnoreInvalidParameter);
@@ -65,10 +69,15 @@ int ScanText(const char16_t* text, const char16_t* format, va_list ap) {
                         reinterpret_cast<const wchar_t*>(format), nullptr, ap);
 }
 
+double ToDouble(const char16_t* text, char16_t** end) {
+  return Runtime().wcstod(reinterpret_cast<const wchar_t*>(text), reinterpret_cast<wchar_t**>(end));
+}
+
 }  // namespace
 
 SystemPrintFn SystemPrint() { return Runtime().print ? &Print : nullptr; }
 SystemScanFn SystemScan() { return Runtime().scan ? &ScanText : nullptr; }
+SystemToDoubleFn SystemToDouble() { return Runtime().wcstod ? &ToDouble : nullptr; }
 #endif
 
 }  // namespace fmt_test

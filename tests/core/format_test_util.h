@@ -14,8 +14,10 @@ std::string Narrow(const std::u16string& s);
 // Null when ucrtbase.dll or the entry is missing.
 using SystemPrintFn = int (*)(char16_t* dst, size_t cap, const char16_t* format, va_list ap);
 using SystemScanFn = int (*)(const char16_t* text, const char16_t* format, va_list ap);
+using SystemToDoubleFn = double (*)(const char16_t* text, char16_t** end);
 SystemPrintFn SystemPrint();
 SystemScanFn SystemScan();
+SystemToDoubleFn SystemToDouble();
 #endif
 
 }  // namespace fmt_test
