@@ -63,7 +63,7 @@ std::vector<std::u16string_view> SplitLines(std::u16string_view text) {
     size_t end = text.find(u'\n', start);
     if (end == std::u16string_view::npos) end = text.size();
     std::u16string_view line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == u'\r') line.remove_suffix(1);
+    while (!line.empty() && line.back() == u'\r') line.remove_suffix(1);
     lines.push_back(line);
     start = end + 1;
   }
@@ -289,7 +289,7 @@ Document Parse(std::string_view bytes) {
     std::u16string_view line = TrimRight(TrimLeft(lines[n]));
     if (line.empty()) continue;
     if (line == kHeader || line == u"REGEDIT4") continue;
-    if (line[0] == u'[' && line.back() == u']' && line.size() > 2 && line[1] != u'-') {
+    if (line[0] == u'[' && line.back() == u']' && line.size() >= 2 && line[1] != u'-') {
       std::u16string_view inside = line.substr(1, line.size() - 2);
       size_t slash = inside.find(u'\\');
       Key key;
@@ -301,12 +301,15 @@ Document Parse(std::string_view bytes) {
     Entry e;
     std::u16string raw(lines[n]);
     size_t i = 0;
-    bool ok = ParseName(line, i, e.name);
+    // Values belong to a key: before the first one they are kept as text.
+    bool ok = !doc.keys.empty() && ParseName(line, i, e.name);
     if (ok) {
       std::u16string data(line.substr(i));
       // A hex list may continue over lines that end in a backslash.
       if (StartsWithNoCase(TrimLeft(data), u"hex")) {
-        while (!data.empty() && TrimRight(data).back() == u'\\' && n + 1 < lines.size()) {
+        // A blank line ends the list whatever the last line says.
+        while (!data.empty() && TrimRight(data).back() == u'\\' && n + 1 < lines.size() &&
+               !TrimRight(TrimLeft(lines[n + 1])).empty()) {
           data = std::u16string(TrimRight(data));
           data.pop_back();
           ++n;
@@ -334,7 +337,13 @@ std::string Serialize(const Document& doc) {
   if (!doc.leading.empty()) out += u"\n";
   for (const Key& k : doc.keys) {
     out += u"[" + k.root + (k.path.empty() ? u"" : u"\\") + k.path + u"]\n";
-    for (const Entry& e : k.entries) out += (e.raw ? e.text : FormatValue(e)) + u"\n";
+    for (const Entry& e : k.entries) {
+      out += (e.raw ? e.text : FormatValue(e)) + u"\n";
+      // A kept line that ends in a backslash would swallow the next line as its
+      // continuation when read again: a blank line keeps them apart.
+      std::u16string_view t = TrimRight(e.text);
+      if (e.raw && !t.empty() && t.back() == u'\\') out += u"\n";
+    }
     out += u"\n";
   }
   return Utf16ToUtf8(out);
