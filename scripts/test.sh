@@ -1,0 +1,140 @@
+#!/usr/bin/env bash
+# The whole test run of zxUT22 (what CI runs):
+#   setup    install missing packages, cross-build the Windows dependencies
+#   linux    native build (with the benchmarks) + ctest, benchmark smoke run
+#   asan     ASan+UBSan build + ctest
+#   fuzz     clang libFuzzer build, a short run of every fuzz target on its seed corpus
+#   windows  mingw-w64 build of zxUT22.dll + ctest under wine
+# Build folders go to ZXUT_OUT (default <repo>/out) and are reused by the next run.
+# Every phase runs even when an earlier one failed; the exit status is non-zero
+# when any failed. Select phases with arguments: bash scripts/test.sh linux fuzz
+#
+# Knobs: ZXUT_OUT, ZXUT_DEPS_CACHE, ZXUT_FUZZ_BUDGET (seconds for all fuzz targets,
+# default 240), ZXUT_JOBS (default: all cores).
+set -uo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+source "$here/lib.sh"
+cd "$ZXUT_ROOT"
+
+out=${ZXUT_OUT:-$ZXUT_ROOT/out}
+j=${ZXUT_JOBS:-$(jobs)}
+phases=("$@")
+((${#phases[@]})) || phases=(setup linux asan fuzz windows)
+
+declare -a summary=()
+failed=0
+
+run_phase() {  # name function
+  local name=$1 start=$SECONDS rc
+  log "==== $name"
+  ( set -e; "$2" )
+  rc=$?
+  local t=$((SECONDS - start))
+  local line
+  line=$(printf '%-8s %-6s %4d:%02d' "$name" "$([[ $rc == 0 ]] && echo ok || echo FAILED)" $((t / 60)) $((t % 60)))
+  summary+=("$line")
+  log "==== $line"
+  ((rc == 0)) || failed=1
+}
+
+configure() {  # build-dir [cmake options...]
+  local dir=$1; shift
+  cmake -S "$ZXUT_ROOT" -B "$dir" -G Ninja -Wno-dev "$@" >"$dir.configure.log" 2>&1 ||
+    { cat "$dir.configure.log" >&2; return 1; }
+}
+
+ctest_in() {  # build-dir [ctest options...]
+  local dir=$1; shift
+  ctest --test-dir "$dir" -j"$j" --output-on-failure --timeout 900 "$@"
+}
+
+phase_setup() {
+  bash "$here/setup.sh"
+}
+
+phase_linux() {
+  local b=$out/linux
+  mkdir -p "$out"
+  configure "$b" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_BENCH=ON
+  ninja -C "$b" -j"$j"
+  ctest_in "$b"
+  # The benchmarks run in CI only as a smoke test: each once, briefly.
+  local bench
+  for bench in "$b"/bench/bench_*; do
+    [[ -x $bench ]] || continue
+    log "smoke run of $(basename "$bench")"
+    timeout 300 "$bench" --benchmark_min_time=0.01 >"$b/$(basename "$bench").log" 2>&1 ||
+      { tail -30 "$b/$(basename "$bench").log" >&2; return 1; }
+  done
+}
+
+phase_asan() {
+  local b=$out/asan
+  mkdir -p "$out"
+  configure "$b" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_C_FLAGS=-O1 \
+    -DZXUT_SANITIZE=address,undefined
+  ninja -C "$b" -j"$j"
+  ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    ctest_in "$b"
+}
+
+phase_fuzz() {
+  local b=$out/fuzz
+  mkdir -p "$out"
+  configure "$b" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+    -DCMAKE_CXX_COMPILER=clang++ -DZXUT_FUZZ=ON -DZXUT_TESTS=OFF
+  ninja -C "$b" -j"$j" zxut_fuzz_all
+  local targets=("$b"/fuzz/fuzz_*)
+  [[ -x ${targets[0]} ]] || { log "no fuzz targets"; return 0; }
+  local n=${#targets[@]} budget=${ZXUT_FUZZ_BUDGET:-240}
+  local each=$((budget / n))
+  ((each < 10)) && each=10
+  ((each > 30)) && each=30
+  mkdir -p "$b/artifacts"
+  local t name corpus scratch status=0
+  for t in "${targets[@]}"; do
+    name=$(basename "$t"); name=${name#fuzz_}
+    corpus=$ZXUT_ROOT/fuzz/corpus/$name
+    [[ -d $corpus ]] || { log "fuzz/corpus/$name is missing"; status=1; continue; }
+    # New inputs go to a scratch folder: the seed corpus in the repo stays as it is.
+    scratch=$b/corpus-new/$name
+    rm -rf "$scratch"; mkdir -p "$scratch"
+    log "fuzzing $name for ${each}s"
+    if ! ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+         "$t" -max_total_time="$each" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+         -artifact_prefix="$b/artifacts/$name-" "$scratch" "$corpus" >"$b/$name.log" 2>&1; then
+      tail -60 "$b/$name.log" >&2
+      log "fuzz target $name failed; artifacts in $b/artifacts"
+      status=1
+    else
+      grep -E '^stat::number_of_executed_units|^Done' "$b/$name.log" | tr '\n' ' ' >&2; echo >&2
+    fi
+  done
+  return $status
+}
+
+phase_windows() {
+  local b=$out/windows deps
+  mkdir -p "$out"
+  deps=$(bash "$here/build-win-deps.sh")
+  configure "$b" -DCMAKE_TOOLCHAIN_FILE="$ZXUT_ROOT/cmake/mingw-w64-x86_64.cmake" \
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_WIN_DEPS="$deps"
+  ninja -C "$b" -j"$j"
+  local rc=0
+  ctest_in "$b" || rc=$?
+  "$ZXUT_ROOT/cmake/wine-run.sh" --prefix="$b/wineprefix" --shutdown
+  return $rc
+}
+
+total=$SECONDS
+for p in "${phases[@]}"; do
+  declare -F "phase_$p" >/dev/null || die "unknown phase '$p' (setup linux asan fuzz windows)"
+  run_phase "$p" "phase_$p"
+done
+t=$((SECONDS - total))
+echo
+echo "phase    result  time"
+printf '%s\n' "${summary[@]}"
+printf 'total             %d:%02d\n' $((t / 60)) $((t % 60))
+exit $failed
