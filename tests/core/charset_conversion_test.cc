@@ -224,22 +224,23 @@ TEST(CharsetConversion, ExistingContentLongerThanTheBufferIsCut) {
 
 TEST(CharsetConversion, SizeZeroWritesNothingAndReadsNothing) {
   DefaultCodePageGuard cp(1252);
-  char out[4] = {'X', 'X', 'X', 'X'};
+  // The buffer handed over starts at out + 1: a write before or into it shows.
+  char out[6] = {'X', 'X', 'X', 'X', 'X', 'X'};
   {
-    clsCharsetConversionString c(out, 0);
+    clsCharsetConversionString c(out + 1, 0);
     EXPECT_EQ(c.size(), 0);
     ASSERT_NE(c.wideBuffer(), nullptr);
     EXPECT_EQ(c.wideBuffer()[0], 0);
   }
-  EXPECT_EQ(std::string(out, 4), "XXXX");
+  EXPECT_EQ(std::string(out, 6), "XXXXXX");
   {
-    clsCharsetConversionString c(out, -5);  // a negative size counts as 0
+    clsCharsetConversionString c(out + 1, -5);  // a negative size counts as 0
     EXPECT_EQ(c.size(), 0);
   }
-  EXPECT_EQ(std::string(out, 4), "XXXX");
-  char16_t wout[2] = {u'Y', u'Y'};
-  { clsCharsetConversionString c(wout, 0); }
-  EXPECT_EQ(std::u16string(wout, 2), u"YY");
+  EXPECT_EQ(std::string(out, 6), "XXXXXX");
+  char16_t wout[4] = {u'Y', u'Y', u'Y', u'Y'};
+  { clsCharsetConversionString c(wout + 1, 0); }
+  EXPECT_EQ(std::u16string(wout, 4), u"YYYY");
 }
 
 TEST(CharsetConversion, NullOutputBufferOffersNoWorkBuffer) {
@@ -356,6 +357,38 @@ TEST(CharsetConversion, StringFromNarrowForNarrowCompanions) {
   EXPECT_TRUE(none.IsEmpty());
   EXPECT_TRUE(zx::StringFromNarrow("", 5, 1252).IsEmpty());
   EXPECT_TRUE(zx::StringFromNarrow("abc", 0, 1252).IsEmpty());
+}
+
+TEST(CharsetConversion, AsciiTextAgreesWithTheConverter) {
+  std::string ascii;
+  for (int b = 1; b < 0x80; ++b) ascii += static_cast<char>(b);
+  for (uint32_t cp : {1252u, 65001u}) {
+    SCOPED_TRACE(cp);
+    // Up to 63 bytes (straight into the inline storage) and the whole 127.
+    for (size_t len : {size_t{63}, ascii.size()}) {
+      std::string text = ascii.substr(ascii.size() - len);
+      char16_t expected[128] = {};
+      int n = plat::MultiByteToWide(cp, cp == 65001 ? 0 : plat::kMbPrecomposed, text.data(),
+                                    static_cast<int>(text.size()), expected, 128);
+      ASSERT_EQ(n, static_cast<int>(text.size()));
+      clsCharsetConversionStringCP c(cp, text.c_str());
+      EXPECT_EQ(W(c.wide()), std::u16string(expected, static_cast<size_t>(n)));
+      clsCharsetConversionStringCP back(cp, c.wide());
+      EXPECT_EQ(std::string(back.narrow()), text);
+    }
+  }
+}
+
+TEST(CharsetConversion, ShortTextWithALongResultMovesToTheHeap) {
+  // 40 characters that need 120 bytes in UTF-8: the conversion into the inline
+  // storage does not fit, so the result is measured and put on the heap.
+  std::u16string text(40, u'\u20AC');
+  clsCharsetConversionStringCP c(65001, text.c_str());
+  std::string expected;
+  for (int i = 0; i < 40; ++i) expected += "\xE2\x82\xAC";
+  EXPECT_EQ(std::string(c.narrow()), expected);
+  EXPECT_FALSE(InsideObject(c.narrow(), c));
+  EXPECT_TRUE(InsideObject(c.wide(), c));
 }
 
 // ---- code pages, judged by iconv
