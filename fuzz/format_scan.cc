@@ -10,7 +10,7 @@
 //
 // Checks: a cut-short buffer holds a prefix of the whole output; the sink sees
 // the same text and length; the scanner never assigns more fields than the
-// format has conversions.
+// format has conversions; TextToDouble ends inside its text.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -87,6 +87,9 @@ void FuzzScan(const char16_t* text, size_t textLength, const char16_t* format, i
   void* p = target.data();
   const int n = zx::Scan(text, format, ARGS64(p));
   if (n < -1 || n > conversions) abort();
+  const char16_t* end = nullptr;
+  zx::TextToDouble(text, &end);
+  if (end < text || end > text + textLength) abort();
 }
 
 }  // namespace

@@ -52,7 +52,9 @@ void Check(Judge judge, const char16_t* expected, const char16_t* format, A... a
     std::vector<char16_t> sys(4096, u'#');
     const int m = CallSystem(sys.data(), sys.size(), format, args...);
     EXPECT_EQ(m, n) << "system runtime";
-    if (expected) EXPECT_EQ(Narrow(sys.data()), Narrow(buf.data())) << "system runtime";
+    if (expected) {
+      EXPECT_EQ(Narrow(sys.data()), Narrow(buf.data())) << "system runtime";
+    }
   }
 #else
   (void)judge;

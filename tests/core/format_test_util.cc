@@ -34,6 +34,11 @@ using InvalidParameterHandler = void(__cdecl*)(const wchar_t*, const wchar_t*, c
                                               uintptr_t);
 using SetHandler = InvalidParameterHandler(__cdecl*)(InvalidParameterHandler);
 
+template <typename F>
+F Entry(HMODULE m, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(m, name)));
+}
+
 void __cdecl IgnoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
 
 using Wcstod = double(__cdecl*)(const wchar_t*, wchar_t**);
@@ -45,11 +50,11 @@ struct Ucrt {
   Ucrt() {
     HMODULE m = LoadLibraryW(L"ucrtbase.dll");
     if (!m) return;
-    print = reinterpret_cast<CommonPrint>(GetProcAddress(m, "__stdio_common_vswprintf"));
-    scan = reinterpret_cast<CommonScan>(GetProcAddress(m, "__stdio_common_vswscanf"));
-    wcstod = reinterpret_cast<Wcstod>(GetProcAddress(m, "wcstod"));
+    print = Entry<CommonPrint>(m, "__stdio_common_vswprintf");
+    scan = Entry<CommonScan>(m, "__stdio_common_vswscanf");
+    wcstod = Entry<Wcstod>(m, "wcstod");
     // Bad formats return -1 instead of ending the process.
-    if (auto set = reinterpret_cast<SetHandler>(GetProcAddress(m, "_set_invalid_parameter_handler")))
+    if (auto set = Entry<SetHandler>(m, "_set_invalid_parameter_handler"))
       set(&IgnoreInvalidParameter);
   }
 };
