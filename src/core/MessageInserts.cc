@@ -34,22 +34,56 @@ struct Insert {
 
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
-// The argument type of a printf conversion, or Unused when it is not allowed.
-Kind KindOf(const std::u16string& spec) {
-  if (spec.size() < 2) return Kind::Unused;
-  const char16_t conv = spec.back();
-  bool is64 = false;
-  for (size_t i = 1; i + 1 < spec.size(); ++i) {
-    if (spec.compare(i, 3, u"I64") == 0 || spec.compare(i, 2, u"ll") == 0) is64 = true;
-    else if (spec[i] == u'I' && spec.compare(i, 3, u"I32") != 0) is64 = true;
+// Reads one printf format (flags, width, precision, size, conversion) that must
+// fill [p, end) exactly; sets the stars and the argument type. False for anything
+// else, so that a format between the marks can never take more arguments than
+// the insert has.
+bool ParseSpec(const char16_t* p, const char16_t* end, Insert& ins) {
+  while (p < end && (*p == u'-' || *p == u'+' || *p == u' ' || *p == u'#' || *p == u'0')) ++p;
+  if (p < end && *p == u'*') {
+    ++ins.stars;
+    ++p;
+  } else {
+    while (p < end && IsDigit(*p)) ++p;
   }
-  switch (conv) {
-    case u's': case u'S': case u'p': return Kind::Pointer;
+  if (p < end && *p == u'.') {
+    ++p;
+    if (p < end && *p == u'*') {
+      ++ins.stars;
+      ++p;
+    } else {
+      while (p < end && IsDigit(*p)) ++p;
+    }
+  }
+  auto at = [&](const char16_t* word) {
+    const std::u16string_view w(word);
+    return static_cast<size_t>(end - p) > w.size() && std::u16string_view(p, w.size()) == w;
+  };
+  bool is64 = false;
+  if (at(u"I64") || at(u"ll")) {
+    is64 = true;
+    p += at(u"ll") ? 2 : 3;
+  } else if (at(u"I32")) {
+    p += 3;
+  } else if (at(u"I")) {
+    is64 = true;
+    ++p;
+  } else if (at(u"h") || at(u"l") || at(u"w")) {
+    ++p;
+  }
+  if (end - p != 1) return false;
+  switch (*p) {
+    case u's': case u'S': case u'p':
+      ins.kind = Kind::Pointer;
+      return true;
     case u'c': case u'C': case u'd': case u'i': case u'o': case u'u': case u'x': case u'X':
-      return is64 ? Kind::Int64 : Kind::Int32;
+      ins.kind = is64 ? Kind::Int64 : Kind::Int32;
+      return true;
     case u'e': case u'E': case u'f': case u'F': case u'g': case u'G': case u'a': case u'A':
-      return Kind::Double;
-    default: return Kind::Unused;
+      ins.kind = Kind::Double;
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -66,12 +100,10 @@ bool ParseInsert(const char16_t*& p, Insert& ins) {
   }
   const char16_t* end = ++p;
   while (*end && *end != u'!') ++end;
-  if (!*end || end == p) return false;
+  if (!*end || !ParseSpec(p, end, ins)) return false;
   ins.format.append(p, static_cast<size_t>(end - p));
-  for (const char16_t* q = p; q < end; ++q) ins.stars += *q == u'*';
   p = end + 1;
-  ins.kind = KindOf(ins.format);
-  return ins.kind != Kind::Unused && ins.stars <= 2;
+  return true;
 }
 
 template <typename... A>

@@ -78,6 +78,13 @@ TEST(MessageInserts, BadInsertsFail) {
   EXPECT_EQ(Expand(u"empty %1!!", 5), u"<failed>");
   EXPECT_EQ(Expand(u"%1!n!", nullptr), u"<failed>");
   EXPECT_EQ(Expand(u"%1!s! %1!d!", u"x"), u"<failed>");   // text and number at once
+  // The format between the marks is one printf conversion and nothing else: it
+  // cannot take more arguments than the insert has.
+  EXPECT_EQ(Expand(u"%1!d%s!", 1), u"<failed>");
+  EXPECT_EQ(Expand(u"%1!5!", 1), u"<failed>");
+  EXPECT_EQ(Expand(u"%1!*.*.*d!", 1, 2, 3), u"<failed>");
+  EXPECT_EQ(Expand(u"%1!Zs!", u"x"), u"<failed>");
+  EXPECT_EQ(Expand(u"%1!-08.3I64x!", 0x123456789ull), u"123456789");
   EXPECT_FALSE(zx::ExpandMessageInserts(nullptr, nullptr, out));
 }
 
