@@ -25,7 +25,6 @@ constexpr uint64_t kRetryMs = 5000;
 constexpr char16_t kOldViewerClass[] = u"ZrkClsTRAVUE16";
 constexpr char16_t kMailslotName[] = u"\\\\.\\mailslot\\travue";
 
-std::atomic<clsDebugChannel*> g_channel{nullptr};
 std::atomic<bool> g_channelGone{false};
 
 plat::CriticalSection& ConstructionLock() {
@@ -35,7 +34,7 @@ plat::CriticalSection& ConstructionLock() {
 
 void DestroyChannel() {
   g_channelGone.store(true, std::memory_order_release);
-  delete g_channel.exchange(nullptr, std::memory_order_acq_rel);
+  delete g_debugChannel.exchange(nullptr, std::memory_order_acq_rel);
 }
 
 void Ods(const char16_t* format, ...) {
@@ -107,16 +106,17 @@ bool DeveloperMode() {
   return on;
 }
 
-clsDebugChannel* DebugChannel() {
-  clsDebugChannel* ch = g_channel.load(std::memory_order_acquire);
-  if (ch || g_channelGone.load(std::memory_order_acquire)) return ch;
+std::atomic<clsDebugChannel*> g_debugChannel{nullptr};
+
+clsDebugChannel* ConstructDebugChannel() {
+  if (g_channelGone.load(std::memory_order_acquire)) return nullptr;
   plat::Lock guard(ConstructionLock());
-  ch = g_channel.load(std::memory_order_acquire);
+  clsDebugChannel* ch = g_debugChannel.load(std::memory_order_acquire);
   if (ch) return ch;
   // A failed construction leaves the guard clear: the next call tries again.
   ch = new (std::nothrow) clsDebugChannel();
   if (!ch) return nullptr;
-  g_channel.store(ch, std::memory_order_release);
+  g_debugChannel.store(ch, std::memory_order_release);
   DebugTakeOverDiagnostics();
   static const bool registered = (std::atexit(&DestroyChannel), true);
   (void)registered;
@@ -231,21 +231,13 @@ void clsDebugChannel::MapSharedBlock(bool ignoreRetry) {
   }
 }
 
-bool clsDebugChannel::IsDebugActive() {
-  if (logActive_.load(std::memory_order_relaxed)) return true;
-  if (fastPathOk_.load(std::memory_order_acquire)) {
-    if (const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire))
-      return ReadEnableWord(view) != 0;
-    if (plat::PublicationEpoch() < lookupDue_.load(std::memory_order_acquire) &&
-        (!global_ || __atomic_load_n(&global_->viewerWindow, __ATOMIC_RELAXED) == 0))
-      return false;
-  }
+bool clsDebugChannel::IsDebugActiveSlow() {
   plat::Lock lock(outputLock_);
   return IsDebugActiveLocked();
 }
 
 bool clsDebugChannel::IsDebugActiveLocked() {
-  if (!logFileName_.IsEmpty()) return true;
+  if (!logFileName_.IsEmpty() || discardSinks_) return true;
   const uint64_t epoch = plat::PublicationEpoch();
   const bool published = epoch >= lookupDue_.load(std::memory_order_relaxed);
   const uint64_t tick = plat::TickCount64();
@@ -373,7 +365,13 @@ void clsDebugChannel::SetLogFile(const String& name, bool flush) {
   plat::Lock lock(outputLock_);
   logFileName_ = name;
   flush_ = flush ? 1 : 0;
-  logActive_.store(!logFileName_.IsEmpty(), std::memory_order_release);
+  logActive_.store(discardSinks_ || !logFileName_.IsEmpty(), std::memory_order_release);
+}
+
+void clsDebugChannel::SetDiscardSinks(bool on) {
+  plat::Lock lock(outputLock_);
+  discardSinks_ = on;
+  logActive_.store(discardSinks_ || !logFileName_.IsEmpty(), std::memory_order_release);
 }
 
 void clsDebugChannel::SetAlwaysLocked(bool on) {
@@ -412,10 +410,7 @@ void clsDebugChannel::SenderDetach() {
 
 // ---- the free functions of Debug.h that concern the channel's life
 
-bool IsDebugActive() {
-  clsDebugChannel* ch = DebugChannel();
-  return ch && ch->IsDebugActive();
-}
+bool IsDebugActive() { return DebugActiveInline(); }
 
 void DebugSetThreadName(const char* name) {
   if (clsDebugChannel* ch = DebugChannel()) ch->SetThreadName(name);

@@ -27,7 +27,21 @@ class clsDebugChannel {
   // a log file set; a viewer block mapped (the re-attach test has nothing to do, the
   // enable word decides); no block, no old viewer and nothing published since the
   // last look-up (the look-up could only fail again).
-  bool IsDebugActive();
+  bool IsDebugActive() {
+    if (logActive_.load(std::memory_order_relaxed)) return true;
+    if (fastPathOk_.load(std::memory_order_acquire)) {
+      if (const scTRAVUESharedData* view = sharedView_.load(std::memory_order_acquire))
+        return ReadEnableWord(view) != 0;
+      const uint64_t epoch = epochCounter_ ? epochCounter_->load(std::memory_order_acquire)
+                                           : plat::PublicationEpoch();
+      if (epoch < lookupDue_.load(std::memory_order_acquire) &&
+          (!global_ || __atomic_load_n(&global_->viewerWindow, __ATOMIC_RELAXED) == 0))
+        return false;
+    }
+    return IsDebugActiveSlow();
+  }
+  // The locked test under the output lock.
+  bool IsDebugActiveSlow();
   // The test itself; the output lock is held.
   bool IsDebugActiveLocked();
 
@@ -55,6 +69,8 @@ class clsDebugChannel {
   // Turns the lock-free prefix of IsDebugActive off (true: every call runs the
   // locked test, as in developer mode).
   void SetAlwaysLocked(bool on);
+  // Output on with every sink switched off: line building alone (benchmarks).
+  void SetDiscardSinks(bool on);
   // Replaces the log settings as if read from the registry.
   void SetLogFile(const String& name, bool flush);
   scTRAVUEAppLocal* AppLocal() const { return appLocal_; }
@@ -110,7 +126,9 @@ class clsDebugChannel {
   std::atomic<bool> logActive_{false};
   std::atomic<bool> fastPathOk_{false};   // no developer mode, no old viewer state
   std::atomic<uint64_t> lookupDue_{0};    // PublicationEpoch() from which to look again
+  const std::atomic<uint64_t>* epochCounter_ = plat::PublicationCounter();
   bool alwaysLocked_ = false;
+  bool discardSinks_ = false;
   std::atomic<int32_t> localIndent_{0};    // stand-ins while scTRAVUEAppLocal is missing
   std::atomic<int32_t> localCounter_{0};
   String libraryPath_, libraryFileName_, libraryBaseName_, libraryFolder_;
@@ -119,7 +137,17 @@ class clsDebugChannel {
 
 // The channel of this copy, constructed on first use (null when construction failed
 // or exit-time destruction has run).
-clsDebugChannel* DebugChannel();
+extern std::atomic<clsDebugChannel*> g_debugChannel;
+clsDebugChannel* ConstructDebugChannel();
+inline clsDebugChannel* DebugChannel() {
+  clsDebugChannel* ch = g_debugChannel.load(std::memory_order_acquire);
+  return ch ? ch : ConstructDebugChannel();
+}
+// IsDebugActive of Debug.h, inline for the exports.
+inline bool DebugActiveInline() {
+  clsDebugChannel* ch = DebugChannel();
+  return ch && ch->IsDebugActive();
+}
 
 // Developer mode: the environment variable "user" is "zrk" (read once).
 bool DeveloperMode();

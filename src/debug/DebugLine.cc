@@ -203,7 +203,7 @@ void clsDebugChannel::FormattedLine(int, int32_t lineIndent, const char16_t* tag
 }
 
 void clsDebugChannel::Sinks(char16_t* line, int32_t length) {
-  if (reentrance_.fetch_add(1) + 1 != 1) {
+  if (reentrance_.fetch_add(1) + 1 != 1 || discardSinks_) {
     reentrance_.fetch_sub(1);
     return;   // a line caused by writing a line
   }

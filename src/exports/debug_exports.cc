@@ -21,7 +21,7 @@ void PrintWithTag(const char16_t* tag, const char16_t* format, ...) {
 }  // namespace
 
 ZXUT_EXPORT void ZXUT_API UtilDebug(LPCWSTR format, ...) {
-  if (!zx::IsDebugActive()) return;
+  if (!zx::DebugActiveInline()) return;
   va_list ap;
   va_start(ap, format);
   zx::DebugPrintV(0, nullptr, Wide(format), ap);
@@ -29,7 +29,7 @@ ZXUT_EXPORT void ZXUT_API UtilDebug(LPCWSTR format, ...) {
 }
 
 ZXUT_EXPORT void ZXUT_API UtilDebugExt(LPCWSTR tag, LONG indentChange, LPCWSTR format, ...) {
-  if (!zx::IsDebugActive()) return;
+  if (!zx::DebugActiveInline()) return;
   va_list ap;
   va_start(ap, format);
   zx::DebugPrintV(indentChange, Wide(tag), Wide(format), ap);
@@ -37,12 +37,12 @@ ZXUT_EXPORT void ZXUT_API UtilDebugExt(LPCWSTR tag, LONG indentChange, LPCWSTR f
 }
 
 ZXUT_EXPORT void ZXUT_API UtilDebugExtV(LPCWSTR tag, LONG indentChange, LPCWSTR format, va_list args) {
-  if (!zx::IsDebugActive()) return;
+  if (!zx::DebugActiveInline()) return;
   zx::DebugPrintV(indentChange, Wide(tag), Wide(format), args);
 }
 
 ZXUT_EXPORT void ZXUT_API PasDebug(LPCWSTR text) {
-  if (!zx::IsDebugActive()) return;
+  if (!zx::DebugActiveInline()) return;
   zx::clsDebugChannel* ch = zx::DebugChannel();
   if (ch) PrintWithTag(ch->LibraryTag(), u"%s", Wide(text));
 }

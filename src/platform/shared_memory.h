@@ -13,6 +13,7 @@
 // like a Windows mapping that somebody still holds, so a restarted publisher takes
 // over the very block that clients keep mapped.
 #pragma once
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -60,6 +61,9 @@ class SharedBlock {
 uint64_t PublicationEpoch();
 uint64_t PublicationNextDue(uint64_t epochBeforeLookup, uint64_t retryTick);
 bool PublicationLiftsBackoff();
+// The word behind PublicationEpoch where it is one (Linux), so that a caller may
+// read it inline; null where the epoch is computed (Windows).
+const std::atomic<uint64_t>* PublicationCounter();
 
 // A recursive mutex known by a 64-bit handle that can live in a block shared by the
 // copies of the library within one process (Windows: an unnamed mutex object;

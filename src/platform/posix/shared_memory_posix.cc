@@ -280,6 +280,8 @@ uint64_t PublicationNextDue(uint64_t epochBeforeLookup, uint64_t) {
 
 bool PublicationLiftsBackoff() { return EpochCounter() != nullptr; }
 
+const std::atomic<uint64_t>* PublicationCounter() { return EpochCounter(); }
+
 uint64_t MutexCreate() {
   auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
   if (!m) return 0;

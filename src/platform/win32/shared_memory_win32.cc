@@ -99,6 +99,7 @@ void SharedBlock::Close() {
 uint64_t PublicationEpoch() { return TickCount64(); }
 uint64_t PublicationNextDue(uint64_t, uint64_t retryTick) { return retryTick + 1; }
 bool PublicationLiftsBackoff() { return false; }
+const std::atomic<uint64_t>* PublicationCounter() { return nullptr; }
 
 uint64_t MutexCreate() { return reinterpret_cast<uint64_t>(CreateMutexW(nullptr, FALSE, nullptr)); }
 
