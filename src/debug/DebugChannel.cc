@@ -383,14 +383,14 @@ void clsDebugChannel::SetAlwaysLocked(bool on) {
 
 void clsDebugChannel::SetThreadName(const char* name) {
   plat::Lock lock(threadNameLock_);
-  keyScratch_ = plat::ThreadId();
+  keyScratch_ = CurrentThreadId();
   threadNames_.remove(keyScratch_);
   if (name) threadNames_.insert(keyScratch_, name);
 }
 
 const char* clsDebugChannel::ThreadName() {
   plat::Lock lock(threadNameLock_);
-  keyScratch_ = plat::ThreadId();
+  keyScratch_ = CurrentThreadId();
   const char* name = nullptr;
   return threadNames_.find(keyScratch_, name) ? name : nullptr;
 }

@@ -172,7 +172,7 @@ void clsDebugChannel::FormattedLine(int, int32_t lineIndent, const char16_t* tag
   const unsigned digit = u'0' + static_cast<uint32_t>(counter.fetch_add(1)) % 10;
   const int32_t markerLength = static_cast<int32_t>(marker.Length());
   const int width = lineIndent + (markerLength ? 1 : 0);
-  const uint32_t thread = plat::ThreadId();
+  const uint32_t thread = CurrentThreadId();
   int32_t pos = prefix + markerLength + (markerLength ? 1 : 0) + lineIndent;
   if (g_timing.performance) {
     int64_t now = 0;

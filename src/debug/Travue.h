@@ -132,6 +132,9 @@ class TravueMutexLock {
   uint64_t mutex_;
 };
 
+// The calling thread's identifier, asked of the system once per thread.
+uint32_t CurrentThreadId();
+
 // Texts of the socket calls: the system's text, else the built-in Winsock table,
 // else a numeric form. 0 means the thread's last socket error.
 void SocketErrorText(int error, char16_t* out, size_t capacity);

@@ -41,6 +41,11 @@ int32_t Get32(const unsigned char*& p) {
 
 }  // namespace
 
+uint32_t CurrentThreadId() {
+  thread_local const uint32_t id = plat::ThreadId();
+  return id;
+}
+
 TravueMutexLock::TravueMutexLock(scTRAVUEAppLocal* block) : mutex_(block ? block->mutex : 0) {
   plat::MutexLock(mutex_);
 }
@@ -120,7 +125,7 @@ void clsTRAVUE4Info::SendData(const TravueSenderContext& ctx, const char16_t* ta
   plat::SystemTime now;
   plat::LocalTimeNow(&now);
   const uint32_t digit = u'0' + static_cast<uint32_t>(ctx.counter->fetch_add(1)) % 10;
-  const uint32_t thread = plat::ThreadId();
+  const uint32_t thread = CurrentThreadId();
   const uint32_t processor = plat::CurrentProcessor();
   if (indentation < 0) indentation = 0;
   if (length < 0) length = 0;
