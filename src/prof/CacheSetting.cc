@@ -6,7 +6,7 @@
 namespace zx {
 
 bool ReadProfCacheEnabled() {
-  String exe(plat::ExecutableBaseName());
+  String exe{plat::ExecutableBaseName()};
   exe.ToUpper();
   String key(u"software\\zarnik\\");
   key.Append(exe);

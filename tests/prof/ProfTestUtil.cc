@@ -19,7 +19,7 @@ BOOL ZXUT_API Collect(HPROFJOB, LPCWSTR name, LPCWSTR value, HPROFLIST sublist, 
 }
 
 std::u16string CacheKey() {
-  zx::String exe(plat::ExecutableBaseName());
+  zx::String exe{plat::ExecutableBaseName()};
   exe.ToUpper();
   return u"software\\zarnik\\" + std::u16string(exe.View());
 }

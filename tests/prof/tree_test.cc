@@ -353,6 +353,6 @@ TEST(ProfTree, DeepTreesAreBuiltWalkedCopiedAndDroppedWithoutRecursion) {
   HPROFLIST deepest = ProfGetListW(job, nullptr, W(path.substr(0, path.size() - 5).c_str()));
   ASSERT_NE(deepest, nullptr);
   EXPECT_EQ(ProfDeleteListW(job, deepest, nullptr), 1);
-  EXPECT_EQ(ProfDeleteItemW(copy, nullptr, path.c_str()), 1);
+  EXPECT_EQ(ProfDeleteItemW(copy, nullptr, W(path.c_str())), 1);
   // Both jobs end here with 100,000 nested lists each.
 }
