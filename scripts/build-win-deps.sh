@@ -121,7 +121,7 @@ cmake_configure() {  # name source [cmake options...]
     { tail -40 "$work/$name.log" >&2; die "configuring $name failed (log: $work/$name.log)"; }
 }
 cmake_install() {  # name
-  ninja -C "$work/$1" -j"$(jobs)" install >>"$work/$1.log" 2>&1 ||
+  ninja -C "$work/$1" -j"$(ncores)" install >>"$work/$1.log" 2>&1 ||
     { tail -40 "$work/$1.log" >&2; die "building $1 failed (log: $work/$1.log)"; }
 }
 

@@ -9,4 +9,4 @@ need_root() {
 }
 
 # Number of parallel jobs: all cores, as the machine is ours during a run.
-jobs() { nproc 2>/dev/null || echo 2; }
+ncores() { nproc 2>/dev/null || echo 2; }

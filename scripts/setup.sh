@@ -49,5 +49,7 @@ fi
 
 ((linux_only)) && exit 0
 
-bash "$here/enable-deb-src.sh"
+# Source packages for the Windows dependencies. Without root, build-win-deps.sh
+# asks for them only when its cache lacks something.
+[[ $(id -u) -eq 0 ]] && bash "$here/enable-deb-src.sh"
 bash "$here/build-win-deps.sh" >/dev/null

@@ -17,7 +17,7 @@ source "$here/lib.sh"
 cd "$ZXUT_ROOT"
 
 out=${ZXUT_OUT:-$ZXUT_ROOT/out}
-j=${ZXUT_JOBS:-$(jobs)}
+j=${ZXUT_JOBS:-$(ncores)}
 phases=("$@")
 ((${#phases[@]})) || phases=(setup linux asan fuzz windows)
 
