@@ -91,6 +91,18 @@ int64_t FindSubstring(const char16_t* text, const char16_t* needle, int64_t star
   return FindSubstring(std::u16string_view(text), std::u16string_view(needle), start);
 }
 
+namespace {
+
+// One little-endian chunk of W bytes (the compiler turns this into one load).
+template <size_t W>
+uint64_t Chunk(const unsigned char* p) {
+  uint64_t c = 0;
+  for (size_t i = 0; i < W; ++i) c |= uint64_t{p[i]} << (8 * i);
+  return c;
+}
+
+}  // namespace
+
 uint64_t HashBytes(const void* data, size_t byteCount) {
   constexpr uint64_t K = 0x9DDFEA08EB382D69ull;
   const auto* p = static_cast<const unsigned char*>(data);
@@ -100,17 +112,18 @@ uint64_t HashBytes(const void* data, size_t byteCount) {
     uint64_t b = ((a >> 47) ^ a ^ h) * K;
     h = ((b >> 47) ^ b) * K;
   };
-  auto take = [&p](size_t width) {   // little-endian chunk of `width` bytes
-    uint64_t c = 0;
-    for (size_t i = 0; i < width; ++i) c |= uint64_t{p[i]} << (8 * i);
-    p += width;
-    return c;
-  };
-  for (size_t width = 8; width >= 1; width /= 2)
-    while (byteCount >= width) {
-      mix(take(width));
-      byteCount -= width;
-    }
+  for (; byteCount >= 8; byteCount -= 8, p += 8) mix(Chunk<8>(p));
+  if (byteCount >= 4) {
+    mix(Chunk<4>(p));
+    byteCount -= 4;
+    p += 4;
+  }
+  if (byteCount >= 2) {
+    mix(Chunk<2>(p));
+    byteCount -= 2;
+    p += 2;
+  }
+  if (byteCount) mix(Chunk<1>(p));
   return h;
 }
 

@@ -178,12 +178,14 @@ TEST(StringMessage, MissingResourceIsReported) {
   ASSERT_EQ(diag.Lines().size(), 1u);
   EXPECT_TRUE(diag.AnyStartsWith(u"String::Message(): String ressource 65519 not found in "));
   EXPECT_EQ(diag.Lines()[0].back(), u'\'');
+#ifndef _WIN32   // (on Windows a made-up module handle is not a thing to pass)
   // A module that is not this library is named by its handle.
   diag.Clear();
   static const int otherModule = 0;
   EXPECT_FALSE(s.Message(&otherModule, 1));
   ASSERT_EQ(diag.Lines().size(), 1u);
   EXPECT_TRUE(diag.AnyStartsWith(u"String::Message(): String ressource 1 not found in 0"));
+#endif
 }
 
 }  // namespace
