@@ -93,3 +93,28 @@ std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
 }
 
 }  // namespace zxtest
+
+#include <dirent.h>
+
+namespace {
+
+// Removes the shared blocks this test program and its children made.
+class ShmCleanup : public ::testing::Environment {
+ public:
+  void TearDown() override {
+    const std::string mine[] = {"zxtest" + std::to_string(getpid()) + ".",
+                                "zxe2e" + std::to_string(getpid())};
+    DIR* d = opendir("/dev/shm");
+    if (!d) return;
+    while (dirent* e = readdir(d)) {
+      std::string name = e->d_name;
+      for (const std::string& prefix : mine)
+        if (name.compare(0, prefix.size(), prefix) == 0) unlink(("/dev/shm/" + name).c_str());
+    }
+    closedir(d);
+  }
+};
+
+const auto* const g_cleanup = ::testing::AddGlobalTestEnvironment(new ShmCleanup);
+
+}  // namespace
