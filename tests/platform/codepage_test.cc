@@ -44,13 +44,17 @@ std::string AllBytes(bool skipUndefined1252) {
 
 }  // namespace
 
-TEST(Codepage, Cp1252MatchesIconvOverAllDefinedBytes) {
-  std::string bytes = AllBytes(true);
-  std::string expected;
-  ASSERT_TRUE(ptest::RunFilter("iconv -f CP1252 -t UTF-16LE", bytes, expected));
-  EXPECT_EQ(ToWide(1252, bytes), ptest::FromUtf16Le(expected));
-  // And back: every defined byte round-trips exactly.
-  EXPECT_EQ(ToNarrow(1252, ptest::FromUtf16Le(expected), kWcNoBestFitChars), bytes);
+TEST(Codepage, Cp1252MatchesTheReferenceOverAllBytes) {
+#ifdef _WIN32
+  std::string bytes = AllBytes(false);   // the system knows the five undefined bytes too
+#else
+  std::string bytes = AllBytes(true);    // iconv does not
+#endif
+  std::u16string expected;
+  ASSERT_TRUE(ptest::ReferenceToWide(1252, bytes, expected));
+  EXPECT_EQ(ToWide(1252, bytes), expected);
+  // And back: every byte round-trips exactly.
+  EXPECT_EQ(ToNarrow(1252, expected, kWcNoBestFitChars), bytes);
 }
 
 TEST(Codepage, Cp1252UndefinedBytesMapToC1AndBack) {
@@ -90,7 +94,7 @@ TEST(Codepage, Utf8ValidRoundTripIncludingSurrogatePairs) {
   std::u16string text = u"a\u00e4\u20AC\U0001F600\uFFFF\U0010FFFF";
   std::string utf8 = ToNarrow(kCpUtf8, text);
   std::string expected;
-  ASSERT_TRUE(ptest::RunFilter("iconv -f UTF-16LE -t UTF-8", ptest::ToUtf16Le(text), expected));
+  ASSERT_TRUE(ptest::ReferenceToUtf8(text, expected));
   EXPECT_EQ(utf8, expected);
   EXPECT_EQ(ToWide(kCpUtf8, utf8, kMbErrInvalidChars), text);
 }
@@ -101,6 +105,9 @@ struct Utf8Case {
   std::u16string out;
 };
 
+// Each maximal ill-formed subpart becomes one U+FFFD, as Windows 10 decodes
+// ("E0 C0" gives two, a five-byte form one per byte). Wine merges some of these, so
+// the Windows build does not compare with the system here.
 TEST(Codepage, Utf8InvalidSequencesBecomeReplacementCharacters) {
   const Utf8Case cases[] = {
       {"lone lead C0", "\xC0", u"\uFFFD"},
@@ -120,11 +127,12 @@ TEST(Codepage, Utf8InvalidSequencesBecomeReplacementCharacters) {
   for (const Utf8Case& c : cases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(ToWide(kCpUtf8, c.in), c.out);
-    SetLastError(0);
+
+    plat::SetLastError(0);
     EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, c.in.data(), static_cast<int>(c.in.size()),
                               nullptr, 0),
               0);
-    EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+    EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
   }
 }
 
@@ -132,9 +140,9 @@ TEST(Codepage, Utf8LoneSurrogatesOnOutput) {
   EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(u"a") + char16_t(0xD800) + u"b"), "a\xEF\xBF\xBD" "b");
   EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(1, char16_t(0xDC00))), "\xEF\xBF\xBD");
   std::u16string bad = std::u16string(u"x") + char16_t(0xDFFF);
-  SetLastError(0);
+  plat::SetLastError(0);
   EXPECT_EQ(WideToMultiByte(kCpUtf8, kWcErrInvalidChars, bad.data(), 2, nullptr, 0), 0);
-  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
 }
 
 TEST(Codepage, TerminatorAndBufferRules) {
@@ -145,19 +153,19 @@ TEST(Codepage, TerminatorAndBufferRules) {
   EXPECT_EQ(buf[2], 0);
   // Too small: filled as far as it goes, then error 122.
   std::fill(buf, buf + 8, u'#');
-  SetLastError(0);
+  plat::SetLastError(0);
   EXPECT_EQ(MultiByteToWide(1252, 0, "abc", 3, buf, 2), 0);
-  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
   EXPECT_EQ(buf[0], u'a');
   EXPECT_EQ(buf[2], u'#');
   // A surrogate pair never gets split at the end of the buffer.
   std::fill(buf, buf + 8, u'#');
   EXPECT_EQ(MultiByteToWide(kCpUtf8, 0, "a\xF0\x9F\x98\x80", 5, buf, 2), 0);
-  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
   EXPECT_EQ(buf[1], u'#');
   // Buffer overflow takes precedence over invalid input.
   EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, "\xC0", 2, buf, 1), 0);
-  EXPECT_EQ(LastError(), kErrInsufficientBuffer);
+  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
 }
 
 TEST(Codepage, BadArgumentsAndFlags) {
@@ -167,72 +175,72 @@ TEST(Codepage, BadArgumentsAndFlags) {
     int result;
     uint32_t error;
   } expected = {0, kErrInvalidParameter};
-  SetLastError(0);
+  plat::SetLastError(0);
   EXPECT_EQ(MultiByteToWide(1252, 0, nullptr, 3, w, 4), expected.result);
-  EXPECT_EQ(LastError(), expected.error);
+  EXPECT_EQ(plat::LastError(), expected.error);
   EXPECT_EQ(MultiByteToWide(1252, 0, "a", 0, w, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, nullptr, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, w, -1), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   EXPECT_EQ(WideToMultiByte(1252, 0, nullptr, 1, n, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   // Flags that the page does not take.
   EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbPrecomposed, "a", 1, w, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
   EXPECT_EQ(MultiByteToWide(1252, kMbPrecomposed | kMbComposite, "a", 1, w, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
   EXPECT_EQ(WideToMultiByte(1252, kWcErrInvalidChars, u"a", 1, n, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidFlags);
+  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
   // UTF-8 takes no default character.
   bool used;
   EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, "?", nullptr), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, nullptr, &used), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
   // Unknown code pages.
-  EXPECT_FALSE(IsValidCodePage(12345));
+  EXPECT_FALSE(plat::IsValidCodePage(12345));
   EXPECT_EQ(MultiByteToWide(12345, 0, "a", 1, w, 4), 0);
-  EXPECT_EQ(LastError(), kErrInvalidParameter);
-  EXPECT_TRUE(IsValidCodePage(1252));
-  EXPECT_TRUE(IsValidCodePage(65001));
-  EXPECT_TRUE(IsValidCodePage(1251));
+  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
+  EXPECT_TRUE(plat::IsValidCodePage(1252));
+  EXPECT_TRUE(plat::IsValidCodePage(65001));
+  EXPECT_TRUE(plat::IsValidCodePage(1251));
 }
 
 TEST(Codepage, SymbolPage) {
   EXPECT_EQ(ToWide(kCpSymbol, "\x01 A\xFF"), u"\u0001\uF020\uF041\uF0FF");
   EXPECT_EQ(ToNarrow(kCpSymbol, u"\u0001\uF020\uF041"), "\x01 A");
-  SetLastError(0);
+  plat::SetLastError(0);
   EXPECT_EQ(WideToMultiByte(kCpSymbol, 0, u"A", 1, nullptr, 0), 0);
-  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
 }
 
-TEST(Codepage, Cp1251MatchesIconv) {
+TEST(Codepage, Cp1251MatchesTheReference) {
   std::string bytes = AllBytes(false);
   bytes.erase(bytes.find('\x98'), 1);  // the one byte 1251 leaves undefined
-  std::string expected;
-  ASSERT_TRUE(ptest::RunFilter("iconv -f CP1251 -t UTF-16LE", bytes, expected));
+  std::u16string expected;
+  ASSERT_TRUE(ptest::ReferenceToWide(1251, bytes, expected));
   std::u16string wide = ToWide(1251, bytes);
-  EXPECT_EQ(wide, ptest::FromUtf16Le(expected));
+  EXPECT_EQ(wide, expected);
   EXPECT_EQ(ToNarrow(1251, wide, kWcNoBestFitChars), bytes);
 }
 
-TEST(Codepage, Cp932SamplesMatchIconv) {
+TEST(Codepage, Cp932SamplesMatchTheReference) {
   // Hiragana, kanji, half-width katakana, the yen sign position and a two-byte
   // punctuation mark.
   const std::string sample = "\x82\xA0\x82\xA2 \x93\xFA\x96\x7B\x8C\xEA \xB1\xB2 \\ \x81\x40 \x81\x5C";
-  std::string expected;
-  ASSERT_TRUE(ptest::RunFilter("iconv -f CP932 -t UTF-16LE", sample, expected));
+  std::u16string expected;
+  ASSERT_TRUE(ptest::ReferenceToWide(932, sample, expected));
   std::u16string wide = ToWide(932, sample);
-  EXPECT_EQ(wide, ptest::FromUtf16Le(expected));
+  EXPECT_EQ(wide, expected);
   EXPECT_EQ(ToNarrow(932, wide), sample);
   // A lead byte without its trail byte becomes the page's default character, or a
   // failure with MB_ERR_INVALID_CHARS.
   EXPECT_EQ(ToWide(932, "\x93"), u"\u30FB");
-  SetLastError(0);
+  plat::SetLastError(0);
   EXPECT_EQ(MultiByteToWide(932, kMbErrInvalidChars, "\x93", 1, nullptr, 0), 0);
-  EXPECT_EQ(LastError(), kErrNoUnicodeTranslation);
+  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
   // Unmappable text gets the default character and reports it.
   bool used = false;
   EXPECT_EQ(ToNarrow(932, u"a\u0100", kWcNoBestFitChars, nullptr, &used), "a?");

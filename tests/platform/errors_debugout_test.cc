@@ -2,6 +2,7 @@
 // debug channel with its hook.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -21,15 +22,27 @@
 using namespace plat;
 
 TEST(Errors, LastErrorIsPerThread) {
-  SetLastError(kErrAccessDenied);
-  uint32_t seenByOther = 99;
+  // No system call may run between setting and reading (on Windows they all may
+  // change the number), so the threads meet through atomics only.
+  std::atomic<int> step{0};
+  uint32_t seenByOther = 99, otherAfter = 0;
   std::thread t([&] {
-    seenByOther = LastError();
-    SetLastError(kErrSharingViolation);
+    seenByOther = plat::LastError();
+    plat::SetLastError(kErrSharingViolation);
+    step = 1;
+    while (step.load() != 2) {
+    }
+    otherAfter = plat::LastError();
   });
+  while (step.load() != 1) {
+  }
+  plat::SetLastError(kErrAccessDenied);
+  const uint32_t mine = plat::LastError();
+  step = 2;
   t.join();
-  EXPECT_EQ(seenByOther, 0u);
-  EXPECT_EQ(LastError(), kErrAccessDenied);
+  EXPECT_EQ(mine, kErrAccessDenied);
+  EXPECT_EQ(otherAfter, kErrSharingViolation);
+  EXPECT_NE(seenByOther, kErrSharingViolation);
 }
 
 TEST(Errors, ErrnoMapping) {
@@ -43,7 +56,7 @@ TEST(Errors, ErrnoMapping) {
   EXPECT_EQ(ErrorFromErrno(-12345), kErrGenFailure);
   errno = ENOENT;
   EXPECT_EQ(SetLastErrorFromErrno(), kErrFileNotFound);
-  EXPECT_EQ(LastError(), kErrFileNotFound);
+  EXPECT_EQ(plat::LastError(), kErrFileNotFound);
 }
 
 TEST(Errors, SystemTextsEndWithCrLf) {
@@ -84,10 +97,10 @@ TEST(Errors, SystemTextsEndWithCrLf) {
   std::u16string text;
   EXPECT_FALSE(SystemErrorText(0x2345678, 0, text));
 #ifndef _WIN32
-  EXPECT_EQ(LastError(), kErrMrMidNotFound);
+  EXPECT_EQ(plat::LastError(), kErrMrMidNotFound);
   EXPECT_TRUE(SystemErrorText(5, 0x0409, text));
   EXPECT_FALSE(SystemErrorText(5, 0x0407, text));   // no German texts installed
-  EXPECT_EQ(LastError(), kErrResourceLangNotFound);
+  EXPECT_EQ(plat::LastError(), kErrResourceLangNotFound);
 #endif
 }
 

@@ -34,15 +34,6 @@ std::vector<uint8_t> Utf16Bytes(std::u16string_view s, bool terminator = true) {
   return out;
 }
 
-std::u16string QueryString(Hive hive, const char16_t* key, const char16_t* name, long* rc = nullptr) {
-  char16_t buf[1024];
-  uint32_t type = 0, size = sizeof buf;
-  long r = QueryRegValue(hive, key, name, &type, buf, &size);
-  if (rc) *rc = r;
-  if (r != 0 || type != kRegSz || size < 2) return u"<none>";
-  return std::u16string(buf, size / 2 - 1);
-}
-
 }  // namespace
 
 // ---- the file format, independent of any OS
@@ -167,6 +158,14 @@ TEST(RegFile, CaseFoldingBeyondAscii) {
 
 #ifndef _WIN32
 // ---- the store on disk
+
+std::u16string QueryString(Hive hive, const char16_t* key, const char16_t* name) {
+  char16_t buf[1024];
+  uint32_t type = 0, size = sizeof buf;
+  long r = QueryRegValue(hive, key, name, &type, buf, &size);
+  if (r != 0 || type != kRegSz || size < 2) return u"<none>";
+  return std::u16string(buf, size / 2 - 1);
+}
 
 class RegistryStore : public ::testing::Test {
  protected:

@@ -1,11 +1,18 @@
 // Helpers shared by the platform tests.
 #pragma once
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <unistd.h>
+#endif
 
 namespace ptest {
 
+#ifndef _WIN32
 // Runs a shell command with `input` on stdin and returns its stdout (binary).
 inline bool RunFilter(const std::string& command, const std::string& input, std::string& output) {
   char inPath[] = "/tmp/zxut_platform_in_XXXXXX";
@@ -25,6 +32,7 @@ inline bool RunFilter(const std::string& command, const std::string& input, std:
   remove(inPath);
   return rc == 0;
 }
+#endif
 
 inline std::u16string FromUtf16Le(const std::string& bytes) {
   std::u16string out;
@@ -41,6 +49,38 @@ inline std::string ToUtf16Le(const std::u16string& text) {
     out.push_back(char(c >> 8));
   }
   return out;
+}
+
+// What an outside judge makes of narrow text: iconv on Linux, the system's own
+// converter on Windows.
+inline bool ReferenceToWide(uint32_t codePage, const std::string& bytes, std::u16string& out) {
+#ifdef _WIN32
+  int n = ::MultiByteToWideChar(codePage, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
+  if (n <= 0) return false;
+  std::wstring w(static_cast<size_t>(n), L'\0');
+  ::MultiByteToWideChar(codePage, 0, bytes.data(), static_cast<int>(bytes.size()), w.data(), n);
+  out.assign(reinterpret_cast<const char16_t*>(w.data()), w.size());
+  return true;
+#else
+  std::string name = codePage == 65001 ? "UTF-8" : "CP" + std::to_string(codePage);
+  std::string raw;
+  if (!RunFilter("iconv -f " + name + " -t UTF-16LE", bytes, raw)) return false;
+  out = FromUtf16Le(raw);
+  return true;
+#endif
+}
+
+inline bool ReferenceToUtf8(const std::u16string& text, std::string& out) {
+#ifdef _WIN32
+  auto w = reinterpret_cast<const wchar_t*>(text.data());
+  int n = ::WideCharToMultiByte(CP_UTF8, 0, w, static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  if (n <= 0) return false;
+  out.assign(static_cast<size_t>(n), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, w, static_cast<int>(text.size()), out.data(), n, nullptr, nullptr);
+  return true;
+#else
+  return RunFilter("iconv -f UTF-16LE -t UTF-8", ToUtf16Le(text), out);
+#endif
 }
 
 }  // namespace ptest
