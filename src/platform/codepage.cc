@@ -26,8 +26,7 @@ struct BestFit {
 };
 // Best-fit mappings of WideCharToMultiByte for 1252 (used unless
 // WC_NO_BEST_FIT_CHARS): accented Latin letters to their base letter, fullwidth
-// ASCII to ASCII, and the look-alike punctuation, letterlike and box-drawing
-// symbols. Sorted by unit.
+// ASCII to ASCII, look-alike punctuation, letterlike and box-drawing symbols.
 constexpr BestFit k1252BestFit[] = {
 #include "platform/codepage_1252_bestfit.inc"
 };

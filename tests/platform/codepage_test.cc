@@ -90,6 +90,27 @@ TEST(Codepage, Cp1252BestFitAndDefaultChar) {
   EXPECT_EQ(ToNarrow(1252, u"\u20AC\u201C\u201D"), "\x80\x93\x94");
 }
 
+#ifdef _WIN32
+// Every BMP unit through our 1252 table and the system's, with best fit and the
+// default-character report.
+TEST(Codepage, Cp1252WideToNarrowMatchesTheSystemForEveryUnit) {
+  int differences = 0;
+  for (unsigned u = 1; u <= 0xFFFF; ++u) {
+    wchar_t w = static_cast<wchar_t>(u);
+    char16_t c = static_cast<char16_t>(u);
+    char sys[4] = {}, ours[4] = {};
+    BOOL sysUsed = FALSE;
+    bool ourUsed = false;
+    int a = ::WideCharToMultiByte(1252, 0, &w, 1, sys, 4, nullptr, &sysUsed);
+    int b = WideToMultiByte(1252, 0, &c, 1, ours, 4, nullptr, &ourUsed);
+    if (a != b || sys[0] != ours[0] || (sysUsed != FALSE) != ourUsed) {
+      if (++differences < 10) ADD_FAILURE() << std::hex << "U+" << u;
+    }
+  }
+  EXPECT_EQ(differences, 0);
+}
+#endif
+
 TEST(Codepage, Utf8ValidRoundTripIncludingSurrogatePairs) {
   std::u16string text = u"a\u00e4\u20AC\U0001F600\uFFFF\U0010FFFF";
   std::string utf8 = ToNarrow(kCpUtf8, text);
