@@ -102,10 +102,18 @@ UCollator* Collator(const std::string& locale, uint32_t flags) {
   const uint32_t relevant =
       flags & (kNormIgnoreCase | kNormIgnoreNonSpace | kNormIgnoreSymbols | kSortDigitsAsNumbers |
                kLinguisticIgnoreCase | kLinguisticIgnoreDiacritic);
-  std::lock_guard<std::mutex> lock(mutex);
   auto key = std::make_pair(locale, relevant);
+  // Most callers compare in one locale with one flag set: remember the last one
+  // per thread and skip the lock.
+  thread_local std::pair<std::string, uint32_t> lastKey;
+  thread_local UCollator* last = nullptr;
+  if (last && lastKey == key) return last;
+  std::lock_guard<std::mutex> lock(mutex);
   auto it = cache.find(key);
-  if (it != cache.end()) return it->second;
+  if (it != cache.end()) {
+    lastKey = key;
+    return last = it->second;
+  }
   UErrorCode err = U_ZERO_ERROR;
   UCollator* base = ucol_open(locale.c_str(), &err);
   if (U_FAILURE(err)) return nullptr;
@@ -133,7 +141,8 @@ UCollator* Collator(const std::string& locale, uint32_t flags) {
   if (relevant & kNormIgnoreSymbols) ucol_setAttribute(c, UCOL_ALTERNATE_HANDLING, UCOL_SHIFTED, &err);
   if (relevant & kSortDigitsAsNumbers) ucol_setAttribute(c, UCOL_NUMERIC_COLLATION, UCOL_ON, &err);
   cache.emplace(key, c);
-  return c;
+  lastKey = key;
+  return last = c;
 }
 
 // ---- case mapping
