@@ -8,6 +8,8 @@
 #include "zxut22/prof.h"
 #include "zxut22/util.h"
 #include "zxut22/util_debug.h"
+#include "zxut22/util_module.h"
+#include "zxut22/util_heap.h"
 #include "zxut22/util_text.h"
 
 #endif

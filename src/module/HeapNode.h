@@ -1,0 +1,108 @@
+// Tracked heaps: a clsHeapNode per heap of a module, over a private system heap,
+// and the two object forms recognised by the word in front of the user pointer.
+// Everything here runs under the job lock.
+#pragma once
+#include <cstdint>
+
+#include "module/StackRecord.h"
+#include "platform/heap.h"
+
+namespace zx {
+
+class clsModuleNode;
+
+// Heap creation flags.
+constexpr uint32_t kHeapNoSerialize = 0x10;
+constexpr uint32_t kHeapExceptions = 0x20;
+constexpr uint32_t kHeapNeverDebug = 0x40;
+constexpr uint32_t kHeapRefused = 0x80;
+constexpr uint32_t kHeapQuietLeaks = 0x100;
+constexpr uint32_t kHeapDebug = 0x40000000u;
+// Object flags.
+constexpr uint32_t kObjZero = 0x1;
+constexpr uint32_t kObjFillF5 = 0x2;
+constexpr uint32_t kObjNoStack = 0x4;
+constexpr uint32_t kObjPlain = 0x40;
+constexpr uint32_t kObjDebug = 0x40000000u;
+
+// The object formats.
+constexpr uint32_t kPlainMagic = 0xFAAFFAAFu;
+constexpr uint32_t kDebugMagic = 0xC0FFEEEEu;
+constexpr uint32_t kDebugUserMagic = 0xAFFEAFFEu;
+constexpr uint32_t kFence = 0xE5E55E5Eu;
+constexpr int kPlainHeader = 4;
+constexpr int kDebugHeader = 44;
+constexpr int kDebugOverhead = 48;
+constexpr int kDebugOffHeap = 8;
+constexpr int kDebugOffTick = 16;
+constexpr int kDebugOffStack = 24;
+constexpr int kDebugOffTag = 32;
+constexpr int kDebugOffSize = 36;
+constexpr int kDebugOffUserMagic = 40;
+constexpr uint8_t kFillNew = 0xF5;
+constexpr uint8_t kFillFreed = 0xCC;
+
+class clsHeapNode {
+ public:
+  clsModuleNode* module;
+  char16_t name[33];
+  uint32_t flags;
+  uint32_t heapOptions;
+  scStackRecord* stack;
+  plat::SysHeap heap;
+  int32_t objects;
+  int32_t bytes;
+  int32_t total;
+  int32_t maximum;
+  clsHeapNode* next;
+  clsHeapNode* prev;
+  uint32_t signature;   // kLiveHeap while the node is in use: handles are checked by it
+
+  static constexpr uint32_t kLiveHeap = 0x50414548u;   // "HEAP"
+
+  // Node memory is never given back, only reused for later nodes, so that a stale
+  // handle still reads a node, one whose signature says it is gone.
+  static clsHeapNode* New(clsModuleNode* owner, const char16_t* heapName, uint32_t heapFlags);
+  // Checks, reports and destroys the node (the system heap with all objects).
+  void Destroy();
+  static bool IsLive(const clsHeapNode* node);
+
+  bool IsDebugHeap() const { return (flags & kHeapDebug) != 0; }
+  uint32_t FreeOptions() const { return heapOptions & plat::kHeapNoSerialize; }
+
+  void* AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag);
+  int32_t FreeObject(void* user);
+  int32_t SizeObject(void* user);
+  // The leak listing: a scope with the count, the heap's stack, the debug objects.
+  void Listing();
+
+  // Walks (false when the system cannot walk).
+  enum class WalkMode { kCheck, kDump, kCount, kLastSize };
+  bool Walk(WalkMode mode, int32_t* result);
+
+ private:
+  int32_t FreeDebugObject(uint8_t* user);
+  int32_t FreePlainObject(uint8_t* user);
+  void PrintError(const char16_t* method, const void* user, const char16_t* reason, ...);
+};
+
+// The checks and the dump of one debug object (user pointer).
+int32_t CheckDebugObject(const uint8_t* user, size_t blockSize);
+void DumpDebugObject(const uint8_t* user, bool withStack = true);
+
+// The system heap services the heaps use (tests replace them; null restores).
+const plat::HeapServices& HeapServices();
+void SetHeapServicesForTests(const plat::HeapServices* services);
+
+// The exports of the heap family.
+clsHeapNode* HeapCreate(clsModuleNode* module, const char16_t* name, uint32_t flags);
+int32_t HeapDelete(clsHeapNode* heap);
+void* HeapObjectAlloc(clsHeapNode* heap, int32_t size, uint32_t flags, uint32_t tag);
+int32_t HeapObjectFree(clsHeapNode* heap, void* user);
+int32_t HeapObjectSize(clsHeapNode* heap, void* user);
+int32_t HeapSize(clsHeapNode* heap);
+int32_t HeapSizeObjects(clsHeapNode* heap);
+int32_t HeapValidate(clsHeapNode* heap, void* user);
+int32_t HeapShrink(clsHeapNode* heap);
+
+}  // namespace zx

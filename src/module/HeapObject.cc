@@ -1,0 +1,302 @@
+// Heap objects: the plain form (a 4-byte magic in front), the debug form (a 44-byte
+// header, a trailing fence and a captured stack), and the untracked form of the
+// null heap (the size in 8 bytes in front, from the general allocator).
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/Format.h"
+#include "debug/Debug.h"
+#include "module/HeapNode.h"
+#include "module/JobLock.h"
+#include "module/ModuleList.h"
+#include "module/TraceScope.h"
+#include "platform/clock.h"
+#include "platform/stack.h"
+
+namespace zx {
+namespace {
+
+constexpr int kUntrackedHeader = 8;
+constexpr int kDumpBytes = 64;
+constexpr int kRawTraces = 10;
+// Addresses this low are never objects: reading in front of them would fault.
+constexpr uintptr_t kLowestObject = 0x10000;
+
+void Put32(uint8_t* at, uint32_t v) { std::memcpy(at, &v, sizeof v); }
+void Put64(uint8_t* at, uint64_t v) { std::memcpy(at, &v, sizeof v); }
+int32_t SizeOf(const uint8_t* user) {
+  return static_cast<int32_t>(plat::ProbeRead32(user - kDebugHeader + kDebugOffSize));
+}
+scStackRecord* StackOf(const uint8_t* user) {
+  return reinterpret_cast<scStackRecord*>(plat::ProbeRead64(user - kDebugHeader + kDebugOffStack));
+}
+bool Plausible(const void* user) { return reinterpret_cast<uintptr_t>(user) >= kLowestObject; }
+
+// The fence of a debug object; a size that reaches past its block counts as a
+// changed fence (the header itself was overwritten).
+bool FenceIntact(const uint8_t* user, size_t blockSize) {
+  const uint64_t size = static_cast<uint32_t>(SizeOf(user));
+  if (size + kDebugOverhead > blockSize) return false;
+  return plat::ProbeRead32(user + size) == kFence;
+}
+
+// A raw stack of the caller: "%d traces", then one address a line.
+void PrintRawStack() {
+  void* frames[kRawTraces];
+  const int n = plat::CaptureStack(1, kRawTraces, frames);
+  DebugPrint(u"%d traces", n);
+  for (int i = 0; i < n; ++i) DebugPrint(u"  %#p", frames[i]);
+}
+
+void* AllocUntracked(int32_t size, uint32_t flags) {
+  const uint64_t n = static_cast<uint32_t>(size);
+  auto* block = static_cast<uint8_t*>(std::malloc(n + kUntrackedHeader));
+  if (!block) return nullptr;
+  Put64(block, static_cast<uint64_t>(static_cast<int64_t>(size)));
+  uint8_t* user = block + kUntrackedHeader;
+  if (flags & kObjZero)
+    std::memset(user, 0, n);
+  else if (flags & kObjFillF5)
+    std::memset(user, kFillNew, n);
+  return user;
+}
+
+}  // namespace
+
+// ---- one debug object
+
+int32_t CheckDebugObject(const uint8_t* user, size_t blockSize) {
+  if (plat::ProbeRead32(user - kDebugHeader) != kDebugMagic) {
+    scTraceScope scope(IsDebugActive(), u"Error: Not allocated with UTIL or memory underrun");
+    return kRcBadObject;
+  }
+  if (!FenceIntact(user, blockSize)) {
+    scTraceScope scope(IsDebugActive(), u"Error: Memory overrun, fence value has been changed");
+    DumpDebugObject(user);
+    return kRcBadObject;
+  }
+  return kRcOk;
+}
+
+void DumpDebugObject(const uint8_t* user, bool withStack) {
+  if (!IsDebugActive() || plat::ProbeRead32(user - kDebugHeader) != kDebugMagic) return;
+  const int32_t size = SizeOf(user);
+  scTraceScope scope(true, u"-Object at %#p, %d(=0x%08x) Bytes", user, size, static_cast<uint32_t>(size));
+  const int32_t covered = size < kDumpBytes ? size : kDumpBytes;
+  for (int32_t row = 0; row < covered; row += 8) {
+    char16_t line[69];
+    int at = 0;
+    line[at++] = u' ';
+    line[at++] = u' ';
+    uint8_t bytes[8];
+    for (int i = 0; i < 8; ++i) {
+      const bool inside = row + i < covered;
+      bytes[i] = inside ? plat::ProbeRead8(user + row + i) : 0;
+      if (inside)
+        at += FormatTo(line + at, 69 - static_cast<size_t>(at), u"%02x ", bytes[i]);
+      else
+        for (int k = 0; k < 3; ++k) line[at++] = u' ';
+    }
+    line[at++] = u' ';
+    for (int i = 0; i < 8; ++i) {
+      const bool inside = row + i < covered;
+      line[at++] = !inside ? u' ' : (bytes[i] >= 0x20 && bytes[i] < 0x7F) ? bytes[i] : u'.';
+    }
+    line[at] = 0;
+    scope.Line(u"%s", line);
+  }
+  if (withStack) PrintStackRecord(StackOf(user), u"Memory object allocation");
+}
+
+// ---- allocation and release on a heap
+
+// The object's stack is captured one frame up: past this function, from its caller.
+__attribute__((noinline)) void* clsHeapNode::AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag) {
+  if (IsDebugHeap() && !(objectFlags & kObjPlain)) objectFlags |= kObjDebug;
+  const bool debug = (objectFlags & kObjDebug) != 0;
+  const plat::HeapServices& sys = HeapServices();
+  // A negative size goes on as an unsigned 32-bit number.
+  const uint64_t n = static_cast<uint32_t>(size);
+  uint8_t* user = nullptr;
+  if (debug) {
+    if (size < 0 && IsDebugActive()) {
+      DebugPrint(u"Error: clsHeapNode['%s'/'%s']::AllocObject%s(%d)", module->name, name, u"D", size);
+      PrintRawStack();
+    }
+    auto* block = static_cast<uint8_t*>(sys.alloc(heap, FreeOptions(), n + kDebugOverhead));
+    if (block) {
+      user = block + kDebugHeader;
+      Put32(block, kDebugMagic);
+      Put64(block + kDebugOffHeap, reinterpret_cast<uint64_t>(heap));
+      Put32(block + kDebugOffTick, static_cast<uint32_t>(plat::TickCount64()));
+      scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureStackRecord(1);
+      Put64(block + kDebugOffStack, reinterpret_cast<uint64_t>(record));
+      Put32(block + kDebugOffTag, tag);
+      Put32(block + kDebugOffSize, static_cast<uint32_t>(size));
+      Put32(block + kDebugOffUserMagic, kDebugUserMagic);
+      Put32(user + n, kFence);
+      bytes = static_cast<int32_t>(static_cast<uint32_t>(bytes) + static_cast<uint32_t>(size));
+      if (objectFlags & kObjZero)
+        std::memset(user, 0, n);
+      else if (objectFlags & kObjFillF5)
+        std::memset(user, kFillNew, n);
+    }
+  } else {
+    const uint32_t zero = (objectFlags & kObjZero) ? plat::kHeapZeroMemory : 0;
+    auto* block = static_cast<uint8_t*>(sys.alloc(heap, FreeOptions() | zero, n + kPlainHeader));
+    if (block) {
+      Put32(block, kPlainMagic);
+      user = block + kPlainHeader;
+      if (!(objectFlags & kObjZero) && (objectFlags & kObjFillF5)) std::memset(user, kFillNew, n);
+    }
+  }
+  if (!user && IsDebugActive())
+    DebugPrint(u"Error: clsHeapNode['%s'/'%s']::AllocObject%s(%d): Out of memory", module->name, name,
+               debug ? u"D" : u"ND", size);
+  // A failed allocation counts as a live object too.
+  ++objects;
+  if (objects > maximum) maximum = objects;
+  ++total;
+  return user;
+}
+
+void clsHeapNode::PrintError(const char16_t* method, const void* user, const char16_t* reason, ...) {
+  if (!IsDebugActive()) return;
+  DebugPrint(u"Error: clsHeapNode['%s'/'%s']::%s(%#p)", module->name, name, method, user);
+  char16_t text[256];
+  va_list ap;
+  va_start(ap, reason);
+  if (VFormatTo(text, 256, reason, ap) < 0) text[0] = 0;
+  va_end(ap);
+  DebugPrint(u"%s", text);
+}
+
+int32_t clsHeapNode::FreeObject(void* userPointer) {
+  auto* user = static_cast<uint8_t*>(userPointer);
+  const uint32_t word = Plausible(user) ? plat::ProbeRead32(user - 4) : 0;
+  if (word == kDebugUserMagic) return FreeDebugObject(user);
+  if (word == kPlainMagic) return FreePlainObject(user);
+  PrintError(u"FreeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)", word);
+  return kRcBadObject;
+}
+
+int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
+  uint8_t* block = user - kDebugHeader;
+  if (plat::ProbeRead32(block) != kDebugMagic) {
+    PrintError(u"FreeObjectD", user, u"Not allocated with UTIL or memory underrun (object not freed)");
+    return kRcBadObject;
+  }
+  const plat::HeapServices& sys = HeapServices();
+  const int32_t size = SizeOf(user);
+  // A block this heap does not hold (freed already, or another heap's) is not
+  // touched beyond its header: no fill, no stack record followed.
+  const size_t blockSize = sys.size(heap, FreeOptions(), block);
+  if (blockSize == plat::kHeapBadBlock ||
+      plat::ProbeRead64(block + kDebugOffHeap) != reinterpret_cast<uint64_t>(heap)) {
+    PrintError(u"FreeObjectD", user, u"error freeing object");
+    DumpDebugObject(user, false);
+    return kRcBadObject;
+  }
+  const bool fenceIntact = FenceIntact(user, blockSize);
+  // The stack record goes at once, whatever the fence says; the dump that may follow
+  // finds no pointer to it.
+  ReleaseStackRecord(StackOf(user));
+  Put64(block + kDebugOffStack, 0);
+  if (!fenceIntact) {
+    if (IsDebugActive()) {
+      PrintError(u"FreeObjectD", user, u"Memory overrun, fence value has been changed (object not freed)");
+      DumpDebugObject(user);
+    }
+    return kRcBadObject;
+  }
+  if (size < 0) {
+    PrintError(u"FreeObjectD", user, u"bad size %d", size);
+    DumpDebugObject(user);
+  }
+  if (IsDebugActive()) std::memset(user, kFillFreed, static_cast<uint32_t>(size));
+  if (!sys.free(heap, FreeOptions(), block)) {
+    PrintError(u"FreeObjectD", user, u"error freeing object");
+    DumpDebugObject(user);
+    return kRcBadObject;
+  }
+  --objects;
+  bytes = static_cast<int32_t>(static_cast<uint32_t>(bytes) - static_cast<uint32_t>(size));
+  return kRcOk;
+}
+
+int32_t clsHeapNode::FreePlainObject(uint8_t* user) {
+  uint8_t* block = user - kPlainHeader;
+  const plat::HeapServices& sys = HeapServices();
+  if (IsDebugActive()) {
+    const size_t blockSize = sys.size(heap, FreeOptions(), block);
+    const int64_t n = blockSize == plat::kHeapBadBlock ? -1 : static_cast<int64_t>(blockSize);
+    if (n > 0)
+      std::memset(block, kFillFreed, static_cast<size_t>(n));
+    else
+      PrintError(u"FreeObjectND", user, u"bad object size %d", static_cast<int32_t>(n));
+  }
+  if (!sys.free(heap, FreeOptions(), block)) {
+    PrintError(u"FreeObjectND", user, u"error freeing object");
+    return kRcBadObject;
+  }
+  --objects;
+  return kRcOk;
+}
+
+int32_t clsHeapNode::SizeObject(void* userPointer) {
+  auto* user = static_cast<uint8_t*>(userPointer);
+  const uint32_t word = Plausible(user) ? plat::ProbeRead32(user - 4) : 0;
+  if (word != kDebugUserMagic && word != kPlainMagic) {
+    PrintError(u"SizeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)\n", word);
+    return kRcBadObject;
+  }
+  const bool debug = word == kDebugUserMagic;
+  const size_t blockSize =
+      HeapServices().size(heap, FreeOptions(), user - (debug ? kDebugHeader : kPlainHeader));
+  // The system's failure answer is no size: the pointer is no block of this heap.
+  if (blockSize == plat::kHeapBadBlock) {
+    PrintError(u"SizeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)\n", word);
+    return kRcBadObject;
+  }
+  if (blockSize == 0 && IsDebugHeap()) {
+    if (IsDebugActive()) {
+      DebugPrint(u"Warning: clsHeapNode['%s'/'%s']::SizeObject(%#p):", module->name, name, user);
+      DebugPrint(u"Object has a size of 0 (bad pointer?)\n");
+    }
+    return 0;
+  }
+  return static_cast<int32_t>(blockSize - (debug ? kDebugOverhead : kPlainHeader));
+}
+
+// ---- the object exports
+
+void* HeapObjectAlloc(clsHeapNode* heap, int32_t size, uint32_t flags, uint32_t tag) {
+  if (!heap) return AllocUntracked(size, flags);   // the untracked path takes no lock
+  plat::Lock lock(JobLock());
+  if (!clsHeapNode::IsLive(heap)) return nullptr;
+  return heap->AllocObject(size, flags, tag);
+}
+
+int32_t HeapObjectFree(clsHeapNode* heap, void* user) {
+  if (!heap) {
+    if (!Plausible(user)) return kRcBadObject;
+    std::free(static_cast<uint8_t*>(user) - kUntrackedHeader);
+    return kRcOk;
+  }
+  plat::Lock lock(JobLock());
+  if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
+  return heap->FreeObject(user);
+}
+
+int32_t HeapObjectSize(clsHeapNode* heap, void* user) {
+  if (!heap) {
+    if (!Plausible(user)) return kRcBadObject;
+    return static_cast<int32_t>(plat::ProbeRead32(static_cast<uint8_t*>(user) - kUntrackedHeader));
+  }
+  plat::Lock lock(JobLock());
+  if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
+  return heap->SizeObject(user);
+}
+
+}  // namespace zx

@@ -1,0 +1,55 @@
+#include "module/Identity.h"
+
+#include "platform/locale.h"
+#include "platform/process.h"
+#include "platform/startup.h"
+
+namespace zx {
+namespace {
+
+constexpr int64_t kMaxPath = 260;
+constexpr int64_t kMaxBaseName = 256;
+
+int64_t NameStart(const String& path) {
+  int64_t i = path.Length();
+  while (i > 0 && path.GetAt(i - 1) != u'\\' && path.GetAt(i - 1) != u'/') --i;
+  return i;
+}
+
+void Describe(const std::u16string& raw, String& path, String& fileName, String& baseName,
+              String& folder) {
+  path = String(std::u16string_view(raw)).Left(kMaxPath);
+  path.ToUpper();
+  fileName = FileNameOfPath(path);
+  baseName = BaseNameOfFile(fileName).Left(kMaxBaseName);
+  folder = FolderOfPath(path);
+}
+
+scIdentity Build() {
+  scIdentity id;
+  Describe(plat::ExecutablePath(), id.processPath, id.processFileName, id.processBaseName,
+           id.processFolder);
+  Describe(plat::LibraryPath(), id.libraryPath, id.libraryFileName, id.libraryBaseName,
+           id.libraryFolder);
+  id.windowsVersion = plat::SystemVersion();
+  id.session = plat::RemoteSessionId();
+  return id;
+}
+
+}  // namespace
+
+String FileNameOfPath(const String& path) { return path.Mid(NameStart(path)); }
+String FolderOfPath(const String& path) { return path.Left(NameStart(path)); }
+
+String BaseNameOfFile(const String& fileName) {
+  int64_t dot = fileName.Length();
+  while (dot > 0 && fileName.GetAt(dot - 1) != u'.') --dot;
+  return dot > 1 ? fileName.Left(dot - 1) : fileName;
+}
+
+const scIdentity& Identity() {
+  static const scIdentity id = Build();
+  return id;
+}
+
+}  // namespace zx

@@ -1,0 +1,30 @@
+// The identity strings of the process and of this library, set once at process
+// attach (or on first use in a copy that had none) and read-only afterwards.
+#pragma once
+#include <cstdint>
+
+#include "core/String.h"
+
+namespace zx {
+
+struct scIdentity {
+  String processPath;       // upper-cased, at most 260 characters
+  String processFileName;   // with extension, upper-cased
+  String processBaseName;   // without extension, at most 256 characters
+  String processFolder;     // drive and directory, with the final separator
+  String libraryPath;
+  String libraryFileName;
+  String libraryBaseName;   // the default tag of debug lines
+  String libraryFolder;
+  uint32_t windowsVersion = 0;   // 6.0 reads 0x0600
+  uint32_t session = 0;          // remote session of the process, else 0
+};
+
+const scIdentity& Identity();
+
+// Path helpers on both separators.
+String FileNameOfPath(const String& path);
+String FolderOfPath(const String& path);
+String BaseNameOfFile(const String& fileName);
+
+}  // namespace zx

@@ -1,0 +1,22 @@
+// The assertion box and the immediate end of the process.
+#pragma once
+
+namespace plat {
+
+// Answers of the box, with the system's values.
+constexpr int kIdOk = 1;
+constexpr int kIdCancel = 2;
+constexpr int kIdRetry = 4;
+
+// Shows `text` under `caption` with retry and cancel buttons and an error icon,
+// task-modal and without owner, and returns the answer. Linux has no box: the
+// caption and text go to standard error and to the last-resort debug channel, and
+// the answer is cancel.
+int ShowAssertionBox(const char16_t* caption, const char16_t* text);
+
+// Ends the process at once with `code`, without exit-time destruction on Linux
+// (_exit: the shell sees the code modulo 256, so -1 reads 255); ExitProcess on
+// Windows.
+[[noreturn]] void EndProcess(int code);
+
+}  // namespace plat
