@@ -10,7 +10,8 @@
 # background processes behind (wineserver, services, winedevice, explorer). So:
 # the server is started once, under a lock, with every inherited descriptor
 # closed; the program runs with stdin from /dev/null and its output going to a
-# temporary file that is printed afterwards. The exit code is the program's.
+# temporary file that is printed afterwards. The exit code is the program's, or 1
+# when wine reports an unhandled exception.
 # Headless: no DISPLAY, no mono/gecko installers, WINEDEBUG=-all.
 set -u
 
@@ -61,4 +62,10 @@ trap 'rm -f "$out"' EXIT
 wine "$@" </dev/null >"$out" 2>&1
 rc=$?
 cat "$out"
+# After an unhandled exception wine's exit status is not reliable (sometimes 0,
+# sometimes the exception code modulo 256): its crash report decides.
+if ((rc == 0)) && grep -Eq '^(wine: Unhandled|Unhandled exception:)' "$out"; then
+  echo "wine-run: $1 ended with an unhandled exception" >&2
+  rc=1
+fi
 exit "$rc"
