@@ -1,13 +1,23 @@
 #include "DebugTestUtil.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
+#include "debug/TravuePacket.h"
+#include "platform/process.h"
 #include "platform/udp.h"
+
+#ifdef _WIN32
+#define popen _popen
+#define pclose _pclose
+#else
+#include <dirent.h>
+#include <unistd.h>
+#endif
 
 namespace zxtest {
 
@@ -34,9 +44,9 @@ std::vector<Datagram> Receiver::Receive(size_t count, uint32_t timeoutMs) {
 }
 
 std::string TempPath(const char* stem) {
-  const char* dir = std::getenv("TMPDIR");
   std::ostringstream s;
-  s << (dir && *dir ? dir : "/tmp") << "/zxut_debug_" << stem << "_" << getpid() << "_" << rand();
+  s << std::filesystem::temp_directory_path().string() << "/zxut_debug_" << stem << "_"
+    << plat::ProcessId() << "_" << rand();
   return s.str();
 }
 
@@ -78,6 +88,35 @@ std::vector<Oracle> DecodeDumpWithPython(const std::string& dumpPath) {
   return out;
 }
 
+#ifdef _WIN32
+// Under wine there is no Python to run: the library's own decoder stands in.
+std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
+  std::vector<Oracle> out;
+  for (const Datagram& d : datagrams) {
+    zx::DecodedPacket p;
+    if (!zx::DecodePacket(d.bytes.data(), d.bytes.size(), &p)) {
+      ADD_FAILURE() << "not a datagram";
+      continue;
+    }
+    Oracle o;
+    o.size = static_cast<uint32_t>(d.bytes.size());
+    o.header = p.header.headerSize;
+    o.tid = p.header.threadId;
+    o.cpu = p.header.processor;
+    o.zero = p.header.zero;
+    o.n1 = p.header.number1;
+    o.n2 = p.header.number2;
+    o.remaining = p.header.remainingBytes;
+    o.digit = std::string(1, static_cast<char>(p.header.digit));
+    for (size_t i = 0; i < p.tagChars; ++i) o.tag.push_back(static_cast<char>(p.header.tag[i]));
+    for (size_t i = 0; i < p.textChars; ++i) o.text.push_back(static_cast<char>(zx::ReadPacketChar(p, i)));
+    const uint16_t* t = &p.header.time.year;
+    for (int i = 0; i < 8; ++i) o.time.push_back(t[i]);
+    out.push_back(o);
+  }
+  return out;
+}
+#else
 std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
   std::string path = TempPath("dump");
   FILE* f = std::fopen(path.c_str(), "wb");
@@ -91,11 +130,11 @@ std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
   std::remove(path.c_str());
   return out;
 }
+#endif
 
 }  // namespace zxtest
 
-#include <dirent.h>
-
+#ifndef _WIN32
 namespace {
 
 // Removes the shared blocks this test program and its children made.
@@ -118,3 +157,4 @@ class ShmCleanup : public ::testing::Environment {
 const auto* const g_cleanup = ::testing::AddGlobalTestEnvironment(new ShmCleanup);
 
 }  // namespace
+#endif  // _WIN32

@@ -2,12 +2,11 @@
 // digit, tag, indentation (+1/-1/+5, clamp), markers, thread names, the 1025 limit,
 // the re-entrance drop and on/off switching.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -25,13 +24,20 @@
 namespace {
 
 // Blocks and registry of this test program stay its own.
+void SetEnv(const char* name, const std::string& value) {
+#ifdef _WIN32
+  _putenv_s(name, value.c_str());
+#else
+  setenv(name, value.c_str(), 1);
+#endif
+}
+
 const bool g_isolated = [] {
   if (std::getenv("ZXUT_DEBUG_CHILD")) return false;   // a client child: its parent decides
-  std::string tag = "zxtest" + std::to_string(getpid());
-  setenv("ZXUT_SHM_PREFIX", tag.c_str(), 1);
+  SetEnv("ZXUT_SHM_PREFIX", "zxtest" + std::to_string(plat::ProcessId()));
   std::string reg = zxtest::TempPath("reg");
-  mkdir(reg.c_str(), 0700);
-  setenv("ZXUT_REGISTRY_DIR", reg.c_str(), 1);
+  std::filesystem::create_directories(reg);
+  SetEnv("ZXUT_REGISTRY_DIR", reg);
   return true;
 }();
 

@@ -1,7 +1,10 @@
 // The real `zxut viewer` and a client process that prints through the exports,
 // every datagram decoded by the Python oracle: a plain session, and a viewer that
 // is killed mid-stream and started again on another port.
+// POSIX processes and /dev/shm; the Windows build runs the in-process tests only.
+#ifndef _WIN32
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -126,3 +129,4 @@ TEST_F(ViewerE2E, AKilledViewerIsReplacedAndTheClientFollowsThePort) {
 }
 
 }  // namespace
+#endif  // _WIN32
