@@ -8,6 +8,7 @@
 #include <new>
 
 #include "core/Format.h"
+#include "core/Registry.h"
 #include "debug/Debug.h"
 #include "platform/clock.h"
 #include "platform/debugout.h"
@@ -75,27 +76,7 @@ bool StartsWithNoCase(const String& text, const char16_t* prefix, int count) {
   return true;
 }
 
-// A string value: a 512-byte buffer first, an allocated one on ERROR_MORE_DATA.
 }  // namespace
-
-bool DebugReadRegistryString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out) {
-  char16_t stack[256];
-  uint32_t type = 0, size = sizeof stack;
-  long rc = plat::QueryRegValue(hive, key, name, &type, stack, &size);
-  if (rc == plat::kErrMoreData) {
-    auto* heap = static_cast<char16_t*>(std::malloc(size + 2));
-    if (!heap) return false;
-    rc = plat::QueryRegValue(hive, key, name, &type, heap, &size);
-    if (rc == 0) out.Assign(heap, 0, size / 2);
-    std::free(heap);
-  } else if (rc == 0) {
-    out.Assign(stack, 0, size / 2);
-  }
-  if (rc != 0 || type != plat::kRegSz) return false;
-  // Drop a stored terminator.
-  while (!out.IsEmpty() && out.GetAt(out.Length() - 1) == 0) out.Delete(out.Length() - 1, 1);
-  return true;
-}
 
 bool DeveloperMode() {
   static const bool on = [] {
@@ -344,12 +325,9 @@ const String& clsDebugChannel::VersionText() {
 }
 
 void clsDebugChannel::ReadLogSettings() {
-  String name, flush;
-  bool haveName = DebugReadRegistryString(plat::Hive::LocalMachine, u"software\\zarnik",
-                                     u"Debug.LogFilename", name);
-  bool flushOn = DebugReadRegistryString(plat::Hive::LocalMachine, u"software\\zarnik",
-                                    u"Debug.LogFile.Flush", flush) &&
-                 flush.GetAt(0) == u'T';
+  String name;
+  bool haveName = RegReadString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename", name);
+  bool flushOn = RegReadBool(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFile.Flush", false);
   if (!haveName) name.Clear();
   if (!name.IsEmpty() && FolderPart(name).IsEmpty()) {
     char16_t temp[600];

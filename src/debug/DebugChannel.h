@@ -152,9 +152,6 @@ inline bool DebugActiveInline() {
 // Developer mode: the environment variable "user" is "zrk" (read once).
 bool DeveloperMode();
 
-// A registry string value, read with a 512-byte buffer and a retry on more data.
-bool DebugReadRegistryString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out);
-
 // Sends the library's diagnostic lines (core/Diag.h) through the channel.
 void DebugTakeOverDiagnostics();
 

@@ -6,6 +6,7 @@
 
 #include "core/Diag.h"
 #include "core/Format.h"
+#include "core/Registry.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
 #include "platform/clock.h"
@@ -95,7 +96,7 @@ void clsDebugChannel::InitTiming() {
   if (!plat::PerformanceCounter(&now) || !plat::PerformanceFrequency(&frequency) || frequency <= 0)
     return;
   String value;
-  if (!DebugReadRegistryString(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters", value))
+  if (!RegReadString(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters", value))
     return;
   char16_t first = value.GetAt(0);
   if (first == u'F' || first == u'0') return;
