@@ -10,6 +10,8 @@
 #include "core/Format.h"
 #include "core/Registry.h"
 #include "debug/Debug.h"
+#include "module/Identity.h"
+#include "module/ModuleUtils.h"
 #include "platform/clock.h"
 #include "platform/debugout.h"
 #include "platform/errors.h"
@@ -17,7 +19,6 @@
 #include "platform/log_file.h"
 #include "platform/process.h"
 #include "platform/registry.h"
-#include "platform/version_info.h"
 
 namespace zx {
 namespace {
@@ -48,23 +49,6 @@ void Ods(const char16_t* format, ...) {
 }
 
 String SystemText(uint32_t code) { return String::SystemMessage(code); }
-
-// Text behind the last "\" or "/".
-String FileNamePart(const String& path) {
-  int64_t i = path.Length();
-  while (i > 0 && path.GetAt(i - 1) != u'\\' && path.GetAt(i - 1) != u'/') --i;
-  return path.Mid(i);
-}
-String FolderPart(const String& path) {
-  int64_t i = path.Length();
-  while (i > 0 && path.GetAt(i - 1) != u'\\' && path.GetAt(i - 1) != u'/') --i;
-  return path.Left(i);
-}
-String BaseNamePart(const String& fileName) {
-  int64_t dot = fileName.Length();
-  while (dot > 0 && fileName.GetAt(dot - 1) != u'.') --dot;
-  return dot > 1 ? fileName.Left(dot - 1) : fileName;
-}
 
 bool StartsWithNoCase(const String& text, const char16_t* prefix, int count) {
   for (int i = 0; i < count; ++i) {
@@ -106,16 +90,13 @@ clsDebugChannel* ConstructDebugChannel() {
 
 clsDebugChannel::clsDebugChannel() {
   developerMode_ = DeveloperMode();
-  String exe(std::u16string_view(plat::ExecutablePath()));
-  exe.ToUpper();
-  processPath_ = exe;
-  processFileName_ = FileNamePart(exe);
-  String lib(std::u16string_view(plat::LibraryPath()));
-  lib.ToUpper();
-  libraryPath_ = lib;
-  libraryFileName_ = FileNamePart(lib);
-  libraryBaseName_ = BaseNamePart(libraryFileName_);
-  libraryFolder_ = FolderPart(lib);
+  const scIdentity& id = Identity();
+  processPath_ = id.processPath;
+  processFileName_ = id.processFileName;
+  libraryPath_ = id.libraryPath;
+  libraryFileName_ = id.libraryFileName;
+  libraryBaseName_ = id.libraryBaseName;
+  libraryFolder_ = id.libraryFolder;
   CreateBlocks();
   plat::Lock lock(outputLock_);
   MapSharedBlock(false);
@@ -306,21 +287,7 @@ const String& clsDebugChannel::VersionText() {
   plat::Lock lock(outputLock_);
   if (versionBuilt_) return version_;
   versionBuilt_ = true;
-  std::u16string fileVersion, build;
-  if (!plat::ModuleVersionStrings(plat::LibraryPath().c_str(), &fileVersion, &build)) {
-    version_ = libraryFileName_;
-    version_.Append(u" <no version info>");
-  } else if (!fileVersion.empty()) {
-    String text(std::u16string_view(plat::LibraryPath()));
-    text.ToUpper();
-    text.Append(u' ');
-    text.Append(fileVersion.c_str());
-    if (!build.empty()) {
-      text.Append(u' ');
-      text.Append(build.c_str());
-    }
-    version_ = text;
-  }
+  version_ = ModuleVersionText(std::u16string(plat::LibraryPath()).c_str());
   return version_;
 }
 
@@ -329,7 +296,7 @@ void clsDebugChannel::ReadLogSettings() {
   bool haveName = RegReadString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename", name);
   bool flushOn = RegReadBool(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFile.Flush", false);
   if (!haveName) name.Clear();
-  if (!name.IsEmpty() && FolderPart(name).IsEmpty()) {
+  if (!name.IsEmpty() && FolderOfPath(name).IsEmpty()) {
     char16_t temp[600];
     plat::TempFolder(temp, 600);
     String full(temp);
