@@ -114,6 +114,7 @@ clsDebugChannel::~clsDebugChannel() {
       }
       appLocal_->mutex = 0;
       plat::MutexClose(mutex);
+      appLocalBlock_.RemoveName();   // the process's block goes with its last copy
     }
   }
   sharedView_.store(nullptr);
@@ -129,6 +130,8 @@ void clsDebugChannel::CreateBlocks() {
     globalCreated_ = !existed;
     if (!existed) __atomic_store_n(&global_->viewerWindow, 0, __ATOMIC_RELEASE);
   }
+  // Blocks of processes that ended without their clean-up.
+  plat::RemoveStaleBlocks(u"ZrkTRAVUEAppLocalData_");
   char16_t name[80];
   FormatTo(name, 80, kAppLocalNameFormat,
            reinterpret_cast<void*>(static_cast<uintptr_t>(plat::ProcessId())),

@@ -39,6 +39,9 @@ class SharedBlock {
   const void* MapReadOnly(uint32_t size);
   void Unmap();
   void Close();   // unmaps and closes
+  // Removes the name of a block created here, for a block that must not outlive
+  // its process (Linux; a Windows mapping goes with its last handle anyway).
+  void RemoveName();
 
   bool IsOpen() const { return handle_ != kNoHandle; }
   void* View() const { return view_; }
@@ -47,10 +50,16 @@ class SharedBlock {
  private:
   static constexpr intptr_t kNoHandle = -1;
   intptr_t handle_ = kNoHandle;   // HANDLE or file descriptor
+  char name_[200] = {};           // the system's name (Linux)
   void* base_ = nullptr;          // mapping base (Linux: the header)
   void* view_ = nullptr;          // the caller's bytes
   uint32_t viewSize_ = 0;
 };
+
+// Removes the names of blocks that begin with `namePrefix` and whose creator has
+// ended (Linux: left behind by processes that did not end cleanly). Nothing to do
+// on Windows.
+void RemoveStaleBlocks(const char16_t* namePrefix);
 
 // Polling for a published block without a clock read on every call. A caller keeps
 // `due = PublicationNextDue(PublicationEpoch() read before its look-up, its retry

@@ -4,6 +4,7 @@
 // that an opener never sees a half-written header.
 #include "platform/shared_memory.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -200,6 +201,7 @@ bool SharedBlock::Create(const char16_t* name, uint32_t size, bool* existed, boo
     }
     flock(fd, LOCK_UN);
     handle_ = fd;
+    std::snprintf(name_, sizeof name_, "%s", n.c_str());
     base_ = base;
     view_ = static_cast<char*>(base) + kHeaderSize;
     viewSize_ = size;
@@ -267,6 +269,31 @@ void SharedBlock::Close() {
   Unmap();
   if (handle_ != kNoHandle) close(static_cast<int>(handle_));
   handle_ = kNoHandle;
+}
+
+void SharedBlock::RemoveName() {
+  if (name_[0]) shm_unlink(name_);
+  name_[0] = 0;
+}
+
+void RemoveStaleBlocks(const char16_t* namePrefix) {
+  const std::string prefix = ShmName(namePrefix).substr(1);   // without the leading "/"
+  DIR* dir = opendir("/dev/shm");
+  if (!dir) return;
+  while (dirent* e = readdir(dir)) {
+    if (std::strncmp(e->d_name, prefix.c_str(), prefix.size()) != 0) continue;
+    std::string name = std::string("/") + e->d_name;
+    int fd = shm_open(name.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    if (fd < 0) continue;
+    // A creator still writing its header holds the exclusive lock: leave it.
+    if (flock(fd, LOCK_SH | LOCK_NB) == 0) {
+      BlockHeader h{};
+      if (ReadHeader(fd, &h) && !CreatorAlive(h)) shm_unlink(name.c_str());
+      flock(fd, LOCK_UN);
+    }
+    close(fd);
+  }
+  closedir(dir);
 }
 
 uint64_t PublicationEpoch() {

@@ -96,6 +96,9 @@ void SharedBlock::Close() {
 }
 
 // The hookable tick, so a fake clock in tests moves the back-off as well.
+void SharedBlock::RemoveName() {}
+void RemoveStaleBlocks(const char16_t*) {}
+
 uint64_t PublicationEpoch() { return TickCount64(); }
 uint64_t PublicationNextDue(uint64_t, uint64_t retryTick) { return retryTick + 1; }
 bool PublicationLiftsBackoff() { return false; }
