@@ -1,9 +1,11 @@
 // The module frame's exports: jobs, flags, error and assertion lines, stack and
 // module listings, client module attach and detach, and the pointer tests.
+#include "module/Lifecycle.h"
 #include "module/ModuleList.h"
 #include "module/ModuleUtils.h"
 #include "module/StackRecord.h"
 #include "platform/library_entry.h"
+#include "platform/startup.h"
 #include "zxUT22.h"
 
 namespace {
@@ -12,8 +14,13 @@ const char16_t* Wide(LPCWSTR text) { return reinterpret_cast<const char16_t*>(te
 zx::clsModuleNode* Node(HUTILMODULE module) { return reinterpret_cast<zx::clsModuleNode*>(module); }
 
 // The library's entry point (DllMain, or the load and unload functions) is linked
-// into the shared library through this reference.
-[[maybe_unused]] __attribute__((used)) void (*const g_entry)() = &plat::LibraryEntryAnchor;
+// into the shared library through the first reference; the others pull in, ahead
+// of it, everything it calls.
+[[maybe_unused]] __attribute__((used)) const void* const g_entry[] = {
+    reinterpret_cast<const void*>(&plat::LibraryEntryAnchor),
+    reinterpret_cast<const void*>(&zx::LibraryProcessAttach),
+    reinterpret_cast<const void*>(&zx::LibraryProcessDetach),
+    reinterpret_cast<const void*>(&plat::LibraryModuleHandle)};
 
 }  // namespace
 

@@ -1,0 +1,143 @@
+#include "ModuleTestUtil.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+
+#include "core/Format.h"
+#include "debug/DebugChannel.h"
+#include "module/HeapNode.h"
+#include "platform/process.h"
+
+namespace zxtest {
+namespace {
+
+// Blocks and registry of this test program stay its own.
+const bool g_isolated = [] {
+  if (std::getenv("ZXUT_MODULE_CHILD")) return false;   // a child: its parent decides
+  std::string tag = "zxmod" + std::to_string(plat::ProcessId());
+#ifdef _WIN32
+  _putenv_s("ZXUT_SHM_PREFIX", tag.c_str());
+#else
+  setenv("ZXUT_SHM_PREFIX", tag.c_str(), 1);
+  std::string reg = TempPath("reg");
+  mkdir(reg.c_str(), 0700);
+  setenv("ZXUT_REGISTRY_DIR", reg.c_str(), 1);
+#endif
+  return true;
+}();
+
+}  // namespace
+
+std::string TempPath(const char* stem) {
+  std::ostringstream s;
+  s << std::filesystem::temp_directory_path().string() << "/zxut_module_" << stem << "_"
+    << plat::ProcessId() << "_" << rand();
+  return s.str();
+}
+
+std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+std::string Ascii(const std::u16string& s) {
+  std::string out;
+  for (char16_t c : s) out.push_back(c < 128 ? static_cast<char>(c) : '?');
+  return out;
+}
+
+std::string PointerText(const void* p) {
+  char16_t buf[32];
+  zx::FormatTo(buf, 32, u"%#p", p);
+  return Ascii(buf);
+}
+
+DebugCapture::DebugCapture() : path_(TempPath("log")) {
+  zx::clsDebugChannel* ch = zx::DebugChannel();
+  ch->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
+  if (ch->AppLocal()) ch->AppLocal()->indentation.store(0);
+}
+
+DebugCapture::~DebugCapture() {
+  zx::DebugChannel()->SetLogFile(zx::String(), false);
+  std::remove(path_.c_str());
+}
+
+void DebugCapture::Clear() { std::remove(path_.c_str()); }
+
+std::vector<std::string> DebugCapture::Messages() const {
+  std::ifstream f(path_, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+  std::u16string text;
+  for (size_t i = 0; i + 1 < bytes.size(); i += 2)
+    text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
+                                         (static_cast<unsigned char>(bytes[i + 1]) << 8)));
+  const std::string tag = Ascii(zx::DebugChannel()->LibraryTag());
+  // [tag: ] time (wall clock or counter) thread/processor digit, then the text.
+  static const std::regex prefix(
+      R"(^(?:\S+ *: )?(?:\d\d:)?\d\d:\d\d\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d )");
+  std::vector<std::string> out;
+  size_t start = 0;
+  for (size_t pos; (pos = text.find(u"\r\n", start)) != std::u16string::npos; start = pos + 2) {
+    std::string line = Ascii(text.substr(start, pos - start));
+    std::smatch m;
+    if (std::regex_search(line, m, prefix)) line = line.substr(m.length(0));
+    out.push_back(line);
+  }
+  return out;
+}
+
+std::vector<std::string> DebugCapture::TraceMessages() const {
+  std::vector<std::string> out;
+  for (const std::string& m : Messages()) {
+    if (m.compare(0, 9, "        :") != 0) continue;
+    std::string t = m.substr(9);
+    if (!t.empty() && t.back() == '\n') t.pop_back();
+    out.push_back(t);
+  }
+  return out;
+}
+
+bool DebugCapture::Saw(const std::string& text) const {
+  for (const std::string& m : Messages())
+    if (m.find(text) != std::string::npos) return true;
+  return false;
+}
+
+// ---- the fake heap services
+
+FakeHeap* FakeHeap::current = nullptr;
+
+FakeHeap::FakeHeap() {
+  current = this;
+  services = plat::SystemHeapServices();
+  services.alloc = [](plat::SysHeap h, uint32_t flags, size_t size) -> void* {
+    if (current->failAlloc) return nullptr;
+    return plat::SystemHeapServices().alloc(h, flags, size);
+  };
+  services.free = [](plat::SysHeap h, uint32_t flags, void* block) {
+    ++current->freeCalls;
+    size_t n = plat::SystemHeapServices().size(h, flags, block);
+    if (n != plat::kHeapBadBlock) {
+      auto* p = static_cast<unsigned char*>(block);
+      current->lastFreed.assign(p, p + n);
+    }
+    return plat::SystemHeapServices().free(h, flags, block);
+  };
+  services.validate = [](plat::SysHeap h, uint32_t flags, const void* block) {
+    return !current->failValidate && plat::SystemHeapServices().validate(h, flags, block);
+  };
+  services.compact = [](plat::SysHeap, uint32_t) { return current->compactResult; };
+  zx::SetHeapServicesForTests(&services);
+}
+
+FakeHeap::~FakeHeap() {
+  zx::SetHeapServicesForTests(nullptr);
+  current = nullptr;
+}
+
+}  // namespace zxtest
