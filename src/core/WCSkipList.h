@@ -158,7 +158,7 @@ class WCSkipListBase : public WCSkipNonTempBase {
   // Candidate for key (see Search); update may be null.
   WCSkipNode* SearchKey(const Key& key, WCSkipNode** update) const {
     return Search([this, &key](const WCSkipNode* n) { return WCSkipListBase::less(n, &key); },
-                  update);
+                  update, kPayloadSpace);
   }
   bool IsMatch(const WCSkipNode* candidate, const Key& key) const {
     return candidate != nullptr && WCSkipListBase::equal(candidate, &key);

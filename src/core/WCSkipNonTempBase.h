@@ -67,18 +67,31 @@ class WCSkipNonTempBase : public WCExcept {
     return reinterpret_cast<WCSkipNode* const*>(node)[level];
   }
   WCSkipNode* First() const { return Next(head, 0); }
+  static void Prefetch(const WCSkipNode* n, size_t payloadSpace) {
+    if (n) __builtin_prefetch(reinterpret_cast<const char*>(n) - payloadSpace);
+  }
 
   // Top-down search. lessThanKey(node) tells whether the node's key is less
   // than the wanted one. When update is given, update[i] receives the last node
   // at level i that is less. Returns the candidate: the first node at level 0
   // that is not less (the match if there is one), or null.
+  //
+  // The walk is a chain of dependent loads. At each node it asks the memory for
+  // the node one level down, where the walk continues when it stops here, so
+  // that this miss overlaps the horizontal ones; payloadSpace tells where that
+  // node's payload (the key) begins.
   template <class LessThanKey>
-  WCSkipNode* Search(const LessThanKey& lessThanKey, WCSkipNode** update) const {
+  WCSkipNode* Search(const LessThanKey& lessThanKey, WCSkipNode** update,
+                     size_t payloadSpace) const {
     WCSkipNode* x = head;
     const WCSkipNode* notLess = nullptr;  // the node that ended the walk one level up
     for (int i = currentLevel; i >= 0; --i) {
       WCSkipNode* n;
-      while ((n = Next(x, i)) != nullptr && n != notLess && lessThanKey(n)) x = n;
+      if (i > 0) Prefetch(Next(x, i - 1), payloadSpace);
+      while ((n = Next(x, i)) != nullptr && n != notLess && lessThanKey(n)) {
+        x = n;
+        if (i > 0) Prefetch(Next(x, i - 1), payloadSpace);
+      }
       notLess = n;
       if (update) update[i] = x;
     }
