@@ -39,6 +39,27 @@ function(zxut_generate_exports list_file)
   set(ZXUT_EXPORT_NAMES_FILE ${CMAKE_BINARY_DIR}/zxUT22.exports.txt PARENT_SCOPE)
 endfunction()
 
+# Compile settings shared by every test program.
+function(zxut_test_settings target)
+  target_link_libraries(${target} PRIVATE zxut22_internal zxUT22 GTest::gtest_main GTest::gmock)
+  target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_compile_options(${target} PRIVATE -Winvalid-pch)
+  target_compile_definitions(${target} PRIVATE ZXUT_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data"
+                                                ZXUT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+endfunction()
+
+# GoogleTest's headers are the slow part of a test file: one precompiled header,
+# built once and shared by every test program (same settings). <windows.h> is not
+# in it: a test sees that only when it includes it (or zxUT22.h), as on Linux.
+function(zxut_add_test_pch)
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/test_pch.cc "// the shared precompiled header of the tests\n")
+  # A (test-less) program, so that its flags (-fPIE) are those of the test programs.
+  add_executable(zxut_test_pch ${CMAKE_CURRENT_BINARY_DIR}/test_pch.cc)
+  zxut_test_settings(zxut_test_pch)
+  target_precompile_headers(zxut_test_pch PRIVATE <gtest/gtest.h> <gmock/gmock.h> <string>
+                                                  <vector> <memory> <cstdint> <cstring>)
+endfunction()
+
 # One test program per folder under tests/: every *.cc in it, GoogleTest's main,
 # the internal library (internals) and the shared library (exports).
 # A file named *_posix_test.cc is built on Linux only, *_win32_test.cc on Windows only.
@@ -54,14 +75,8 @@ function(zxut_add_test_suite dir)
   endif()
   set(_t test_${dir})
   add_executable(${_t} ${_src})
-  target_link_libraries(${_t} PRIVATE zxut22_internal zxUT22 GTest::gtest_main GTest::gmock)
-  target_include_directories(${_t} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-  target_compile_definitions(${_t} PRIVATE ZXUT_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data"
-                                            ZXUT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  # GoogleTest's headers are the slow part of a test file. <windows.h> is not in
-  # here: a test sees it only when it includes it (or zxUT22.h), as on Linux.
-  target_precompile_headers(${_t} PRIVATE <gtest/gtest.h> <gmock/gmock.h> <string> <vector>
-                                          <memory> <cstdint> <cstring>)
+  zxut_test_settings(${_t})
+  target_precompile_headers(${_t} REUSE_FROM zxut_test_pch)
   add_test(NAME ${dir} COMMAND ${_t} --gtest_brief=1)
   set_tests_properties(${dir} PROPERTIES TIMEOUT 900
     ENVIRONMENT "ZXUT_TEST_BIN=${CMAKE_BINARY_DIR};ZXUT_SOURCE_DIR=${CMAKE_SOURCE_DIR};ZXUT_EXPORTS=${ZXUT_EXPORT_NAMES_FILE}")
