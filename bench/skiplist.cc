@@ -11,8 +11,11 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 #include "core/String.h"
 #include "core/WCSkipList.h"
+#include "platform/lock.h"
 
 namespace {
 
@@ -136,10 +139,29 @@ void BM_Remove(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(keys.size()));
 }
 
+// ---- the shared level chooser, and what its lock costs per insert
+
+void BM_ChooseLevel(benchmark::State& state) {
+  int sum = 0;
+  for (auto _ : state) sum += WCSkipNonTempBase::ChooseLevel(3, 8);
+  benchmark::DoNotOptimize(sum);
+}
+void BM_ReservoirLockAlone(benchmark::State& state) {
+  plat::CriticalSection cs(100);
+  for (auto _ : state) {
+    cs.Enter();
+    cs.Leave();
+  }
+}
+BENCHMARK(BM_ChooseLevel);
+BENCHMARK(BM_ReservoirLockAlone);
+
 // ---- a reporter that also pairs each case of ours with std::map's
 
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
+  // Colours only on a terminal, so that a saved run stays readable.
+  RatioReporter() : ConsoleReporter(isatty(1) ? OO_Defaults : OO_None) {}
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& r : runs) {
       if (r.run_type != Run::RT_Iteration || r.iterations == 0) continue;
