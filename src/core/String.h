@@ -60,9 +60,9 @@ inline char16_t g_outOfRangeCell = 0;
 void ReportWildWrite();
 }  // namespace detail
 
-// Tag for the formatting constructor: String s(kFormat, u"%d items", n).
-struct FormatTag {};
-inline constexpr FormatTag kFormat{};
+// Tag for the formatting constructor: String s(kFormat, u"%d items", n). An enum,
+// not an empty struct: mingw's va_start miscounts behind an empty-class parameter.
+enum FormatTag { kFormat };
 
 class String {
  public:

@@ -30,13 +30,13 @@ TEST(StringFormat, StackBelowAnEstimateOf100HeapFrom100) {
   EXPECT_EQ(s.Format(u"%s", t100.c_str()), 100);
   EXPECT_EQ(s.View(), t100);
   // "%%" counts 2 like an ordinary character, and "#" adds 2.
-  std::u16string pct = Repeat(u'a', 48) + u"%%";
+  std::u16string pct = Repeat(u'a', 48).append(u"%%");
   EXPECT_EQ(s.Format(pct.c_str()), 0);
   EXPECT_EQ(s.Length(), 49);
-  std::u16string hash31 = Repeat(u'a', 31) + u"%#x";   // 62 + 2 + 34
-  std::u16string hash32 = Repeat(u'a', 32) + u"%#x";   // 64 + 2 + 34
+  std::u16string hash31 = Repeat(u'a', 31).append(u"%#x");   // 62 + 2 + 34
+  std::u16string hash32 = Repeat(u'a', 32).append(u"%#x");   // 64 + 2 + 34
   EXPECT_EQ(s.Format(hash31.c_str(), 255), 0);
-  EXPECT_EQ(s.View(), Repeat(u'a', 31) + u"0xff");
+  EXPECT_EQ(s.View(), Repeat(u'a', 31).append(u"0xff"));
   EXPECT_EQ(s.Format(hash32.c_str(), 255), 36);
 }
 
@@ -53,7 +53,7 @@ TEST(StringFormat, EstimatesOfConversions) {
   EXPECT_EQ(s.Format(u"%p", nullptr), 0);
   EXPECT_EQ(s.View(), u"0000000000000000");
   EXPECT_EQ(s.Format(u"%120s", u"x"), 120);        // width beats the length
-  EXPECT_EQ(s.View(), Repeat(u' ', 119) + u"x");
+  EXPECT_EQ(s.View(), Repeat(u' ', 119).append(u"x"));
   std::u16string longText = Repeat(u'y', 300);
   EXPECT_EQ(s.Format(u"%.3s", longText.c_str()), 0);   // precision caps it
   EXPECT_EQ(s.View(), u"yyy");
@@ -67,13 +67,13 @@ TEST(StringFormat, ShortEstimatesStillPrintEverything) {
   String s;
   // "%c" estimates 2, but a width makes it long: nothing may be cut.
   EXPECT_EQ(s.Format(u"%150c", u'q'), 150);
-  EXPECT_EQ(s.View(), Repeat(u' ', 149) + u"q");
+  EXPECT_EQ(s.View(), Repeat(u' ', 149).append(u"q"));
   EXPECT_EQ(s.Format(u"%f", 1e300), 308);
   EXPECT_EQ(s.Length(), 308);
   EXPECT_EQ(s.Format(u"%.60d", 5), 0);     // estimated 34, fits the stack buffer
-  EXPECT_EQ(s.View(), Repeat(u'0', 59) + u"5");
+  EXPECT_EQ(s.View(), Repeat(u'0', 59).append(u"5"));
   EXPECT_EQ(s.Format(u"%.160d", 5), 160);  // estimated 34, printed on the heap
-  EXPECT_EQ(s.View(), Repeat(u'0', 159) + u"5");
+  EXPECT_EQ(s.View(), Repeat(u'0', 159).append(u"5"));
 }
 
 TEST(StringFormat, WindowsMeaningOfConversions) {
