@@ -8,6 +8,7 @@
 // byte, a list selector, a path (length byte and one byte a token) and a value
 // byte.
 #include <cstddef>
+#include <cstdio>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -26,7 +27,7 @@ using zx::clsProfJob;
 using std::u16string;
 
 [[noreturn]] void Fail(const char* what) {
-  __builtin_printf("prof_tree invariant broken: %s\n", what);
+  std::fprintf(stderr, "prof_tree invariant broken: %s\n", what);
   std::abort();
 }
 #define CHECK(c) \
@@ -257,6 +258,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     u16string value = Value(in.Byte());
     u16string walk = path;
     MList* start = StartModel(&root, mlist, walk);
+    if (std::getenv("PROF_TREE_TRACE")) {  // replaying a crash: what happened, step by step
+      std::string ascii;
+      for (char16_t c : path) ascii += c < 0x80 ? static_cast<char>(c) : '?';
+      std::fprintf(stderr, "step %d: op %d list %p%s path %s\n", step, op % 14, static_cast<void*>(arg),
+                   nullList ? " (null)" : "", hasPath ? ascii.c_str() : "(null)");
+    }
 
     switch (op % 14) {
       case 0:  // set
@@ -401,24 +408,36 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       }
       case 11: {  // typed set and get back
         if (!hasPath) break;
-        int32_t v = static_cast<int8_t>(value.size() * 37 + op) * 1000003;
-        zx::prof::PutIntHex(job, arg, p, false, v);
-        int32_t out = 0;
-        CHECK(zx::prof::GetInt(job, arg, p, &out, 0) == 0 && out == v);
-        zx::prof::RectValue r{v, -v, 3, v / 7}, ro{};
-        zx::prof::PutRectLTWH(job, arg, p, false, &r);
-        CHECK(zx::prof::GetRectLTWH(job, arg, p, &ro, nullptr) == 0);
-        CHECK(ro.left == r.left && ro.top == r.top && ro.right == r.right && ro.bottom == r.bottom);
         std::vector<u16string> names = Split(walk);
-        MList* l = WalkModel(start, names, true);
-        MItem* it = FirstValue(l, names.back());
-        if (it == nullptr) {
-          l->items.push_back({names.back(), u"", nullptr});
-          it = &l->items.back();
+        int32_t v = static_cast<int8_t>(value.size() * 37 + op) * 1000003;
+        zx::prof::RectValue r{v, -v, 3, v / 7}, ro{};
+        zx::prof::PutIntHex(job, arg, p, false, v);
+        zx::prof::PutRectLTWH(job, arg, p, false, &r);
+        // Each set walks with creation, the get only looks: a name that loses
+        // its brackets as a new list is not found again, by a get or a set.
+        auto modelSet = [&](const char16_t* text) {
+          MList* l = WalkModel(start, names, true);
+          MItem* it = FirstValue(l, names.back());
+          if (it == nullptr) {
+            l->items.push_back({names.back(), u"", nullptr});
+            it = &l->items.back();
+          }
+          it->value = text;
+          return it;
+        };
+        char16_t text[zx::prof::kTypedBufferSize];
+        modelSet(zx::prof::WriteIntHex(text, zx::prof::kTypedBufferSize, v));
+        MItem* it = modelSet(zx::prof::WriteRectLTWH(text, zx::prof::kTypedBufferSize, r));
+        MList* found = WalkModel(start, names, false);
+        bool reachable = found && FirstValue(found, names.back()) == it;
+        int32_t out = 12345;
+        int32_t rc = zx::prof::GetRectLTWH(job, arg, p, &ro, nullptr);
+        CHECK(rc == (reachable ? 0 : zx::prof::kErrNotFound));
+        if (reachable) {
+          CHECK(ro.left == r.left && ro.top == r.top && ro.right == r.right && ro.bottom == r.bottom);
+          // No integer form reads "(": the integer stays as it was.
+          CHECK(zx::prof::GetInt(job, arg, p, &out, 0) == zx::prof::kErrFormat && out == 12345);
         }
-        const clsItem* stored = zx::prof::FindValue(job, arg, p);
-        CHECK(stored != nullptr);
-        it->value = u16string(stored->value.Text().View());
         break;
       }
       case 12: {  // typed reads of whatever is there never break anything
