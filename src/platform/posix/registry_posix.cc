@@ -96,12 +96,20 @@ struct Cached {
   regfile::Document doc;
 };
 
-std::mutex g_mutex;
-Cached g_cache[2];
+// Constructed on first use: the library may read its settings while the
+// process is still running static constructors.
+struct Store {
+  std::mutex mutex;
+  Cached cache[2];
+};
+Store& TheStore() {
+  static Store* store = new Store;   // never destroyed: exit-time readers stay safe
+  return *store;
+}
 
-// Under g_mutex: the current document of a hive.
+// Under the store's mutex: the current document of a hive.
 regfile::Document& Current(Hive hive) {
-  Cached& c = g_cache[Slot(hive)];
+  Cached& c = TheStore().cache[Slot(hive)];
   std::string path = RegistryFilePath(hive);
   struct stat st;
   bool exists = ::stat(path.c_str(), &st) == 0;
@@ -177,8 +185,8 @@ long Rewrite(Hive hive, Change change) {
     ::unlink(temp.c_str());
     return long(ErrorFromErrno(err ? err : EIO));
   }
-  std::lock_guard<std::mutex> guard(g_mutex);
-  g_cache[Slot(hive)].valid = false;
+  std::lock_guard<std::mutex> guard(TheStore().mutex);
+  TheStore().cache[Slot(hive)].valid = false;
   return 0;
 }
 
@@ -202,8 +210,9 @@ std::string RegistryFilePath(Hive hive) {
 }
 
 void RegistryReload() {
-  std::lock_guard<std::mutex> guard(g_mutex);
-  g_cache[0].valid = g_cache[1].valid = false;
+  Store& store = TheStore();
+  std::lock_guard<std::mutex> guard(store.mutex);
+  store.cache[0].valid = store.cache[1].valid = false;
 }
 
 bool OpenCurrentUserHive() { return true; }
@@ -211,7 +220,7 @@ bool OpenCurrentUserHive() { return true; }
 long QueryRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t* type,
                    void* data, uint32_t* size) {
   if (data && !size) return long(kErrInvalidParameter);
-  std::lock_guard<std::mutex> guard(g_mutex);
+  std::lock_guard<std::mutex> guard(TheStore().mutex);
   regfile::Document& doc = Current(hive);
   const regfile::Entry* e = regfile::FindValue(doc, RootName(hive), View(key), View(name), nullptr);
   if (!e) return long(kErrFileNotFound);
@@ -241,7 +250,7 @@ long DeleteRegValue(Hive hive, const char16_t* key, const char16_t* name) {
   std::u16string k(View(key)), n(View(name));
   {
     // Nothing to delete: no need to take the lock or write.
-    std::lock_guard<std::mutex> guard(g_mutex);
+    std::lock_guard<std::mutex> guard(TheStore().mutex);
     bool keyExists = false;
     if (!regfile::FindValue(Current(hive), RootName(hive), k, n, &keyExists))
       return long(kErrFileNotFound);
