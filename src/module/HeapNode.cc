@@ -47,13 +47,16 @@ bool WalkStep(void* context, const plat::HeapWalkEntry& e) {
       }
       return true;
     case clsHeapNode::WalkMode::kDump:
-      if (IsDebugObject(e, s->node->heap)) DumpDebugObject(user);
+      if (IsDebugObject(e, s->node->heap)) DumpDebugObject(user, e.size);
       return true;
     case clsHeapNode::WalkMode::kCount:
       if (e.busy) ++s->result;
       return true;
     case clsHeapNode::WalkMode::kLastSize:
       if (e.busy) s->result = static_cast<int32_t>(e.size);
+      return true;
+    case clsHeapNode::WalkMode::kRelease:
+      if (IsDebugObject(e, s->node->heap)) ReleaseObjectRecord(user);
       return true;
   }
   return true;
@@ -115,7 +118,10 @@ void clsHeapNode::Destroy() {
     scTraceScope scope(IsDebugActive(), u"Warning: deleting heap, but objects are left:");
     Listing();
   }
-  if (heap) HeapServices().destroy(heap);
+  if (heap) {
+    Walk(WalkMode::kRelease, nullptr);
+    HeapServices().destroy(heap);
+  }
   ReleaseStackRecord(stack);
   stack = nullptr;
   heap = nullptr;
@@ -146,7 +152,7 @@ bool clsHeapNode::Walk(WalkMode mode, int32_t* result) {
 // ---- the heap exports
 
 clsHeapNode* HeapCreate(clsModuleNode* module, const char16_t* name, uint32_t flags) {
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (flags & kHeapRefused) return nullptr;
   // The module handle is checked before it is read; an unknown one gets no heap.
   if (!module || !ModuleList().Contains(module)) return nullptr;
@@ -162,7 +168,7 @@ clsHeapNode* HeapCreate(clsModuleNode* module, const char16_t* name, uint32_t fl
 
 int32_t HeapDelete(clsHeapNode* heap) {
   if (!heap) return kRcOk;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) {
     if (IsDebugActive()) DebugPrint(u"Error: clsModuleNode['%s']::DeleteHeap(%#p): Invalid handle", u"", heap);
     return kRcInvalidHandle;
@@ -176,7 +182,7 @@ int32_t HeapDelete(clsHeapNode* heap) {
 
 int32_t HeapSize(clsHeapNode* heap) {
   if (!heap) return 0;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   scTraceScope scope(Traced(heap), u"UtilHeapSize(%#p) ['%s','%s']", heap, ModuleName(heap), heap->name);
   int32_t rc = 0;
@@ -196,7 +202,7 @@ int32_t HeapSize(clsHeapNode* heap) {
 
 int32_t HeapSizeObjects(clsHeapNode* heap) {
   if (!heap) return 0;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   scTraceScope scope(Traced(heap), u"UtilHeapSizeObjects(%#p) ['%s','%s']", heap, heap->name,
                      ModuleName(heap));
@@ -211,7 +217,7 @@ int32_t HeapSizeObjects(clsHeapNode* heap) {
 
 int32_t HeapValidate(clsHeapNode* heap, void* user) {
   if (!heap) return 0;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   scTraceScope scope(Traced(heap), u"UtilHeapValidate(%#p) ['%s','%s']", heap, heap->name,
                      ModuleName(heap));
@@ -242,7 +248,7 @@ int32_t HeapValidate(clsHeapNode* heap, void* user) {
 
 int32_t HeapShrink(clsHeapNode* heap) {
   if (!heap) return 0;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   scTraceScope scope(Traced(heap), u"UtilHeapShrink(%#p) ['%s','%s']", heap, heap->name, ModuleName(heap));
   const plat::HeapServices& sys = HeapServices();

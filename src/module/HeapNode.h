@@ -77,7 +77,8 @@ class clsHeapNode {
   void Listing();
 
   // Walks (false when the system cannot walk).
-  enum class WalkMode { kCheck, kDump, kCount, kLastSize };
+  // kRelease (not one of the reports): the objects' stack records go with the heap.
+  enum class WalkMode { kCheck, kDump, kCount, kLastSize, kRelease };
   bool Walk(WalkMode mode, int32_t* result);
 
  private:
@@ -86,9 +87,12 @@ class clsHeapNode {
   void PrintError(const char16_t* method, const void* user, const char16_t* reason, ...);
 };
 
-// The checks and the dump of one debug object (user pointer).
+// The checks and the dump of one debug object (user pointer) in a block of
+// `blockSize` bytes; nothing beyond the block is read.
 int32_t CheckDebugObject(const uint8_t* user, size_t blockSize);
-void DumpDebugObject(const uint8_t* user, bool withStack = true);
+void DumpDebugObject(const uint8_t* user, size_t blockSize, bool withStack = true);
+// Releases the stack record of a debug object, if it has one.
+void ReleaseObjectRecord(const uint8_t* user);
 
 // The system heap services the heaps use (tests replace them; null restores).
 const plat::HeapServices& HeapServices();

@@ -4,6 +4,8 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <unordered_set>
 
 #include "core/Format.h"
 #include "debug/Debug.h"
@@ -28,9 +30,40 @@ void Put64(uint8_t* at, uint64_t v) { std::memcpy(at, &v, sizeof v); }
 int32_t SizeOf(const uint8_t* user) {
   return static_cast<int32_t>(plat::ProbeRead32(user - kDebugHeader + kDebugOffSize));
 }
-scStackRecord* StackOf(const uint8_t* user) {
-  return reinterpret_cast<scStackRecord*>(plat::ProbeRead64(user - kDebugHeader + kDebugOffStack));
+// The stack records of live debug objects (job lock). A record is followed only when
+// it is one of them: the pointer in a header may have been overwritten.
+std::unordered_set<const scStackRecord*>& ObjectRecords() {
+  static auto* records = new std::unordered_set<const scStackRecord*>();   // never destroyed
+  return *records;
 }
+scStackRecord* StackOf(const uint8_t* user) {
+  auto* record = reinterpret_cast<scStackRecord*>(plat::ProbeRead64(user - kDebugHeader + kDebugOffStack));
+  return record && ObjectRecords().count(record) ? record : nullptr;
+}
+// Two frames up: past this function and AllocObject, from AllocObject's caller.
+__attribute__((noinline)) scStackRecord* CaptureObjectRecord() {
+  scStackRecord* record = CaptureStackRecord(2);
+  if (!record) return nullptr;
+  try {
+    ObjectRecords().insert(record);
+  } catch (const std::bad_alloc&) {   // no room to remember it: the object goes without
+    ReleaseStackRecord(record);
+    return nullptr;
+  }
+  return record;
+}
+
+}  // namespace
+
+void ReleaseObjectRecord(const uint8_t* user) {
+  if (scStackRecord* record = StackOf(user)) {
+    ObjectRecords().erase(record);
+    ReleaseStackRecord(record);
+  }
+}
+
+namespace {
+
 bool Plausible(const void* user) { return reinterpret_cast<uintptr_t>(user) >= kLowestObject; }
 
 // The fence of a debug object; a size that reaches past its block counts as a
@@ -73,17 +106,20 @@ int32_t CheckDebugObject(const uint8_t* user, size_t blockSize) {
   }
   if (!FenceIntact(user, blockSize)) {
     scTraceScope scope(IsDebugActive(), u"Error: Memory overrun, fence value has been changed");
-    DumpDebugObject(user);
+    DumpDebugObject(user, blockSize);
     return kRcBadObject;
   }
   return kRcOk;
 }
 
-void DumpDebugObject(const uint8_t* user, bool withStack) {
+void DumpDebugObject(const uint8_t* user, size_t blockSize, bool withStack) {
   if (!IsDebugActive() || plat::ProbeRead32(user - kDebugHeader) != kDebugMagic) return;
   const int32_t size = SizeOf(user);
   scTraceScope scope(true, u"-Object at %#p, %d(=0x%08x) Bytes", user, size, static_cast<uint32_t>(size));
-  const int32_t covered = size < kDumpBytes ? size : kDumpBytes;
+  // Never beyond the block, whatever the header says.
+  const int64_t room = blockSize > static_cast<size_t>(kDebugOverhead) ? static_cast<int64_t>(blockSize) - kDebugOverhead : 0;
+  int32_t covered = size < kDumpBytes ? size : kDumpBytes;
+  if (covered > room) covered = static_cast<int32_t>(room);
   for (int32_t row = 0; row < covered; row += 8) {
     char16_t line[69];
     int at = 0;
@@ -130,7 +166,7 @@ __attribute__((noinline)) void* clsHeapNode::AllocObject(int32_t size, uint32_t 
       Put32(block, kDebugMagic);
       Put64(block + kDebugOffHeap, reinterpret_cast<uint64_t>(heap));
       Put32(block + kDebugOffTick, static_cast<uint32_t>(plat::TickCount64()));
-      scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureStackRecord(1);
+      scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureObjectRecord();
       Put64(block + kDebugOffStack, reinterpret_cast<uint64_t>(record));
       Put32(block + kDebugOffTag, tag);
       Put32(block + kDebugOffSize, static_cast<uint32_t>(size));
@@ -195,29 +231,29 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
   if (blockSize == plat::kHeapBadBlock ||
       plat::ProbeRead64(block + kDebugOffHeap) != reinterpret_cast<uint64_t>(heap)) {
     PrintError(u"FreeObjectD", user, u"error freeing object");
-    DumpDebugObject(user, false);
+    DumpDebugObject(user, 0, false);
     return kRcBadObject;
   }
   const bool fenceIntact = FenceIntact(user, blockSize);
   // The stack record goes at once, whatever the fence says; the dump that may follow
   // finds no pointer to it.
-  ReleaseStackRecord(StackOf(user));
+  ReleaseObjectRecord(user);
   Put64(block + kDebugOffStack, 0);
   if (!fenceIntact) {
     if (IsDebugActive()) {
       PrintError(u"FreeObjectD", user, u"Memory overrun, fence value has been changed (object not freed)");
-      DumpDebugObject(user);
+      DumpDebugObject(user, blockSize);
     }
     return kRcBadObject;
   }
   if (size < 0) {
     PrintError(u"FreeObjectD", user, u"bad size %d", size);
-    DumpDebugObject(user);
+    DumpDebugObject(user, blockSize);
   }
   if (IsDebugActive()) std::memset(user, kFillFreed, static_cast<uint32_t>(size));
   if (!sys.free(heap, FreeOptions(), block)) {
     PrintError(u"FreeObjectD", user, u"error freeing object");
-    DumpDebugObject(user);
+    DumpDebugObject(user, blockSize);
     return kRcBadObject;
   }
   --objects;
@@ -273,7 +309,7 @@ int32_t clsHeapNode::SizeObject(void* userPointer) {
 
 void* HeapObjectAlloc(clsHeapNode* heap, int32_t size, uint32_t flags, uint32_t tag) {
   if (!heap) return AllocUntracked(size, flags);   // the untracked path takes no lock
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return nullptr;
   return heap->AllocObject(size, flags, tag);
 }
@@ -284,7 +320,7 @@ int32_t HeapObjectFree(clsHeapNode* heap, void* user) {
     std::free(static_cast<uint8_t*>(user) - kUntrackedHeader);
     return kRcOk;
   }
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   return heap->FreeObject(user);
 }
@@ -294,7 +330,7 @@ int32_t HeapObjectSize(clsHeapNode* heap, void* user) {
     if (!Plausible(user)) return kRcBadObject;
     return static_cast<int32_t>(plat::ProbeRead32(static_cast<uint8_t*>(user) - kUntrackedHeader));
   }
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return kRcInvalidHandle;
   return heap->SizeObject(user);
 }

@@ -1,14 +1,26 @@
 #include "module/JobLock.h"
 
-#include <new>
-
 namespace zx {
 
-plat::CriticalSection& JobLock() {
-  // Never destroyed: a client thread may still call in while the process ends.
-  alignas(plat::CriticalSection) static unsigned char storage[sizeof(plat::CriticalSection)];
-  static plat::CriticalSection* lock = new (storage) plat::CriticalSection(4000);
-  return *lock;
+void clsJobLock::EnterContended() {
+  for (int spin = 0; spin < 100; ++spin) {
+    uint32_t expected = kFree;
+    if (state_.load(std::memory_order_relaxed) == kFree &&
+        state_.compare_exchange_weak(expected, kLocked, std::memory_order_acquire,
+                                     std::memory_order_relaxed))
+      return;
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+  }
+  // Mark the lock as waited for; whoever leaves it then wakes one waiter.
+  while (state_.exchange(kWaiters, std::memory_order_acquire) != kFree)
+    state_.wait(kWaiters, std::memory_order_relaxed);
+}
+
+clsJobLock& JobLock() {
+  static clsJobLock lock;   // trivially destructible: usable until the very end
+  return lock;
 }
 
 namespace {

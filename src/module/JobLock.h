@@ -1,11 +1,53 @@
-// The job lock: one process-wide critical section that serialises the module list,
+// The job lock: one process-wide recursive lock that serialises the module list,
 // every heap node and heap operation, and the trace level. Debug output is called
 // while it is held, so it is always taken before the output lock.
+//
+// Every heap call takes it, so it is our own: one atomic exchange to enter and one
+// to leave while nobody waits, a short spin, then a wait on the lock word.
 #pragma once
-#include "platform/lock.h"
+#include <atomic>
+#include <cstdint>
+#include <thread>
 
 namespace zx {
 
-plat::CriticalSection& JobLock();
+class clsJobLock {
+ public:
+  void Enter() {
+    const std::thread::id me = std::this_thread::get_id();
+    if (owner_.load(std::memory_order_relaxed) == me) {
+      ++depth_;
+      return;
+    }
+    uint32_t expected = kFree;
+    if (!state_.compare_exchange_strong(expected, kLocked, std::memory_order_acquire,
+                                        std::memory_order_relaxed))
+      EnterContended();
+    owner_.store(me, std::memory_order_relaxed);
+    depth_ = 1;
+  }
+  void Leave() {
+    if (--depth_ != 0) return;
+    owner_.store(std::thread::id(), std::memory_order_relaxed);
+    if (state_.exchange(kFree, std::memory_order_release) == kWaiters) state_.notify_one();
+  }
+
+ private:
+  static constexpr uint32_t kFree = 0, kLocked = 1, kWaiters = 2;
+  void EnterContended();
+  std::atomic<uint32_t> state_{kFree};
+  std::atomic<std::thread::id> owner_{};
+  uint32_t depth_ = 0;
+};
+
+clsJobLock& JobLock();
+
+class JobLockHolder {
+ public:
+  JobLockHolder() { JobLock().Enter(); }
+  ~JobLockHolder() { JobLock().Leave(); }
+  JobLockHolder(const JobLockHolder&) = delete;
+  JobLockHolder& operator=(const JobLockHolder&) = delete;
+};
 
 }  // namespace zx

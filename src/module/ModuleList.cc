@@ -128,7 +128,7 @@ int32_t clsModuleNode::DeleteHeap(clsHeapNode* heap) {
 }
 
 clsModuleNode* JobOpen(const char16_t* name, uint32_t flags) {
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   scTraceScope scope((flags & kJobTrace) && IsDebugActive(), u"UtilJobOpen('%s',0x%08x)",
                      name ? name : u"(NULL)", flags);
   clsModuleNode* node = nullptr;
@@ -146,7 +146,7 @@ clsModuleNode* JobOpen(const char16_t* name, uint32_t flags) {
 
 int32_t JobClose(clsModuleNode* module) {
   if (!module) return kRcOk;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   // A handle that is no node of the list is not read at all: a stale handle's memory
   // may already belong to someone else.
   if (!ModuleList().Contains(module)) return ModuleList().Delete(module);

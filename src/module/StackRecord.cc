@@ -69,7 +69,7 @@ __attribute__((noinline)) void PrintStackTrace(int skip) {
 
 void ListModules() {
   if (!IsDebugActive()) return;
-  plat::Lock lock(JobLock());
+  JobLockHolder lock;
   scTraceScope scope(true, u"Memory image addresses of modules:");
   plat::WalkModuleImages(
       [](void* context, uintptr_t base, size_t size, const char16_t* path) {

@@ -158,6 +158,25 @@ TEST_F(HeapTest, OverrunKeepsTheBlockDropsTheStackRecordAndIsToldWithADump) {
   EXPECT_EQ(zx::HeapDelete(h), 0);
 }
 
+TEST_F(HeapTest, AnOverwrittenHeaderIsNotFollowedBeyondItsBlock) {
+  DebugCapture cap;
+  zx::clsHeapNode* h = Heap(zx::kHeapDebug, u"Wild");
+  auto* p = static_cast<uint8_t*>(zx::HeapObjectAlloc(h, 0, 0, 0));
+  const uint64_t garbage = 0x0000123456789AB0ULL;
+  std::memcpy(p - 44 + 24, &garbage, 8);   // the stack record pointer
+  const uint32_t huge = 0x7FFFFFFF;
+  std::memcpy(p - 44 + 36, &huge, 4);      // the size
+  EXPECT_EQ(zx::HeapObjectFree(h, p), -6);
+  EXPECT_TRUE(cap.Saw("-Object at " + PointerText(p) + ", 2147483647(=0x7fffffff) Bytes"));
+  for (const std::string& m : cap.TraceMessages())
+    EXPECT_EQ(m.find("  00 "), std::string::npos) << "no row beyond the block: " << m;
+  EXPECT_FALSE(cap.Saw("Memory object allocation stack trace:")) << "the pointer is no record";
+  const uint32_t zero = 0;
+  std::memcpy(p - 44 + 36, &zero, 4);
+  EXPECT_EQ(zx::HeapObjectFree(h, p), 0);
+  EXPECT_EQ(zx::HeapDelete(h), 0);
+}
+
 TEST_F(HeapTest, UnderrunsAndBadPointersGiveMinusSix) {
   DebugCapture cap;
   zx::clsHeapNode* h = Heap(0, u"Under");

@@ -4,6 +4,8 @@
 // 48-byte header in front of what the heap hands out (16-byte alignment is kept).
 // A block that was freed, or that belongs to another heap, is refused by every
 // operation without being touched: its header no longer carries this heap's mark.
+// As the system's heaps do, a heap keeps freed small blocks in lists by size for
+// its next allocations; compaction gives them back to the system.
 #include <malloc.h>
 #include <pthread.h>
 #include <sched.h>
@@ -22,6 +24,12 @@ namespace {
 
 constexpr uint64_t kHeapMark = 0x5a58555448454150ULL;    // "ZXUTHEAP"
 constexpr uint64_t kBlockMark = 0x5a585554424c4f4bULL;   // "ZXUTBLOK"
+constexpr uint64_t kCachedMark = 0x5a58555446524545ULL;  // "ZXUTFREE"
+// Freed blocks up to 1 KiB wait for reuse, in lists of 16-byte size classes, at
+// most 32 a class.
+constexpr size_t kClassBytes = 16;
+constexpr size_t kClasses = 64;
+constexpr uint32_t kMaxCached = 32;
 
 // A recursive lock that costs one atomic exchange when free: the job lock above
 // already serialises the tracked heaps, so waiting is rare.
@@ -76,8 +84,25 @@ struct PosixHeap {
   size_t maximum = 0;
   size_t used = 0;
   RecursiveSpinLock lock;
-  Block head{};   // sentinel of the circular list
+  Block head{};   // sentinel of the circular list of live blocks
+  Block* cached[kClasses] = {};   // freed blocks by class, linked through `next`
+  uint32_t cachedCount[kClasses] = {};
 };
+
+// The class of a request, or kClasses when it is too large to be kept.
+size_t ClassOf(size_t size) { return size == 0 ? 0 : (size - 1) / kClassBytes; }
+
+void ReleaseCached(PosixHeap* h) {
+  for (size_t c = 0; c < kClasses; ++c) {
+    for (Block* b = h->cached[c]; b;) {
+      Block* next = b->next;
+      std::free(b);
+      b = next;
+    }
+    h->cached[c] = nullptr;
+    h->cachedCount[c] = 0;
+  }
+}
 
 uint64_t BlockMark(const Block* b) { return kBlockMark ^ reinterpret_cast<uintptr_t>(b); }
 
@@ -138,6 +163,7 @@ bool Destroy(SysHeap heap) {
       std::free(b);
       b = next;
     }
+    ReleaseCached(h);
     h->head.prev = h->head.next = &h->head;
     h->mark = 0;
   }
@@ -160,13 +186,23 @@ void* Alloc(SysHeap heap, uint32_t flags, size_t size) {
     SetLastError(kErrNotEnoughMemory);
     return nullptr;
   }
-  void* raw = (flags & kHeapZeroMemory) ? std::calloc(1, sizeof(Block) + size)
-                                        : std::malloc(sizeof(Block) + size);
-  if (!raw) {
-    SetLastError(kErrNotEnoughMemory);
-    return nullptr;
+  const size_t cls = ClassOf(size);
+  Block* b = cls < kClasses ? h->cached[cls] : nullptr;
+  if (b) {
+    h->cached[cls] = b->next;
+    --h->cachedCount[cls];
+    if (flags & kHeapZeroMemory) std::memset(b + 1, 0, size);
+  } else {
+    // A block that may be kept later is taken at its class's full size.
+    const size_t bytes = cls < kClasses ? (cls + 1) * kClassBytes : size;
+    void* raw = (flags & kHeapZeroMemory) ? std::calloc(1, sizeof(Block) + bytes)
+                                          : std::malloc(sizeof(Block) + bytes);
+    if (!raw) {
+      SetLastError(kErrNotEnoughMemory);
+      return nullptr;
+    }
+    b = static_cast<Block*>(raw);
   }
-  auto* b = static_cast<Block*>(raw);
   b->owner = h;
   b->size = size;
   b->mark = BlockMark(b);
@@ -193,9 +229,17 @@ bool Free(SysHeap heap, uint32_t flags, void* data) {
   }
   b->prev->next = b->next;
   b->next->prev = b->prev;
-  b->mark = 0;
   h->used -= b->size;
-  std::free(b);
+  const size_t cls = ClassOf(b->size);
+  if (cls < kClasses && h->cachedCount[cls] < kMaxCached) {
+    b->mark = kCachedMark;
+    b->next = h->cached[cls];
+    h->cached[cls] = b;
+    ++h->cachedCount[cls];
+  } else {
+    b->mark = 0;
+    std::free(b);
+  }
   return true;
 }
 
@@ -218,8 +262,8 @@ bool Validate(SysHeap heap, uint32_t flags, const void* data) {
   return true;
 }
 
-// Nothing of ours to compact: unused memory goes back to the system, and the
-// answer (the largest free block) is the heap's initial reserve, at least a page.
+// The kept blocks and unused memory go back to the system. The answer (the largest
+// free block) is the heap's initial reserve, at least a page.
 size_t Compact(SysHeap heap, uint32_t flags) {
   PosixHeap* h = AsHeap(heap);
   if (!h) {
@@ -227,6 +271,7 @@ size_t Compact(SysHeap heap, uint32_t flags) {
     return 0;
   }
   HeapGuard guard(h, flags);
+  ReleaseCached(h);
   ::malloc_trim(0);
   const size_t page = static_cast<size_t>(::sysconf(_SC_PAGESIZE));
   return h->initial > page ? (h->initial + page - 1) / page * page : page;

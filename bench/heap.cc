@@ -1,0 +1,122 @@
+// Tracked heaps against the C library's malloc/free (and mimalloc when its shared
+// library is installed), with one and two threads: plain objects, and debug objects
+// without stack capture. Each iteration allocates a batch of 32 objects of 16 to 256
+// bytes and frees them again, through the exports as a client calls them. The last
+// lines print ours / peer; the goals are 1.5x for plain objects and 3x for debug
+// objects against malloc.
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#include "zxUT22.h"
+
+namespace {
+
+constexpr int kBatch = 32;
+
+size_t SizeOf(int i) { return 16 + static_cast<size_t>((i * 37) % 241); }
+
+struct MiMalloc {
+  void* (*alloc)(size_t) = nullptr;
+  void (*free)(void*) = nullptr;
+  MiMalloc() {
+    void* lib = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL);
+    if (!lib) return;
+    alloc = reinterpret_cast<void* (*)(size_t)>(dlsym(lib, "mi_malloc"));
+    free = reinterpret_cast<void (*)(void*)>(dlsym(lib, "mi_free"));
+  }
+};
+const MiMalloc& Mi() {
+  static const MiMalloc mi;
+  return mi;
+}
+
+void BM_Malloc(benchmark::State& state) {
+  void* p[kBatch];
+  for (auto _ : state) {
+    for (int i = 0; i < kBatch; ++i) p[i] = std::malloc(SizeOf(i));
+    benchmark::DoNotOptimize(p);
+    for (int i = 0; i < kBatch; ++i) std::free(p[i]);
+  }
+  state.SetItemsProcessed(state.iterations() * kBatch);
+}
+
+void BM_MiMalloc(benchmark::State& state) {
+  if (!Mi().alloc) {
+    state.SkipWithError("libmimalloc.so.2 not installed");
+    return;
+  }
+  void* p[kBatch];
+  for (auto _ : state) {
+    for (int i = 0; i < kBatch; ++i) p[i] = Mi().alloc(SizeOf(i));
+    benchmark::DoNotOptimize(p);
+    for (int i = 0; i < kBatch; ++i) Mi().free(p[i]);
+  }
+  state.SetItemsProcessed(state.iterations() * kBatch);
+}
+
+// One heap per thread, all of one module: every call takes the job lock.
+void Tracked(benchmark::State& state, DWORD heapFlags, DWORD objectFlags) {
+  static HUTILMODULE module = UtilJobOpen(reinterpret_cast<LPCWSTR>(u"bench"), 0);
+  HUTILHEAP heap = UtilHeapCreate(module, reinterpret_cast<LPCWSTR>(u"bench heap"), heapFlags);
+  void* p[kBatch];
+  for (auto _ : state) {
+    for (int i = 0; i < kBatch; ++i) p[i] = UtilHeapObjectAlloc(heap, static_cast<LONG>(SizeOf(i)), objectFlags);
+    benchmark::DoNotOptimize(p);
+    for (int i = 0; i < kBatch; ++i) UtilHeapObjectFree(heap, p[i]);
+  }
+  state.SetItemsProcessed(state.iterations() * kBatch);
+  UtilHeapDelete(heap);
+}
+
+void BM_TrackedPlain(benchmark::State& state) { Tracked(state, 0, 0); }
+void BM_TrackedDebugNoStack(benchmark::State& state) { Tracked(state, UTIL_HEAP_DEBUG, UTIL_OBJ_NO_STACK); }
+
+BENCHMARK(BM_Malloc)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(BM_MiMalloc)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(BM_TrackedPlain)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(BM_TrackedDebugNoStack)->Threads(1)->Threads(2)->UseRealTime();
+
+// Keeps the console output and remembers each run's time per iteration.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& r : runs)
+      if (r.run_type == Run::RT_Iteration && !r.error_occurred) times_[r.benchmark_name()] = r.GetAdjustedRealTime();
+  }
+  void PrintRatio(const char* what, const std::string& ours, const std::string& peer, double goal) const {
+    auto a = times_.find(ours), b = times_.find(peer);
+    if (a == times_.end() || b == times_.end() || b->second <= 0) return;
+    const double ratio = a->second / b->second;
+    std::printf("ratio %-34s ours/peer = %.2fx%s\n", what, ratio,
+                goal > 0 ? (ratio <= goal ? "  (goal met)" : "  (over the goal)") : "");
+  }
+
+ private:
+  std::map<std::string, double> times_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  for (const char* t : {"1", "2"}) {
+    const std::string suffix = std::string("/real_time/threads:") + t;
+    const std::string threads = std::string(", ") + t + " thread" + (t[0] == '1' ? "" : "s");
+    reporter.PrintRatio(("plain vs malloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_Malloc" + suffix, 1.5);
+    reporter.PrintRatio(("debug, no stack vs malloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
+                        "BM_Malloc" + suffix, 3.0);
+    reporter.PrintRatio(("plain vs mimalloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_MiMalloc" + suffix, 0);
+    reporter.PrintRatio(("debug, no stack vs mimalloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
+                        "BM_MiMalloc" + suffix, 0);
+  }
+  benchmark::Shutdown();
+  return 0;
+}
