@@ -43,6 +43,18 @@ configure() {  # build-dir [cmake options...]
     { cat "$dir.configure.log" >&2; return 1; }
 }
 
+build() {  # build-dir [targets...]: the log goes to a file; failures are shown
+  local dir=$1; shift
+  if ! ninja -C "$dir" -j"$j" "$@" >"$dir.build.log" 2>&1; then
+    grep -E -A40 '^FAILED:' "$dir.build.log" | head -200 >&2 || tail -60 "$dir.build.log" >&2
+    log "build failed (log: $dir.build.log)"
+    return 1
+  fi
+  local w
+  w=$(grep -c 'warning:' "$dir.build.log" || true)
+  ((w == 0)) || log "$w compiler warnings (log: $dir.build.log)"
+}
+
 ctest_in() {  # build-dir [ctest options...]
   local dir=$1; shift
   ctest --test-dir "$dir" -j"$j" --output-on-failure --timeout 900 "$@"
@@ -56,7 +68,7 @@ phase_linux() {
   local b=$out/linux
   mkdir -p "$out"
   configure "$b" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_BENCH=ON
-  ninja -C "$b" -j"$j"
+  build "$b"
   ctest_in "$b"
   # The benchmarks run in CI only as a smoke test: each once, briefly.
   local bench
@@ -73,7 +85,7 @@ phase_asan() {
   mkdir -p "$out"
   configure "$b" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_C_FLAGS=-O1 \
     -DZXUT_SANITIZE=address,undefined
-  ninja -C "$b" -j"$j"
+  build "$b"
   ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1 \
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest_in "$b"
@@ -84,7 +96,7 @@ phase_fuzz() {
   mkdir -p "$out"
   configure "$b" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
     -DCMAKE_CXX_COMPILER=clang++ -DZXUT_FUZZ=ON -DZXUT_TESTS=OFF
-  ninja -C "$b" -j"$j" zxut_fuzz_all
+  build "$b" zxut_fuzz_all
   local targets=("$b"/fuzz/fuzz_*)
   [[ -x ${targets[0]} ]] || { log "no fuzz targets"; return 0; }
   local n=${#targets[@]} budget=${ZXUT_FUZZ_BUDGET:-240}
@@ -120,7 +132,7 @@ phase_windows() {
   deps=$(bash "$here/build-win-deps.sh")
   configure "$b" -DCMAKE_TOOLCHAIN_FILE="$ZXUT_ROOT/cmake/mingw-w64-x86_64.cmake" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_WIN_DEPS="$deps"
-  ninja -C "$b" -j"$j"
+  build "$b"
   local rc=0
   ctest_in "$b" || rc=$?
   "$ZXUT_ROOT/cmake/wine-run.sh" --prefix="$b/wineprefix" --shutdown
