@@ -9,6 +9,14 @@
 namespace zx::prof_exports {
 
 static_assert(sizeof(WCHAR) == sizeof(char16_t), "WCHAR is a 16-bit unit");
+// The store's codes are the public ones (the store cannot include the public
+// header: on Windows it brings the system headers along).
+static_assert(prof::kErrOpen == PROF_ERR_OPEN && prof::kErrSave == PROF_ERR_SAVE &&
+                  prof::kErrWrite == PROF_ERR_WRITE && prof::kErrHandle == PROF_ERR_HANDLE &&
+                  prof::kErrNotFound == PROF_ERR_NOT_FOUND && prof::kErrParse == PROF_ERR_PARSE &&
+                  prof::kErrMemory == PROF_ERR_MEMORY && prof::kErrFormat == PROF_ERR_FORMAT &&
+                  prof::kErrLocked == PROF_ERR_LOCKED && prof::kOk == PROF_OK,
+              "error codes");
 static_assert(sizeof(POINT) == sizeof(prof::PointValue), "POINT layout");
 static_assert(sizeof(RECT) == sizeof(prof::RectValue), "RECT layout");
 
