@@ -48,15 +48,4 @@ std::string RegistryFilePath(Hive hive);
 // Forget cached file contents (the store also notices changed files by itself).
 void RegistryReload();
 
-// Transitional, for the first callers: <windows.h> defines RegQueryValue as a macro,
-// so the name cannot stay in this interface. Use QueryRegValue, or better the
-// reader of core/Registry.h, which applies the buffer and hive rules.
-#ifndef RegQueryValue
-[[deprecated("use plat::QueryRegValue or zx::RegReadString")]] inline long RegQueryValue(
-    Hive hive, const char16_t* key, const char16_t* name, uint32_t* type, void* data,
-    uint32_t* size) {
-  return QueryRegValue(hive, key, name, type, data, size);
-}
-#endif
-
 }  // namespace plat
