@@ -185,6 +185,14 @@ TEST(Locale, UserLanguageFromTheEnvironment) {
     EXPECT_EQ(UserDefaultLangID(), 0x100C);   // LC_ALL wins
   }
   {
+    ScopedLocaleEnv env(nullptr, "de");   // a bare language gets its usual country
+    EXPECT_EQ(UserDefaultLangID(), 0x0407);
+  }
+  {
+    ScopedLocaleEnv env(nullptr, "xx_YY");   // unknown to the system
+    EXPECT_EQ(UserDefaultLangID(), 0x0409);
+  }
+  {
     ScopedLocaleEnv env(nullptr, "C");
     EXPECT_EQ(UserDefaultLangID(), 0x0409);
   }

@@ -49,6 +49,20 @@ std::string UiLocale() { return LocaleFromEnvironment({"LC_ALL", "LC_MESSAGES", 
 
 uint16_t LangIdOf(const std::string& locale) {
   uint32_t lcid = uloc_getLCID(locale.c_str());
+  if (lcid && (lcid & 0xFC00) == 0) {
+    // A bare language ("de"): the system always answers with a country, the
+    // language's most likely one ("de" -> de-DE).
+    char likely[ULOC_FULLNAME_CAPACITY];
+    char lang[ULOC_LANG_CAPACITY], country[ULOC_COUNTRY_CAPACITY];
+    UErrorCode err = U_ZERO_ERROR;
+    uloc_addLikelySubtags(locale.c_str(), likely, sizeof likely, &err);
+    uloc_getLanguage(likely, lang, sizeof lang, &err);
+    uloc_getCountry(likely, country, sizeof country, &err);
+    if (U_SUCCESS(err)) {
+      uint32_t full = uloc_getLCID((std::string(lang) + "_" + country).c_str());
+      if (full) lcid = full;
+    }
+  }
   return lcid ? static_cast<uint16_t>(lcid & 0xFFFF) : 0x0409;
 }
 
