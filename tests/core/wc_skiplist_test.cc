@@ -446,6 +446,41 @@ TEST_F(SkipListTest, CopyKeepsOrderOfEqualsAndMoveEmptiesTheSource) {
   EXPECT_EQ(moved.entries(), 51u);
 }
 
+// ---- the virtual slots work on opaque elements and keys
+
+struct OpaqueSet : WCValSkipListSet<int> {
+  bool InsertOpaque(int v) { return insertCopy(&v) != nullptr; }
+  bool Less(int nodeIndex, int key) { return less(NodeAt(nodeIndex), &key); }
+  bool Equal(int nodeIndex, int key) { return equal(NodeAt(nodeIndex), &key); }
+  WCSkipNode* NodeAt(int index) {
+    WCSkipNode* n = First();
+    while (index-- > 0) n = Next(n, 0);
+    return n;
+  }
+  // A node made and freed through the slots without linking it.
+  bool MakeAndFree(int v) {
+    WCSkipNode* n = allocNode(&v, 2);
+    if (n == nullptr) return false;
+    bool ok = Payload(n) == v;
+    freeNode(n, 2);
+    return ok;
+  }
+};
+
+TEST_F(SkipListTest, VirtualSlotsOnOpaqueElements) {
+  OpaqueSet set;
+  EXPECT_TRUE(set.InsertOpaque(20));
+  EXPECT_TRUE(set.InsertOpaque(10));
+  EXPECT_FALSE(set.InsertOpaque(10));
+  EXPECT_EQ(Contents(set), (std::vector<int>{10, 20}));
+  EXPECT_TRUE(set.Less(0, 15));
+  EXPECT_FALSE(set.Less(1, 15));
+  EXPECT_TRUE(set.Equal(1, 20));
+  EXPECT_FALSE(set.Equal(0, 20));
+  EXPECT_TRUE(set.MakeAndFree(7));
+  EXPECT_EQ(set.entries(), 2u);
+}
+
 // ---- iterators
 
 TEST_F(SkipListTest, IteratorStatesAndMisuse) {
