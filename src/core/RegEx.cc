@@ -2,6 +2,7 @@
 
 #include <pcre2.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -53,10 +54,12 @@ String EngineMessage(int code) {
 // exact, which would make many small appends quadratic).
 class Output {
  public:
-  explicit Output(int64_t expected) { Grow(expected); }
+  // Nothing is allocated before the first text, so a subject without a match
+  // costs no copy.
+  explicit Output(int64_t expected) : expected(expected) {}
   void Add(const char16_t* text, int64_t count) {
     if (count <= 0) return;
-    if (length + count > capacity && !Grow(length + count)) return;
+    if (length + count > capacity && !Grow(capacity ? length + count : std::max(expected, count))) return;
     std::memcpy(chars + length, text, 2 * static_cast<size_t>(count));
     length += count;
   }
@@ -78,6 +81,7 @@ class Output {
     return true;
   }
   String result;
+  int64_t expected;
   char16_t* chars = nullptr;
   int64_t length = 0;
   int64_t capacity = 0;

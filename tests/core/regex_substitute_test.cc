@@ -214,6 +214,9 @@ TEST(RegExOracle, SameResultAsTheEnginesGlobalSubstitution) {
 
 // python3's re.split (patterns without capturing groups) as the oracle of Split.
 TEST(RegExOracle, SplitAgreesWithPython) {
+#ifdef _WIN32
+  GTEST_SKIP() << "the python3 oracle runs on the Linux build";
+#else
   if (std::system("python3 -c 'import re' >/dev/null 2>&1") != 0) GTEST_SKIP() << "no python3";
   const char* cases[][2] = {{",", "a,,b,"}, {"x*", "abc"}, {"\\s+", " lead and  trail "}, {"(?:ab)+", "xababyabz"},
                             {"(?<=-)", "a-b-c"}, {"\\b", "one two"}};
@@ -234,6 +237,7 @@ TEST(RegExOracle, SplitAgreesWithPython) {
     clsRegEx re{String(c[0])};
     EXPECT_EQ(Pieces(re.Split(String(c[1]))), expected) << c[0] << " over " << c[1];
   }
+#endif
 }
 
 }  // namespace
