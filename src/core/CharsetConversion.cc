@@ -66,8 +66,6 @@ bool CopyIfAscii(uint32_t cp, const From* src, int n, To* dst, int cap) {
 }
 
 // One direction of conversion each. n > 0; a null dst with cap 0 measures.
-// MultiByteToWideChar takes no flags for UTF-8 and the precomposed flag for every
-// other code page; WideCharToMultiByte takes none (it has no precomposed flag).
 int ToWide(uint32_t cp, const char* src, int n, char16_t* dst, int cap) {
   if (cp == Conv::kByteForByte) {
     if (!dst) return n;
@@ -76,8 +74,7 @@ int ToWide(uint32_t cp, const char* src, int n, char16_t* dst, int cap) {
     return m;
   }
   if (CopyIfAscii(cp, src, n, dst, cap)) return n;
-  uint32_t flags = cp == plat::kCpUtf8 ? 0 : plat::kMbPrecomposed;
-  return plat::MultiByteToWide(cp, flags, src, n, dst, cap);
+  return plat::MultiByteToWide(cp, MultiByteFlagsFor(cp), src, n, dst, cap);
 }
 
 int ToNarrow(uint32_t cp, const char16_t* src, int n, char* dst, int cap) {

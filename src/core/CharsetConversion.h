@@ -12,9 +12,18 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/codepage.h"
+
 namespace zx {
 
 class String;
+
+// The flags of every narrow-to-wide conversion in the library: none for UTF-8 (the
+// converter accepts no others there), precomposed for every other code page. The
+// wide-to-narrow direction always passes 0.
+constexpr uint32_t MultiByteFlagsFor(uint32_t codePage) {
+  return codePage == plat::kCpUtf8 ? 0 : plat::kMbPrecomposed;
+}
 
 class clsCharsetConversionString {
  public:

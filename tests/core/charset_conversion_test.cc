@@ -359,6 +359,13 @@ TEST(CharsetConversion, StringFromNarrowForNarrowCompanions) {
   EXPECT_TRUE(zx::StringFromNarrow("abc", 0, 1252).IsEmpty());
 }
 
+TEST(CharsetConversion, MultiByteFlags) {
+  EXPECT_EQ(zx::MultiByteFlagsFor(65001), 0u);
+  EXPECT_EQ(zx::MultiByteFlagsFor(1252), 1u);
+  EXPECT_EQ(zx::MultiByteFlagsFor(932), 1u);
+  EXPECT_EQ(zx::MultiByteFlagsFor(0), 1u);
+}
+
 TEST(CharsetConversion, AsciiTextAgreesWithTheConverter) {
   std::string ascii;
   for (int b = 1; b < 0x80; ++b) ascii += static_cast<char>(b);
