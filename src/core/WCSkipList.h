@@ -1,7 +1,8 @@
-// The WC container family: skip-list dictionary, sets and bag (here), the
-// linked lists, the vector and the stack (included below). The containers never
-// throw: a failed allocation leaves a container unchanged and is reported by the
-// return value, and misuse yields a default element.
+// The WC container family, chief header: the skip-list dictionary, sets and bag
+// are defined here; the linked lists, the vector and the stack come with it from
+// their own headers. The containers never throw: a failed allocation leaves a
+// container unchanged and is reported by the return value, and misuse yields a
+// default element.
 //
 // Every skip list of the library is built with probability 3 (a toss succeeds
 // one time in four) and 8 levels. Equal elements of a bag keep the newest first:
