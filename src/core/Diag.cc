@@ -14,10 +14,11 @@ void DefaultSink(const char16_t* line, void*) { plat::DebugOutput(line); }
 struct SinkSlot {
   DiagSink sink;
   void* context;
+  const SinkSlot* retired;  // older slots stay reachable: they are never freed
 };
 // Swapped as a whole so that a reader never sees a sink with another's context.
 std::atomic<const SinkSlot*> g_slot{nullptr};
-const SinkSlot g_default{&DefaultSink, nullptr};
+const SinkSlot g_default{&DefaultSink, nullptr, nullptr};
 
 }  // namespace
 
@@ -37,10 +38,12 @@ void DiagFormat(const char16_t* format, ...) {
 }
 
 DiagSink SetDiagSink(DiagSink sink, void* context, void** previousContext) {
-  // Slots live for the process: a line in flight on another thread may still read
-  // the old one.
-  const SinkSlot* next = sink ? new SinkSlot{sink, context} : nullptr;
-  const SinkSlot* old = g_slot.exchange(next, std::memory_order_acq_rel);
+  // Slots live for the process, since a line in flight on another thread may still
+  // read the old one; each slot keeps the one it replaced, so all stay reachable.
+  const SinkSlot* old = g_slot.load(std::memory_order_acquire);
+  auto* next = new SinkSlot{sink ? sink : &DefaultSink, sink ? context : nullptr, old};
+  while (!g_slot.compare_exchange_weak(old, next, std::memory_order_acq_rel)) next->retired = old;
+  if (old && old->sink == &DefaultSink) old = nullptr;  // null stands for the default
   if (previousContext) *previousContext = old ? old->context : nullptr;
   return old ? old->sink : nullptr;
 }
