@@ -2,12 +2,13 @@
 #include "platform/clock.h"
 
 #include "platform/clock_hooks.h"
+#include "platform/keep_alive.h"
 
 namespace plat {
 namespace {
 
-// Installed hooks are kept for the life of the process: a thread may still be
-// inside a hook that another thread just replaced.
+// Replaced hooks are kept alive: a thread may still be inside a hook that another
+// thread just replaced.
 std::atomic<const ClockHooks*> g_hooks{nullptr};
 
 uint64_t FakeTick(void* ctx) { return static_cast<FakeClock*>(ctx)->Now(); }
@@ -29,7 +30,9 @@ void SleepMs(uint32_t ms) {
 }
 
 void SetClockHooks(const ClockHooks* hooks) {
-  g_hooks.store(hooks ? new ClockHooks(*hooks) : nullptr, std::memory_order_release);
+  const ClockHooks* old =
+      g_hooks.exchange(hooks ? new ClockHooks(*hooks) : nullptr, std::memory_order_acq_rel);
+  detail::KeepAlive(old);
 }
 
 FakeClock::FakeClock() : now_(1000000), slept_(0) {

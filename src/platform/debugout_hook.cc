@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "platform/keep_alive.h"
+
 namespace plat {
 namespace {
 
@@ -10,8 +12,7 @@ struct HookSlot {
   void* context;
 };
 // Replaced as a whole so that a line in flight never pairs a hook with another's
-// context. Old slots are kept for the life of the process for the same reason; a
-// test installs a handful.
+// context. Old slots are kept alive for the same reason; a test installs a handful.
 std::atomic<const HookSlot*> g_hook{nullptr};
 
 }  // namespace
@@ -26,6 +27,7 @@ void CallDebugOutputHook(const char16_t* text) {
 DebugOutputHook SetDebugOutputHook(DebugOutputHook hook, void* context, void** oldContext) {
   const HookSlot* next = hook ? new HookSlot{hook, context} : nullptr;
   const HookSlot* old = g_hook.exchange(next, std::memory_order_acq_rel);
+  detail::KeepAlive(old);
   if (oldContext) *oldContext = old ? old->context : nullptr;
   return old ? old->hook : nullptr;
 }

@@ -111,8 +111,9 @@ constexpr uint32_t kCompareFlags =
 // Collators are built once per locale and flag set and never changed afterwards;
 // ICU allows concurrent comparisons on such a collator.
 UCollator* Collator(const std::string& locale, uint32_t flags) {
-  static std::mutex mutex;
-  static std::map<std::pair<std::string, uint32_t>, UCollator*> cache;
+  // Never destroyed: collators live as long as the process and any thread.
+  static std::mutex* mutex = new std::mutex;
+  static auto* cache = new std::map<std::pair<std::string, uint32_t>, UCollator*>;
   const uint32_t relevant =
       flags & (kNormIgnoreCase | kNormIgnoreNonSpace | kNormIgnoreSymbols | kSortDigitsAsNumbers |
                kLinguisticIgnoreCase | kLinguisticIgnoreDiacritic);
@@ -122,9 +123,9 @@ UCollator* Collator(const std::string& locale, uint32_t flags) {
   thread_local std::pair<std::string, uint32_t> lastKey;
   thread_local UCollator* last = nullptr;
   if (last && lastKey == key) return last;
-  std::lock_guard<std::mutex> lock(mutex);
-  auto it = cache.find(key);
-  if (it != cache.end()) {
+  std::lock_guard<std::mutex> lock(*mutex);
+  auto it = cache->find(key);
+  if (it != cache->end()) {
     lastKey = key;
     return last = it->second;
   }
@@ -154,7 +155,7 @@ UCollator* Collator(const std::string& locale, uint32_t flags) {
   }
   if (relevant & kNormIgnoreSymbols) ucol_setAttribute(c, UCOL_ALTERNATE_HANDLING, UCOL_SHIFTED, &err);
   if (relevant & kSortDigitsAsNumbers) ucol_setAttribute(c, UCOL_NUMERIC_COLLATION, UCOL_ON, &err);
-  cache.emplace(key, c);
+  cache->emplace(key, c);
   lastKey = key;
   return last = c;
 }
