@@ -40,6 +40,19 @@ void Check(bool ok, const char* what) {
   }
 }
 
+// A successful free must have freed a live object with that pointer: a freed one's
+// block may since have gone to a new object, which the stale pointer then frees.
+void Retire(std::vector<Object>& objects, const uint8_t* user, int32_t& live) {
+  for (Object& o : objects) {
+    if (o.live && o.user == user) {
+      o.live = false;
+      --live;
+      return;
+    }
+  }
+  Check(false, "a free succeeded for no live object");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -70,11 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (o) {
           const int32_t rc = zx::HeapObjectFree(heap, o->user);
           Check(rc == 0 || rc == -6, "free result");
-          if (rc == 0) {
-            Check(o->live, "a freed object freed again");
-            o->live = false;
-            --live;
-          }
+          if (rc == 0) Retire(objects, o->user, live);
         }
         break;
       case 2:   // a stray write inside the object's block
@@ -90,10 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           uint8_t* inside = o->user + 1 + in.Byte() % o->size;
           const int32_t rc = zx::HeapObjectFree(heap, inside);
           Check(rc == -6 || rc == 0, "inner free result");
-          if (rc == 0) {   // the bytes in front happened to form an object header
-            --live;
-            o->live = false;
-          }
+          if (rc == 0) Retire(objects, inside, live);
         }
         break;
       case 4:

@@ -227,9 +227,9 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
   const int32_t size = SizeOf(user);
   // A block this heap does not hold (freed already, or another heap's) is not
   // touched beyond its header: no fill, no stack record followed.
-  const size_t blockSize = sys.size(heap, FreeOptions(), block);
-  if (blockSize == plat::kHeapBadBlock ||
-      plat::ProbeRead64(block + kDebugOffHeap) != reinterpret_cast<uint64_t>(heap)) {
+  const bool ours = plat::ProbeRead64(block + kDebugOffHeap) == reinterpret_cast<uint64_t>(heap);
+  const size_t blockSize = ours ? sys.size(heap, FreeOptions(), block) : plat::kHeapBadBlock;
+  if (blockSize == plat::kHeapBadBlock) {
     PrintError(u"FreeObjectD", user, u"error freeing object");
     DumpDebugObject(user, 0, false);
     return kRcBadObject;
