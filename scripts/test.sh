@@ -24,14 +24,29 @@ phases=("$@")
 declare -a summary=()
 failed=0
 
+# CPU seconds (user + system) of this shell's finished children so far. The
+# wall time depends on what else the machine does; this does not.
+cpu_file=$(mktemp)
+trap 'rm -f "$cpu_file"' EXIT
+cpu_seconds() {
+  times >"$cpu_file"
+  tail -1 "$cpu_file" | awk '{
+    t = 0
+    for (i = 1; i <= 2; i++) { split($i, a, /[ms]/); t += a[1] * 60 + a[2] }
+    printf "%d", t }'
+}
+mmss() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
+
 run_phase() {  # name function
-  local name=$1 start=$SECONDS rc
+  local name=$1 start=$SECONDS cpu0 rc
+  cpu0=$(cpu_seconds)
   log "==== $name"
   ( set -e; "$2" )
   rc=$?
-  local t=$((SECONDS - start))
+  local t=$((SECONDS - start)) c=$(($(cpu_seconds) - cpu0))
   local line
-  line=$(printf '%-8s %-6s %4d:%02d' "$name" "$([[ $rc == 0 ]] && echo ok || echo FAILED)" $((t / 60)) $((t % 60)))
+  line=$(printf '%-8s %-6s %7s %7s' "$name" "$([[ $rc == 0 ]] && echo ok || echo FAILED)" \
+         "$(mmss $t)" "$(mmss $c)")
   summary+=("$line")
   log "==== $line"
   ((rc == 0)) || failed=1
@@ -139,14 +154,16 @@ phase_windows() {
   return $rc
 }
 
-total=$SECONDS
 for p in "${phases[@]}"; do
   declare -F "phase_$p" >/dev/null || die "unknown phase '$p' (setup linux asan fuzz windows)"
+done
+total=$SECONDS
+cpu_total=$(cpu_seconds)
+for p in "${phases[@]}"; do
   run_phase "$p" "phase_$p"
 done
-t=$((SECONDS - total))
 echo
-echo "phase    result  time"
+echo "phase    result     wall     cpu"
 printf '%s\n' "${summary[@]}"
-printf 'total             %d:%02d\n' $((t / 60)) $((t % 60))
+printf '%-15s %7s %7s\n' total "$(mmss $((SECONDS - total)))" "$(mmss $(($(cpu_seconds) - cpu_total)))"
 exit $failed
