@@ -2,6 +2,7 @@
 // companion clsCHARString.
 #include <cstring>
 
+#include "core/CharsetConversion.h"
 #include "core/String.h"
 #include "platform/codepage.h"
 
@@ -85,11 +86,14 @@ clsCHARString::~clsCHARString() { delete[] chars; }
 
 String clsCHARString::ToString(uint32_t codePage) const {
   if (!chars || length == 0) return String::Empty();
-  // The charset conversion objects take this over once they exist; until then the
-  // platform converter does the work through String's narrow assignment.
-  String s;
+  if (codePage) {
+    clsCharsetConversionStringCP conversion(codePage);
+    conversion.Assign(chars, static_cast<size_t>(length));
+    return String(conversion.wide());
+  }
+  String s;   // widened byte by byte through the narrow assignment of page 0
   const uint32_t keep = s.CodePage();
-  s.SetCodePage(codePage);
+  s.SetCodePage(0);
   s.Assign(chars, 0, length);
   s.SetCodePage(keep);
   return s;
