@@ -111,8 +111,8 @@ TEST(UtilsTest, ClientModuleLinesCarryVersionAndPaths) {
   if (plat::ModuleVersionStrings(library.c_str(), &fileVersion, &build))
     EXPECT_EQ(text, Upper(Ascii(library)) + " " + Ascii(fileVersion) + (build.empty() ? "" : " " + Ascii(build)));
   else
-    EXPECT_EQ(text, Ascii(zx::FileNameOfPath(zx::String(std::u16string_view(library))).wchar()) + " <no version info>")
-        << "the file name as given";
+    EXPECT_EQ(text, Upper(Ascii(zx::FileNameOfPath(zx::String(std::u16string_view(library))).wchar())) +
+                        " <no version info>");
 }
 
 TEST(UtilsTest, IdentityStringsDescribeProcessAndLibrary) {
