@@ -10,7 +10,9 @@
 #include <thread>
 #include <vector>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -417,3 +419,41 @@ TEST_F(RegistryStore, HiveRuleNeedsACapitalT) {
   EXPECT_EQ(g_probeCalls, 0);
 }
 #endif  // !_WIN32
+
+#ifdef _WIN32
+// The same calls against the real registry, in a key of this test's own.
+TEST(RegistryWindows, RoundTripAndReaderRulesInTheRealRegistry) {
+  const std::u16string key = u"Software\\zarnik-platform-test-" +
+                             std::u16string(1, char16_t(u'A' + ::GetCurrentProcessId() % 26));
+  const std::vector<uint8_t> hello = Utf16Bytes(u"hello");
+  ASSERT_EQ(SetRegValue(Hive::CurrentUser, key.c_str(), u"Text", kRegSz, hello.data(), 12), 0);
+  uint32_t type = 0, size = 0;
+  EXPECT_EQ(QueryRegValue(Hive::CurrentUser, key.c_str(), u"TEXT", &type, nullptr, &size), 0);
+  EXPECT_EQ(type, kRegSz);
+  EXPECT_EQ(size, 12u);
+  char16_t small[2];
+  size = sizeof small;
+  EXPECT_EQ(QueryRegValue(Hive::CurrentUser, key.c_str(), u"Text", &type, small, &size), 234);
+  EXPECT_EQ(size, 12u);
+
+  const std::u16string longer(700, u'b');
+  ASSERT_EQ(zx::RegWriteString(Hive::CurrentUser, key.c_str(), u"Long", longer.c_str()), 0);
+  zx::String out;
+  ASSERT_TRUE(zx::RegReadString(Hive::CurrentUser, key.c_str(), u"Long", out));
+  EXPECT_EQ(out.View(), longer);
+  ASSERT_EQ(zx::RegWriteString(Hive::CurrentUser, key.c_str(), u"Flag", u"Tja"), 0);
+  EXPECT_TRUE(zx::RegReadBool(Hive::CurrentUser, key.c_str(), u"Flag", false));
+  ASSERT_EQ(zx::RegWriteDword(Hive::CurrentUser, key.c_str(), u"N", 670375), 0);
+  uint32_t n = 0;
+  EXPECT_TRUE(zx::RegReadDword(Hive::CurrentUser, key.c_str(), u"N", n));
+  EXPECT_EQ(n, 670375u);
+  EXPECT_TRUE(OpenCurrentUserHive());
+  EXPECT_EQ(QueryRegValue(Hive::ThreadUser, key.c_str(), u"N", &type, &n, &size), 0);
+
+  for (const char16_t* name : {u"Text", u"Long", u"Flag", u"N"})
+    EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, key.c_str(), name), 0);
+  EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, key.c_str(), u"N"), 2);
+  ::RegDeleteKeyW(HKEY_CURRENT_USER, reinterpret_cast<const wchar_t*>(key.c_str()));
+  EXPECT_EQ(QueryRegValue(Hive::CurrentUser, key.c_str(), u"Text", &type, nullptr, &size), 2);
+}
+#endif
