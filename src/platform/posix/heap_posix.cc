@@ -113,7 +113,9 @@ PosixHeap* AsHeap(SysHeap heap) {
 
 // The live block of `h` that `data` starts, or null.
 Block* AsBlock(PosixHeap* h, const void* data) {
-  if (!data || reinterpret_cast<uintptr_t>(data) < 0x10000 + sizeof(Block)) return nullptr;
+  // Blocks are handed out 16-byte aligned, never this low.
+  const uintptr_t at = reinterpret_cast<uintptr_t>(data);
+  if (at < 0x10000 + sizeof(Block) || at % alignof(Block) != 0) return nullptr;
   auto* b = reinterpret_cast<Block*>(const_cast<void*>(data)) - 1;
   if (ProbeRead64(&b->mark) != BlockMark(b)) return nullptr;
   if (reinterpret_cast<PosixHeap*>(ProbeRead64(&b->owner)) != h) return nullptr;
