@@ -31,7 +31,7 @@ void String::Assign(const char* text, int64_t start, int64_t count) {
     buffer->chars[length] = 0;
     return;
   }
-  const uint32_t flags = cp == plat::kCpUtf8 ? 0 : plat::kMbPrecomposed;
+  const uint32_t flags = MultiByteFlagsFor(cp);
   const int n = static_cast<int>(count);
   int need = plat::MultiByteToWide(cp, flags, src, n, nullptr, 0);
   if (need <= 0) {
