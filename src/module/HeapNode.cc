@@ -83,10 +83,6 @@ void SetHeapServicesForTests(const plat::HeapServices* services) {
 
 // ---- the node
 
-bool clsHeapNode::IsLive(const clsHeapNode* node) {
-  return node && plat::ProbeRead32(&node->signature) == kLiveHeap;
-}
-
 // The creation stack is captured one frame up: past this function and AddHeap.
 __attribute__((noinline)) clsHeapNode* clsHeapNode::New(clsModuleNode* owner, const char16_t* heapName,
                                                         uint32_t heapFlags) {

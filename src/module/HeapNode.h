@@ -65,7 +65,9 @@ class clsHeapNode {
   static clsHeapNode* New(clsModuleNode* owner, const char16_t* heapName, uint32_t heapFlags);
   // Checks, reports and destroys the node (the system heap with all objects).
   void Destroy();
-  static bool IsLive(const clsHeapNode* node);
+  static bool IsLive(const clsHeapNode* node) {
+    return node && plat::ProbeRead32(&node->signature) == kLiveHeap;
+  }
 
   bool IsDebugHeap() const { return (flags & kHeapDebug) != 0; }
   uint32_t FreeOptions() const { return heapOptions & plat::kHeapNoSerialize; }

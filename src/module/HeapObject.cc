@@ -13,7 +13,7 @@
 #include "module/JobLock.h"
 #include "module/ModuleList.h"
 #include "module/TraceScope.h"
-#include "platform/clock.h"
+#include "platform/stamps.h"
 #include "platform/stack.h"
 
 namespace zx {
@@ -165,7 +165,7 @@ __attribute__((noinline)) void* clsHeapNode::AllocObject(int32_t size, uint32_t 
       user = block + kDebugHeader;
       Put32(block, kDebugMagic);
       Put64(block + kDebugOffHeap, reinterpret_cast<uint64_t>(heap));
-      Put32(block + kDebugOffTick, static_cast<uint32_t>(plat::TickCount64()));
+      Put32(block + kDebugOffTick, plat::CoarseTickCount());
       scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureObjectRecord();
       Put64(block + kDebugOffStack, reinterpret_cast<uint64_t>(record));
       Put32(block + kDebugOffTag, tag);

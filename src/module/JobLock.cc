@@ -18,14 +18,4 @@ void clsJobLock::EnterContended() {
     state_.wait(kWaiters, std::memory_order_relaxed);
 }
 
-clsJobLock& JobLock() {
-  static clsJobLock lock;   // trivially destructible: usable until the very end
-  return lock;
-}
-
-namespace {
-// Built during static initialisation, before any export can run.
-const bool g_jobLockBuilt = (JobLock(), true);
-}  // namespace
-
 }  // namespace zx

@@ -7,14 +7,15 @@
 #pragma once
 #include <atomic>
 #include <cstdint>
-#include <thread>
+
+#include "platform/stamps.h"
 
 namespace zx {
 
 class clsJobLock {
  public:
   void Enter() {
-    const std::thread::id me = std::this_thread::get_id();
+    const uintptr_t me = Me();
     if (owner_.load(std::memory_order_relaxed) == me) {
       ++depth_;
       return;
@@ -28,19 +29,23 @@ class clsJobLock {
   }
   void Leave() {
     if (--depth_ != 0) return;
-    owner_.store(std::thread::id(), std::memory_order_relaxed);
+    owner_.store(0, std::memory_order_relaxed);
     if (state_.exchange(kFree, std::memory_order_release) == kWaiters) state_.notify_one();
   }
 
  private:
   static constexpr uint32_t kFree = 0, kLocked = 1, kWaiters = 2;
   void EnterContended();
+  static uintptr_t Me() { return plat::ThreadToken(); }
   std::atomic<uint32_t> state_{kFree};
-  std::atomic<std::thread::id> owner_{};
+  std::atomic<uintptr_t> owner_{0};
   uint32_t depth_ = 0;
 };
 
-clsJobLock& JobLock();
+// Constant-initialised and trivially destructible: there before any static
+// initialiser runs, and usable until the very end.
+constinit inline clsJobLock g_jobLock;
+inline clsJobLock& JobLock() { return g_jobLock; }
 
 class JobLockHolder {
  public:

@@ -7,7 +7,6 @@
 // As the system's heaps do, a heap keeps freed small blocks in lists by size for
 // its next allocations; compaction gives them back to the system.
 #include <malloc.h>
-#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -18,6 +17,7 @@
 
 #include "platform/errors.h"
 #include "platform/heap.h"
+#include "platform/stamps.h"
 
 namespace plat {
 namespace {
@@ -36,7 +36,7 @@ constexpr uint32_t kMaxCached = 32;
 class RecursiveSpinLock {
  public:
   void Lock() {
-    const uintptr_t me = static_cast<uintptr_t>(pthread_self());
+    const uintptr_t me = ThreadToken();
     if (owner_.load(std::memory_order_relaxed) == me) {
       ++depth_;
       return;

@@ -1,0 +1,15 @@
+// Cheap stamps for the hot paths of the tracked heaps: a coarse millisecond tick
+// (the allocation time in a debug object's header; a few milliseconds of lag are
+// fine) and a token that tells the calling thread from every other live thread
+// (the job lock's owner). Neither enters the kernel.
+#pragma once
+#include <cstdint>
+
+namespace plat {
+
+// GetTickCount: milliseconds on the monotonic clock, 32 bits, coarse.
+uint32_t CoarseTickCount();
+// Unique among the threads alive at the same time; not a thread identifier.
+uintptr_t ThreadToken();
+
+}  // namespace plat
