@@ -12,35 +12,8 @@
 
 #include "core/String.h"
 
-// ---- every allocation of the process is counted
-namespace {
-std::atomic<uint64_t> g_allocations{0};
-}  // namespace
-
-void* operator new(size_t n) {
-  ++g_allocations;
-  if (void* p = std::malloc(n ? n : 1)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](size_t n) { return operator new(n); }
-void* operator new(size_t n, const std::nothrow_t&) noexcept {
-  ++g_allocations;
-  return std::malloc(n ? n : 1);
-}
-void* operator new(size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  ++g_allocations;
-  return std::aligned_alloc(static_cast<size_t>(a), (n + static_cast<size_t>(a) - 1) & ~(static_cast<size_t>(a) - 1));
-}
-void* operator new(size_t n, std::align_val_t a) {
-  if (void* p = operator new(n, a, std::nothrow)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete(void* p, size_t, std::align_val_t) noexcept { std::free(p); }
+#include "alloc_counter.h"
+using zxbench::g_allocations;
 
 namespace {
 
