@@ -19,6 +19,7 @@ linux_packages=(
   zlib1g-dev libpcre2-dev libicu-dev libminizip-dev libexpat1-dev
   libdw-dev libcurl4-openssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
+  libspdlog-dev libmimalloc-dev                 # peers of the debug and heap benchmarks
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
 )
 windows_packages=(
