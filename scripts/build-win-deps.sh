@@ -8,7 +8,7 @@
 # zlib itself is Debian's libz-mingw-w64-dev. The prefix is named after a hash of
 # every version that goes into it (sources, compiler, this recipe), so a second
 # run only prints the path. Cache root: ZXUT_DEPS_CACHE (default
-# ~/.cache/zxut22-win-deps).
+# ${XDG_CACHE_HOME:-~/.cache}/zxut22-win-deps).
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 source "$here/lib.sh"
@@ -26,7 +26,7 @@ GTEST_UPSTREAM=1.12.1
 
 triple=x86_64-w64-mingw32
 toolchain=$ZXUT_ROOT/cmake/mingw-w64-x86_64.cmake
-cache=${ZXUT_DEPS_CACHE:-$HOME/.cache/zxut22-win-deps}
+cache=${ZXUT_DEPS_CACHE:-${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/zxut22-win-deps}
 mkdir -p "$cache/src"
 
 pkg_version() { dpkg-query -W -f='${Version}' "$1" 2>/dev/null || die "package $1 is not installed (run scripts/setup.sh)"; }
@@ -34,7 +34,9 @@ pkg_version() { dpkg-query -W -f='${Version}' "$1" 2>/dev/null || die "package $
 # ---- the versions that make up the cache key
 gtest_version=$(pkg_version googletest)
 [[ $gtest_version == "$GTEST_UPSTREAM"-* ]] || die "googletest $gtest_version is not $GTEST_UPSTREAM"
-manifest_base="recipe $(sha256sum "$0" "$toolchain" | sha256sum | cut -c1-16)
+# The build steps (from the "recipe" line on) and the toolchain file are part of the key.
+recipe=$( (sed -n '/^# ---- recipe/,$p' "$0"; cat "$toolchain") | sha256sum | cut -c1-16)
+manifest_base="recipe $recipe
 compiler g++-mingw-w64-x86-64-posix $(pkg_version g++-mingw-w64-x86-64-posix), mingw-w64-x86-64-dev $(pkg_version mingw-w64-x86-64-dev)
 zlib (mingw) $(pkg_version libz-mingw-w64-dev)
 googletest $gtest_version"
@@ -112,6 +114,7 @@ stage=$prefix.partial
 rm -rf "$work" "$stage"
 mkdir -p "$work" "$stage"
 
+# ---- recipe: what follows decides what is built (hashed into the cache key)
 cmake_configure() {  # name source [cmake options...]
   local name=$1 src=$2; shift 2
   log "  $name"
