@@ -96,7 +96,11 @@ TEST_F(SenderTest, OneDatagramPerLineWithTheExactHeader) {
   EXPECT_GE(d[0].time[0], 2020);   // year
   EXPECT_GE(d[0].time[1], 1);      // month
   EXPECT_LE(d[0].time[7], 999);    // milliseconds
+#ifdef _WIN32
+  EXPECT_EQ(block_->info.largestDatagram, 65507u);   // the socket's SO_MAX_MSG_SIZE
+#else
   EXPECT_EQ(block_->info.largestDatagram, 65000u);   // SO_MAX_MSG_SIZE unreadable here
+#endif
   EXPECT_EQ(block_->info.portInUse, r.Port());
 }
 
