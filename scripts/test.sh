@@ -84,15 +84,23 @@ phase_linux() {
   mkdir -p "$out"
   configure "$b" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_BENCH=ON
   build "$b"
-  ctest_in "$b"
+  local rc=0
+  ctest_in "$b" || rc=1
   # The benchmarks run in CI only as a smoke test: each once, briefly.
-  local bench
+  local bench name
   for bench in "$b"/bench/bench_*; do
-    [[ -x $bench ]] || continue
-    log "smoke run of $(basename "$bench")"
-    timeout 300 "$bench" --benchmark_min_time=0.01 >"$b/$(basename "$bench").log" 2>&1 ||
-      { tail -30 "$b/$(basename "$bench").log" >&2; return 1; }
+    [[ -f $bench && -x $bench ]] || continue
+    name=$(basename "$bench")
+    if timeout 300 "$bench" --benchmark_min_time=0.01 --benchmark_color=false \
+         >"$b/$name.log" 2>&1; then
+      log "smoke run of $name: ok ($(grep -c '^BM_' "$b/$name.log") benchmarks)"
+    else
+      tail -30 "$b/$name.log" >&2
+      log "smoke run of $name failed (log: $b/$name.log)"
+      rc=1
+    fi
   done
+  return $rc
 }
 
 phase_asan() {
