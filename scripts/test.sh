@@ -28,22 +28,23 @@ failed=0
 # wall time depends on what else the machine does; this does not.
 cpu_file=$(mktemp)
 trap 'rm -f "$cpu_file"' EXIT
-cpu_seconds() {
+cpu_now() {  # sets CPU; `times` must run in this shell, not in a $(...) subshell
   times >"$cpu_file"
-  tail -1 "$cpu_file" | awk '{
+  CPU=$(tail -1 "$cpu_file" | awk '{
     t = 0
     for (i = 1; i <= 2; i++) { split($i, a, /[ms]/); t += a[1] * 60 + a[2] }
-    printf "%d", t }'
+    printf "%d", t }')
 }
 mmss() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
 
 run_phase() {  # name function
   local name=$1 start=$SECONDS cpu0 rc
-  cpu0=$(cpu_seconds)
+  cpu_now; cpu0=$CPU
   log "==== $name"
   ( set -e; "$2" )
   rc=$?
-  local t=$((SECONDS - start)) c=$(($(cpu_seconds) - cpu0))
+  cpu_now
+  local t=$((SECONDS - start)) c=$((CPU - cpu0))
   local line
   line=$(printf '%-8s %-6s %7s %7s' "$name" "$([[ $rc == 0 ]] && echo ok || echo FAILED)" \
          "$(mmss $t)" "$(mmss $c)")
@@ -93,7 +94,7 @@ phase_linux() {
     name=$(basename "$bench")
     if timeout 300 "$bench" --benchmark_min_time=0.01 --benchmark_color=false \
          >"$b/$name.log" 2>&1; then
-      log "smoke run of $name: ok ($(grep -c '^BM_' "$b/$name.log") benchmarks)"
+      log "smoke run of $name: ok"
     else
       tail -30 "$b/$name.log" >&2
       log "smoke run of $name failed (log: $b/$name.log)"
@@ -166,12 +167,13 @@ for p in "${phases[@]}"; do
   declare -F "phase_$p" >/dev/null || die "unknown phase '$p' (setup linux asan fuzz windows)"
 done
 total=$SECONDS
-cpu_total=$(cpu_seconds)
+cpu_now; cpu_total=$CPU
 for p in "${phases[@]}"; do
   run_phase "$p" "phase_$p"
 done
 echo
 echo "phase    result     wall     cpu"
 printf '%s\n' "${summary[@]}"
-printf '%-15s %7s %7s\n' total "$(mmss $((SECONDS - total)))" "$(mmss $(($(cpu_seconds) - cpu_total)))"
+cpu_now
+printf '%-15s %7s %7s\n' total "$(mmss $((SECONDS - total)))" "$(mmss $((CPU - cpu_total)))"
 exit $failed
