@@ -3,6 +3,7 @@
 #   setup    install missing packages, cross-build the Windows dependencies
 #   linux    native build (with the benchmarks) + ctest, benchmark smoke run
 #   asan     ASan+UBSan build + ctest
+#   tsan     TSan build + ctest of the suites whose code runs threads side by side
 #   fuzz     clang libFuzzer build, a short run of every fuzz target on its seed corpus
 #   windows  mingw-w64 build of zxUT22.dll + ctest under wine
 # Build folders go to ZXUT_OUT (default <repo>/out) and are reused by the next run.
@@ -19,7 +20,7 @@ cd "$ZXUT_ROOT"
 out=${ZXUT_OUT:-$ZXUT_ROOT/out}
 j=${ZXUT_JOBS:-$(ncores)}
 phases=("$@")
-((${#phases[@]})) || phases=(setup linux asan fuzz windows)
+((${#phases[@]})) || phases=(setup linux asan tsan fuzz windows)
 
 declare -a summary=()
 failed=0
@@ -113,6 +114,25 @@ phase_asan() {
   ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1 \
   UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest_in "$b"
+}
+
+# The suites listed here start threads that share the library's state (the
+# debug channel, the job lock and heaps, threads and events, files).
+tsan_suites=(debug module thread file)
+
+phase_tsan() {
+  local b=$out/tsan s targets=() names=()
+  mkdir -p "$out"
+  configure "$b" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_C_FLAGS=-O1 \
+    -DZXUT_SANITIZE=thread
+  for s in "${tsan_suites[@]}"; do
+    [[ -d $ZXUT_ROOT/tests/$s ]] || continue
+    targets+=("test_$s"); names+=("$s")
+  done
+  build "$b" zxut "${targets[@]}"
+  local re
+  re=$(IFS='|'; echo "^(${names[*]})\$")
+  TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest_in "$b" -R "$re"
 }
 
 phase_fuzz() {
