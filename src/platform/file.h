@@ -1,0 +1,99 @@
+// Files: open with access, share mode and disposition, read, write, seek, size,
+// truncation, flushing, byte-range locks, attributes, folders and the temporary
+// path. Every call reports failure through the thread's Windows error number
+// (platform/errors.h). On Linux paths are converted to UTF-8 and both "\" and "/"
+// separate folders; share modes are emulated with open-file-description locks so
+// that two opens in one process conflict as on Windows (error 32), and byte-range
+// locks of two opens conflict with error 33.
+#pragma once
+#include <cstdint>
+#include <string>
+
+namespace plat {
+
+// A file handle: the system's HANDLE on Windows, an object of ours elsewhere.
+using FileHandle = void*;
+inline FileHandle InvalidFile() { return reinterpret_cast<FileHandle>(static_cast<intptr_t>(-1)); }
+inline bool IsValidFile(FileHandle h) { return h != nullptr && h != InvalidFile(); }
+
+// The system's values.
+constexpr uint32_t kGenericRead = 0x80000000u;
+constexpr uint32_t kGenericWrite = 0x40000000u;
+constexpr uint32_t kShareRead = 0x1;
+constexpr uint32_t kShareWrite = 0x2;
+constexpr uint32_t kShareDelete = 0x4;
+constexpr uint32_t kCreateNew = 1;
+constexpr uint32_t kCreateAlways = 2;
+constexpr uint32_t kOpenExisting = 3;
+constexpr uint32_t kOpenAlways = 4;
+constexpr uint32_t kTruncateExisting = 5;
+constexpr uint32_t kFlagWriteThrough = 0x80000000u;
+constexpr uint32_t kFlagRandomAccess = 0x10000000u;
+constexpr uint32_t kFlagSequentialScan = 0x08000000u;
+constexpr uint32_t kFlagDeleteOnClose = 0x04000000u;
+constexpr uint32_t kAttrReadOnly = 0x1;
+constexpr uint32_t kAttrHidden = 0x2;
+constexpr uint32_t kAttrDirectory = 0x10;
+constexpr uint32_t kAttrNormal = 0x80;
+constexpr uint32_t kAttrTemporary = 0x100;
+constexpr uint32_t kSeekBegin = 0;
+constexpr uint32_t kSeekCurrent = 1;
+constexpr uint32_t kSeekEnd = 2;
+
+// CreateFileW(name, access, share, nullptr, disposition, flags, nullptr). Returns
+// InvalidFile() on failure. OPEN_ALWAYS and CREATE_ALWAYS on an existing file set
+// error 183 and succeed.
+FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
+                    uint32_t flagsAndAttributes);
+bool FileClose(FileHandle h);
+bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done);
+bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done);
+// SetFilePointerEx: a negative resulting position fails with error 131.
+bool FileSeek(FileHandle h, int64_t distance, uint32_t method, uint64_t* newPosition);
+bool FileSize(FileHandle h, uint64_t* size);            // GetFileSizeEx
+bool FileSetEnd(FileHandle h);                          // SetEndOfFile at the position
+bool FileFlush(FileHandle h);                           // FlushFileBuffers
+bool FileLockRange(FileHandle h, uint64_t offset, uint64_t length);    // LockFile: 33 on conflict
+bool FileUnlockRange(FileHandle h, uint64_t offset, uint64_t length);  // UnlockFile: 158 if not locked
+// GetFileTime: FILETIME values (100 ns since 1601) of creation, access, write.
+bool FileTimes(FileHandle h, uint64_t* creation, uint64_t* access, uint64_t* write);
+
+// What GetFileAttributesExW and FindFirstFileW tell of a name.
+struct FileInfo {
+  uint32_t attributes = 0;
+  uint64_t creation = 0;    // FILETIME values
+  uint64_t lastAccess = 0;
+  uint64_t lastWrite = 0;
+  uint64_t size = 0;
+};
+bool FileInfoByName(const char16_t* name, FileInfo* info);   // GetFileAttributesExW
+bool FileInfoByFind(const char16_t* name, FileInfo* info);   // FindFirstFileW, first match
+
+bool RemoveFile(const char16_t* name);       // DeleteFileW
+bool MakeFolder(const char16_t* name);       // CreateDirectoryW: 183 when it exists
+
+// GetTempPathW with a limit of 260 characters (ends with a separator).
+bool SystemTempPath(std::u16string& out);
+// GetLongPathNameW.
+bool LongPathName(const std::u16string& in, std::u16string& out);
+// The present time as a FILETIME value (GetSystemTimeAsFileTime).
+uint64_t FileTimeNow();
+
+// SetErrorMode(old | SEM_NOOPENFILEERRORBOX) for the life of the object, so that
+// no system dialog appears for a missing disk.
+class NoOpenFileErrorBox {
+ public:
+  NoOpenFileErrorBox();
+  ~NoOpenFileErrorBox();
+  NoOpenFileErrorBox(const NoOpenFileErrorBox&) = delete;
+  NoOpenFileErrorBox& operator=(const NoOpenFileErrorBox&) = delete;
+ private:
+  uint32_t old_;
+};
+
+// IsTextUnicode over `size` bytes with the test mask; true when the text passes.
+// The bits are the system's: 0x1 ASCII16, 0x2 statistics, 0x4 controls, 0x8
+// signature, and the same shifted by 4 for byte-reversed text.
+bool LooksLikeUtf16(const void* buffer, int size, uint32_t mask);
+
+}  // namespace plat

@@ -1,0 +1,485 @@
+// Files on Linux. Share modes live in open-file-description locks on marker bytes
+// far past any real data: an open holds a shared lock on "has read", "has
+// write", "denies read" and "denies write" as they apply, then tests the opposite
+// markers for anybody else's lock. Each open takes its own markers before it
+// tests, so of two racing opens at least one sees the other (at worst both fail
+// with 32, never both succeed). Byte-range locks work the same way on the range
+// itself, which gives Windows' exclusive LockFile without needing a writable
+// descriptor.
+#include <dirent.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "platform/codepage.h"
+#include "platform/errors.h"
+#include "platform/file.h"
+
+namespace plat {
+namespace {
+
+constexpr uint32_t kErrNegativeSeek = 131;
+constexpr uint32_t kErrNotLocked = 158;
+constexpr uint32_t kGenericAll = 0x10000000u;
+constexpr uint32_t kReadDataBits = kGenericRead | kGenericAll | 0x1;       // FILE_READ_DATA
+constexpr uint32_t kWriteDataBits = kGenericWrite | kGenericAll | 0x2 | 0x4;  // WRITE, APPEND
+
+// The marker bytes of the share-mode emulation; byte ranges stop below them.
+constexpr off_t kMarkerBase = INT64_MAX - 0xFF;
+enum Marker { kHasRead = 0, kHasWrite = 1, kDeniesRead = 2, kDeniesWrite = 3 };
+
+struct PosixFile {
+  int fd = -1;
+  int lockFd = -1;   // a readable description of the same file (fd itself when readable)
+  std::string deletePath;
+  std::mutex rangesLock;
+  std::vector<std::pair<uint64_t, uint64_t>> ranges;   // this handle's byte-range locks
+};
+
+PosixFile* Get(FileHandle h) { return IsValidFile(h) ? static_cast<PosixFile*>(h) : nullptr; }
+
+bool BadHandle() {
+  SetLastError(kErrInvalidHandle);
+  return false;
+}
+
+std::string ToPosixPath(const char16_t* name) {
+  std::string path = Utf16ToUtf8(name ? std::u16string_view(name) : std::u16string_view());
+  for (char& c : path)
+    if (c == '\\') c = '/';
+  return path;
+}
+
+bool ParentExists(const std::string& path) {
+  const size_t slash = path.find_last_of('/');
+  if (slash == std::string::npos) return true;
+  if (slash == 0) return true;
+  struct stat st;
+  return ::stat(path.substr(0, slash).c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The Windows number of an open or stat failure: a missing folder is 3, a
+// missing file 2.
+uint32_t PathError(int err, const std::string& path) {
+  switch (err) {
+    case ENOENT: return ParentExists(path) ? kErrFileNotFound : kErrPathNotFound;
+    case ENOTDIR: return kErrPathNotFound;
+    case EISDIR: return kErrAccessDenied;
+    case EEXIST: return kErrFileExists;
+    case ENAMETOOLONG: return kErrFilenameExcedRange;
+    case EROFS: return kErrWriteProtect;
+    case ENOSPC: return kErrDiskFull;
+    default: return ErrorFromErrno(err);
+  }
+}
+
+bool SetMarkerLock(int fd, off_t start, off_t length, short type) {
+  struct flock fl {};
+  fl.l_type = type;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = start;
+  fl.l_len = length;
+  while (fcntl(fd, F_OFD_SETLK, &fl) != 0) {
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+// True when another open file description holds any lock in the range.
+bool OthersHold(int fd, off_t start, off_t length) {
+  struct flock fl {};
+  fl.l_type = F_WRLCK;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = start;
+  fl.l_len = length;
+  if (fcntl(fd, F_OFD_GETLK, &fl) != 0) return false;
+  return fl.l_type != F_UNLCK;
+}
+
+bool ShareConflict(int lockFd, bool read, bool write, bool deniesRead, bool deniesWrite) {
+  const bool mine[4] = {read, write, deniesRead, deniesWrite};
+  for (int m = 0; m < 4; ++m)
+    if (mine[m] && !SetMarkerLock(lockFd, kMarkerBase + m, 1, F_RDLCK)) return false;  // no locks here: no emulation
+  return (read && OthersHold(lockFd, kMarkerBase + kDeniesRead, 1)) ||
+         (write && OthersHold(lockFd, kMarkerBase + kDeniesWrite, 1)) ||
+         (deniesRead && OthersHold(lockFd, kMarkerBase + kHasRead, 1)) ||
+         (deniesWrite && OthersHold(lockFd, kMarkerBase + kHasWrite, 1));
+}
+
+void CloseDescriptors(PosixFile* f) {
+  if (f->lockFd >= 0 && f->lockFd != f->fd) ::close(f->lockFd);
+  if (f->fd >= 0) ::close(f->fd);
+  f->fd = f->lockFd = -1;
+}
+
+uint64_t ToFileTime(const timespec& ts) {
+  const int64_t secs = static_cast<int64_t>(ts.tv_sec) + 11644473600LL;
+  if (secs < 0) return 0;
+  return static_cast<uint64_t>(secs) * 10000000u + static_cast<uint64_t>(ts.tv_nsec) / 100u;
+}
+
+void FillInfo(const struct stat& st, const std::string& path, FileInfo* info) {
+  uint32_t attr = 0;
+  if (S_ISDIR(st.st_mode)) attr |= kAttrDirectory;
+  if (!(st.st_mode & S_IWUSR)) attr |= kAttrReadOnly;
+  const size_t slash = path.find_last_of('/');
+  const size_t base = slash == std::string::npos ? 0 : slash + 1;
+  if (base < path.size() && path[base] == '.') attr |= kAttrHidden;
+  info->attributes = attr ? attr : kAttrNormal;
+  info->creation = ToFileTime(st.st_ctim);
+  info->lastAccess = ToFileTime(st.st_atim);
+  info->lastWrite = ToFileTime(st.st_mtim);
+  info->size = S_ISDIR(st.st_mode) ? 0 : static_cast<uint64_t>(st.st_size);
+}
+
+}  // namespace
+
+FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
+                    uint32_t flags) {
+  const std::string path = ToPosixPath(name);
+  if (path.empty()) {
+    SetLastError(kErrPathNotFound);
+    return InvalidFile();
+  }
+  if (disposition < kCreateNew || disposition > kTruncateExisting) {
+    SetLastError(kErrInvalidParameter);
+    return InvalidFile();
+  }
+  const bool read = (access & kReadDataBits) != 0;
+  const bool write = (access & kWriteDataBits) != 0;
+  int mode = write ? (read ? O_RDWR : O_WRONLY) : O_RDONLY;
+  mode |= O_CLOEXEC;
+  const mode_t perms = (flags & kAttrReadOnly) ? 0444 : 0666;
+
+  int fd = -1;
+  bool existed = true;
+  for (int round = 0; round < 100 && fd < 0; ++round) {
+    if (disposition == kCreateNew) {
+      existed = false;
+      fd = ::open(path.c_str(), mode | O_CREAT | O_EXCL, perms);
+      break;
+    }
+    fd = ::open(path.c_str(), mode);
+    if (fd >= 0 || errno != ENOENT || disposition == kOpenExisting || disposition == kTruncateExisting)
+      break;
+    existed = false;
+    fd = ::open(path.c_str(), mode | O_CREAT | O_EXCL, perms);
+    if (fd < 0 && errno == EEXIST) existed = true;  // somebody else made it: open again
+    else break;
+  }
+  if (fd < 0) {
+    SetLastError(PathError(errno, path));
+    return InvalidFile();
+  }
+  struct stat st;
+  if (fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+    ::close(fd);
+    SetLastError(kErrAccessDenied);
+    return InvalidFile();
+  }
+  auto* f = new (std::nothrow) PosixFile();
+  if (!f) {
+    ::close(fd);
+    SetLastError(kErrNotEnoughMemory);
+    return InvalidFile();
+  }
+  f->fd = fd;
+  f->lockFd = (mode & O_ACCMODE) == O_WRONLY ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC) : fd;
+  if (f->lockFd >= 0 &&
+      ShareConflict(f->lockFd, read, write, !(share & kShareRead), !(share & kShareWrite))) {
+    CloseDescriptors(f);
+    delete f;
+    if (!existed) ::unlink(path.c_str());
+    SetLastError(kErrSharingViolation);
+    return InvalidFile();
+  }
+  // Truncation waits for the share test: a file in use keeps its data.
+  if (existed && (disposition == kCreateAlways || disposition == kTruncateExisting) &&
+      ::ftruncate(fd, 0) != 0) {
+    const uint32_t err = PathError(errno, path);
+    CloseDescriptors(f);
+    delete f;
+    SetLastError(err);
+    return InvalidFile();
+  }
+  if (flags & kFlagDeleteOnClose) f->deletePath = path;
+  SetLastError(existed && (disposition == kCreateAlways || disposition == kOpenAlways) ? kErrAlreadyExists
+                                                                                          : kErrSuccess);
+  return f;
+}
+
+bool FileClose(FileHandle h) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  if (!f->deletePath.empty()) ::unlink(f->deletePath.c_str());
+  CloseDescriptors(f);
+  delete f;
+  return true;
+}
+
+bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
+  if (done) *done = 0;
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  uint32_t total = 0;
+  auto* p = static_cast<char*>(buffer);
+  while (total < count) {
+    const ssize_t n = ::read(f->fd, p + total, count - total);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      if (done) *done = total;
+      SetLastErrorFromErrno();
+      return false;
+    }
+    if (n == 0) break;
+    total += static_cast<uint32_t>(n);
+  }
+  if (done) *done = total;
+  return true;
+}
+
+bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
+  if (done) *done = 0;
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  uint32_t total = 0;
+  const auto* p = static_cast<const char*>(buffer);
+  while (total < count) {
+    const ssize_t n = ::write(f->fd, p + total, count - total);
+    if (n <= 0) {
+      if (n < 0 && errno == EINTR) continue;
+      if (done) *done = total;
+      SetLastError(n == 0 ? kErrDiskFull : (errno == ENOSPC ? kErrDiskFull : ErrorFromErrno(errno)));
+      return false;
+    }
+    total += static_cast<uint32_t>(n);
+  }
+  if (done) *done = total;
+  return true;
+}
+
+bool FileSeek(FileHandle h, int64_t distance, uint32_t method, uint64_t* newPosition) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  int whence = method == kSeekBegin ? SEEK_SET : method == kSeekCurrent ? SEEK_CUR : method == kSeekEnd ? SEEK_END : -1;
+  if (whence < 0) {
+    SetLastError(kErrInvalidParameter);
+    return false;
+  }
+  const off_t pos = ::lseek(f->fd, static_cast<off_t>(distance), whence);
+  if (pos < 0) {
+    SetLastError(errno == EINVAL ? kErrNegativeSeek : ErrorFromErrno(errno));
+    return false;
+  }
+  if (newPosition) *newPosition = static_cast<uint64_t>(pos);
+  return true;
+}
+
+bool FileSize(FileHandle h, uint64_t* size) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  struct stat st;
+  if (fstat(f->fd, &st) != 0) {
+    SetLastErrorFromErrno();
+    return false;
+  }
+  *size = static_cast<uint64_t>(st.st_size);
+  return true;
+}
+
+bool FileSetEnd(FileHandle h) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  const off_t pos = ::lseek(f->fd, 0, SEEK_CUR);
+  if (pos < 0 || ::ftruncate(f->fd, pos) != 0) {
+    SetLastError(errno == EBADF || errno == EINVAL ? kErrAccessDenied : PathError(errno, std::string()));
+    return false;
+  }
+  return true;
+}
+
+bool FileFlush(FileHandle h) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  if (::fsync(f->fd) != 0 && errno != EINVAL) {
+    SetLastErrorFromErrno();
+    return false;
+  }
+  return true;
+}
+
+bool FileLockRange(FileHandle h, uint64_t offset, uint64_t length) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  if (length == 0) return true;
+  if (offset >= static_cast<uint64_t>(kMarkerBase)) {
+    SetLastError(kErrInvalidParameter);
+    return false;
+  }
+  const uint64_t room = static_cast<uint64_t>(kMarkerBase) - offset;
+  const off_t start = static_cast<off_t>(offset);
+  const off_t len = static_cast<off_t>(length < room ? length : room);
+  std::lock_guard<std::mutex> guard(f->rangesLock);
+  for (const auto& r : f->ranges) {
+    if (offset < r.first + r.second && r.first < offset + static_cast<uint64_t>(len)) {
+      SetLastError(kErrLockViolation);
+      return false;
+    }
+  }
+  if (f->lockFd >= 0) {
+    if (!SetMarkerLock(f->lockFd, start, len, F_RDLCK)) {
+      SetLastErrorFromErrno();
+      return false;
+    }
+    if (OthersHold(f->lockFd, start, len)) {
+      SetMarkerLock(f->lockFd, start, len, F_UNLCK);
+      SetLastError(kErrLockViolation);
+      return false;
+    }
+  }
+  f->ranges.emplace_back(offset, length);
+  return true;
+}
+
+bool FileUnlockRange(FileHandle h, uint64_t offset, uint64_t length) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  std::lock_guard<std::mutex> guard(f->rangesLock);
+  for (size_t i = 0; i < f->ranges.size(); ++i) {
+    if (f->ranges[i].first == offset && f->ranges[i].second == length) {
+      const uint64_t room = static_cast<uint64_t>(kMarkerBase) - offset;
+      if (f->lockFd >= 0)
+        SetMarkerLock(f->lockFd, static_cast<off_t>(offset), static_cast<off_t>(length < room ? length : room), F_UNLCK);
+      f->ranges.erase(f->ranges.begin() + static_cast<ptrdiff_t>(i));
+      return true;
+    }
+  }
+  SetLastError(length == 0 ? kErrSuccess : kErrNotLocked);
+  return length == 0;
+}
+
+bool FileTimes(FileHandle h, uint64_t* creation, uint64_t* access, uint64_t* write) {
+  PosixFile* f = Get(h);
+  if (!f) return BadHandle();
+  struct stat st;
+  if (fstat(f->fd, &st) != 0) {
+    SetLastErrorFromErrno();
+    return false;
+  }
+  if (creation) *creation = ToFileTime(st.st_ctim);
+  if (access) *access = ToFileTime(st.st_atim);
+  if (write) *write = ToFileTime(st.st_mtim);
+  return true;
+}
+
+bool FileInfoByName(const char16_t* name, FileInfo* info) {
+  const std::string path = ToPosixPath(name);
+  struct stat st;
+  if (path.empty() || ::stat(path.c_str(), &st) != 0) {
+    SetLastError(path.empty() ? kErrPathNotFound : PathError(errno, path));
+    return false;
+  }
+  FillInfo(st, path, info);
+  return true;
+}
+
+bool FileInfoByFind(const char16_t* name, FileInfo* info) {
+  const std::string path = ToPosixPath(name);
+  const size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
+  const std::string pattern = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (pattern.find_first_of("*?") == std::string::npos) {
+    struct stat st;
+    if (pattern.empty() || ::lstat(path.c_str(), &st) != 0) {
+      SetLastError(kErrFileNotFound);
+      return false;
+    }
+    FillInfo(st, path, info);
+    return true;
+  }
+  DIR* dir = ::opendir(folder.c_str());
+  if (!dir) {
+    SetLastError(kErrPathNotFound);
+    return false;
+  }
+  bool found = false;
+  while (dirent* e = ::readdir(dir)) {
+    if (fnmatch(pattern.c_str(), e->d_name, 0) != 0) continue;
+    const std::string full = folder + "/" + e->d_name;
+    struct stat st;
+    if (::lstat(full.c_str(), &st) == 0) {
+      FillInfo(st, full, info);
+      found = true;
+      break;
+    }
+  }
+  ::closedir(dir);
+  if (!found) SetLastError(kErrFileNotFound);
+  return found;
+}
+
+bool RemoveFile(const char16_t* name) {
+  const std::string path = ToPosixPath(name);
+  struct stat st;
+  if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+    SetLastError(kErrAccessDenied);
+    return false;
+  }
+  if (path.empty() || ::unlink(path.c_str()) != 0) {
+    SetLastError(path.empty() ? kErrPathNotFound : PathError(errno, path));
+    return false;
+  }
+  return true;
+}
+
+bool MakeFolder(const char16_t* name) {
+  const std::string path = ToPosixPath(name);
+  if (path.empty() || ::mkdir(path.c_str(), 0777) != 0) {
+    SetLastError(path.empty() ? kErrPathNotFound : errno == EEXIST ? kErrAlreadyExists : PathError(errno, path));
+    return false;
+  }
+  return true;
+}
+
+bool SystemTempPath(std::u16string& out) {
+  const char* env = std::getenv("TMPDIR");
+  std::string dir = env && *env ? env : "/tmp";
+  if (dir.back() != '/') dir += '/';
+  if (dir.size() > 260) {
+    SetLastError(kErrInsufficientBuffer);
+    return false;
+  }
+  out = Utf8ToUtf16(dir);
+  return true;
+}
+
+bool LongPathName(const std::u16string& in, std::u16string& out) {
+  const std::string path = ToPosixPath(in.c_str());
+  struct stat st;
+  if (path.empty() || ::stat(path.c_str(), &st) != 0) {
+    SetLastError(path.empty() ? kErrPathNotFound : PathError(errno, path));
+    return false;
+  }
+  out = in;
+  return true;
+}
+
+uint64_t FileTimeNow() {
+  timespec ts;
+  clock_gettime(CLOCK_REALTIME, &ts);
+  return ToFileTime(ts);
+}
+
+NoOpenFileErrorBox::NoOpenFileErrorBox() : old_(0) {}
+NoOpenFileErrorBox::~NoOpenFileErrorBox() = default;
+
+}  // namespace plat
