@@ -1,0 +1,222 @@
+// Events and the wait for any object. On Windows the same tests run against the
+// system's objects, which is the oracle for the Linux implementation.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "platform/errors.h"
+#include "platform/event.h"
+#include "platform/thread.h"
+
+namespace {
+
+using plat::WaitHandle;
+
+struct Events {
+  std::vector<WaitHandle> h;
+  Events(int n, bool manual) {
+    for (int i = 0; i < n; ++i) h.push_back(plat::EventCreate(manual, false));
+  }
+  ~Events() {
+    for (WaitHandle e : h) plat::HandleClose(e);
+  }
+};
+
+TEST(WaitAny, LowestSignalledIndexWinsAndAutoResetIsConsumed) {
+  Events ev(3, false);
+  plat::EventSet(ev.h[2]);
+  plat::EventSet(ev.h[0]);
+  EXPECT_EQ(plat::WaitAny(3, ev.h.data(), 0), 0u);
+  EXPECT_EQ(plat::WaitAny(3, ev.h.data(), 0), 2u);
+  EXPECT_EQ(plat::WaitAny(3, ev.h.data(), 0), plat::kWaitTimeout);
+}
+
+TEST(WaitAny, ManualResetStaysSignalledUntilReset) {
+  Events ev(2, true);
+  plat::EventSet(ev.h[1]);
+  EXPECT_EQ(plat::WaitAny(2, ev.h.data(), 0), 1u);
+  EXPECT_EQ(plat::WaitAny(2, ev.h.data(), 0), 1u);
+  plat::EventSet(ev.h[0]);
+  EXPECT_EQ(plat::WaitAny(2, ev.h.data(), 0), 0u);
+  plat::EventReset(ev.h[0]);
+  plat::EventReset(ev.h[1]);
+  EXPECT_EQ(plat::WaitAny(2, ev.h.data(), 0), plat::kWaitTimeout);
+}
+
+TEST(WaitAny, InitiallySignalledEvent) {
+  WaitHandle e = plat::EventCreate(false, true);
+  EXPECT_EQ(plat::WaitOne(e, 0), 0u);
+  EXPECT_EQ(plat::WaitOne(e, 0), plat::kWaitTimeout);
+  plat::HandleClose(e);
+}
+
+// Waiters blocked on one event; returns how many came back within `settleMs`.
+int Returned(const std::atomic<int>& n, int expect, int settleMs) {
+  auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(settleMs);
+  while (n.load() < expect && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));   // let any extra one show up
+  return n.load();
+}
+
+TEST(WaitAny, AutoResetWakesExactlyOneWaiterPerSet) {
+  WaitHandle e = plat::EventCreate(false, false);
+  std::atomic<int> woke{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 4; ++i)
+    waiters.emplace_back([&] {
+      if (plat::WaitOne(e, 10000) == 0) woke.fetch_add(1);
+    });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(woke.load(), 0);
+  for (int round = 1; round <= 4; ++round) {
+    plat::EventSet(e);
+    EXPECT_EQ(Returned(woke, round, 2000), round) << "round " << round;
+  }
+  for (auto& t : waiters) t.join();
+  // Every signal was taken by a waiter: nothing is left over.
+  EXPECT_EQ(plat::WaitOne(e, 0), plat::kWaitTimeout);
+  plat::HandleClose(e);
+}
+
+TEST(WaitAny, ManualResetWakesAllWaiters) {
+  WaitHandle e = plat::EventCreate(true, false);
+  std::atomic<int> woke{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 5; ++i)
+    waiters.emplace_back([&] {
+      if (plat::WaitOne(e, 10000) == 0) woke.fetch_add(1);
+    });
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  plat::EventSet(e);
+  for (auto& t : waiters) t.join();
+  EXPECT_EQ(woke.load(), 5);
+  plat::HandleClose(e);
+}
+
+TEST(WaitAny, WaiterGetsItsLowestIndexOfTheSignalledObject) {
+  Events ev(2, false);
+  WaitHandle arr[3] = {ev.h[0], ev.h[1], ev.h[1]};
+  std::atomic<uint32_t> got{0xDEAD};
+  std::thread t([&] { got = plat::WaitAny(3, arr, 10000); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  plat::EventSet(ev.h[1]);
+  t.join();
+  EXPECT_EQ(got.load(), 1u);
+}
+
+TEST(WaitAny, TimeoutTakesAboutTheTimeAsked) {
+  Events ev(1, true);
+  auto t0 = std::chrono::steady_clock::now();
+  EXPECT_EQ(plat::WaitAny(1, ev.h.data(), 40), plat::kWaitTimeout);
+  auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t0).count();
+  EXPECT_GE(ms, 30);
+  EXPECT_LT(ms, 5000);
+}
+
+TEST(WaitAny, BadArgumentsFailInsteadOfCrashing) {
+  Events ev(1, true);
+  WaitHandle bad[2] = {ev.h[0], nullptr};
+  EXPECT_EQ(plat::WaitAny(2, bad, 0), plat::kWaitFailed);
+  WaitHandle ones = reinterpret_cast<WaitHandle>(~uintptr_t(0));
+  EXPECT_FALSE(plat::HandleIsValid(ones));
+  EXPECT_FALSE(plat::HandleIsValid(nullptr));
+  EXPECT_EQ(plat::WaitAny(0, nullptr, 0), plat::kWaitFailed);
+  std::vector<WaitHandle> many(65, ev.h[0]);
+  EXPECT_EQ(plat::WaitAny(65, many.data(), 0), plat::kWaitFailed);
+  EXPECT_FALSE(plat::EventSet(nullptr));
+  EXPECT_FALSE(plat::HandleClose(nullptr));
+  EXPECT_EQ(plat::LastError(), plat::kErrInvalidHandle);
+}
+
+TEST(WaitAny, DuplicateOutlivesTheOriginal) {
+  WaitHandle e = plat::EventCreate(true, false);
+  WaitHandle dup = nullptr;
+  ASSERT_TRUE(plat::HandleDuplicate(e, &dup));
+  ASSERT_TRUE(plat::HandleIsValid(dup));
+  plat::EventSet(e);
+  EXPECT_EQ(plat::WaitOne(dup, 0), 0u);   // one object behind both handles
+  EXPECT_TRUE(plat::HandleClose(e));
+  plat::EventReset(dup);
+  EXPECT_EQ(plat::WaitOne(dup, 0), plat::kWaitTimeout);
+  EXPECT_TRUE(plat::HandleClose(dup));
+}
+
+TEST(WaitAny, PingPongLosesNoSignal) {
+  Events ev(2, false);
+  constexpr int kRounds = 5000;
+  std::thread other([&] {
+    for (int i = 0; i < kRounds; ++i) {
+      ASSERT_EQ(plat::WaitOne(ev.h[0], 10000), 0u);
+      plat::EventSet(ev.h[1]);
+    }
+  });
+  for (int i = 0; i < kRounds; ++i) {
+    plat::EventSet(ev.h[0]);
+    ASSERT_EQ(plat::WaitOne(ev.h[1], 10000), 0u) << i;
+  }
+  other.join();
+}
+
+uint32_t Entry(void* arg) {
+  static_cast<std::atomic<bool>*>(arg)->store(true);
+  return 42;
+}
+
+TEST(ThreadHandle, SuspendedUntilResumedThenSignalledWithItsExitCode) {
+  std::atomic<bool> ran{false};
+  uint32_t tid = 0;
+  int err = -1;
+  WaitHandle t = plat::ThreadCreateSuspended(16384, &Entry, &ran, &tid, &err);
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(err, 0);
+  EXPECT_NE(tid, 0u);
+  std::this_thread::sleep_for(std::chrono::milliseconds(40));
+  EXPECT_FALSE(ran.load());
+  uint32_t code = 0;
+  EXPECT_TRUE(plat::ThreadExitCode(t, &code));
+  EXPECT_EQ(code, plat::kStillActive);
+  EXPECT_EQ(plat::WaitOne(t, 0), plat::kWaitTimeout);
+  EXPECT_EQ(plat::ThreadSuspend(t), 1u);   // created suspended: count 1 before
+  EXPECT_EQ(plat::ThreadResume(t), 2u);
+  EXPECT_EQ(plat::ThreadResume(t), 1u);
+  EXPECT_EQ(plat::WaitOne(t, 10000), 0u);
+  EXPECT_TRUE(ran.load());
+  EXPECT_TRUE(plat::ThreadExitCode(t, &code));
+  EXPECT_EQ(code, 42u);
+  EXPECT_EQ(plat::WaitOne(t, 0), 0u);   // stays signalled
+  plat::ThreadTimeInfo times;
+  EXPECT_TRUE(plat::ThreadTimes(t, &times));
+  EXPECT_NE(times.exit, 0u);
+  EXPECT_GE(times.exit, times.creation);
+  EXPECT_TRUE(plat::HandleClose(t));
+}
+
+TEST(ThreadHandle, EventBeforeThreadInTheArrayWinsWhenBothAreSignalled) {
+  std::atomic<bool> ran{false};
+  WaitHandle t = plat::ThreadCreateSuspended(0, &Entry, &ran, nullptr, nullptr);
+  ASSERT_NE(t, nullptr);
+  plat::ThreadResume(t);
+  ASSERT_EQ(plat::WaitOne(t, 10000), 0u);
+  WaitHandle e = plat::EventCreate(true, true);
+  WaitHandle both[2] = {e, t};
+  EXPECT_EQ(plat::WaitAny(2, both, 0), 0u);
+  WaitHandle reversed[2] = {t, e};
+  EXPECT_EQ(plat::WaitAny(2, reversed, 0), 0u);
+  plat::HandleClose(e);
+  plat::HandleClose(t);
+}
+
+TEST(ThreadHandle, HugeStackFailsWithAnError) {
+  std::atomic<bool> ran{false};
+  int err = 0;
+  WaitHandle t = plat::ThreadCreateSuspended(size_t(1) << 46, &Entry, &ran, nullptr, &err);
+  EXPECT_EQ(t, nullptr);
+  EXPECT_NE(plat::LastError(), 0u);
+  EXPECT_FALSE(ran.load());
+}
+
+}  // namespace

@@ -1,0 +1,360 @@
+// clsThreadBase: the start handshake and its limit, the stop, the end with its
+// time-out, force and recursion guard, names, priorities and ThreadWait.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "ThreadTestUtil.h"
+#include "debug/DebugChannel.h"
+#include "module/Identity.h"
+#include "platform/clock.h"
+#include "platform/event.h"
+#include "platform/thread.h"
+#include "thread/ThreadBase.h"
+
+namespace {
+
+using zxtest::Ascii;
+using zxtest::DiagCapture;
+
+// A kernel event as a gate that a test opens; safe to leave in a thread that is
+// ended by force.
+struct Gate {
+  plat::WaitHandle h = plat::EventCreate(true, false);
+  ~Gate() { plat::HandleClose(h); }
+  void Open() { plat::EventSet(h); }
+};
+
+// Loops on ThreadWait until stopped; remembers what it saw.
+class Looper : public zx::clsThreadBase {
+ public:
+  explicit Looper(const char* name = "Test::Looper") : clsThreadBase(name) {}
+  ~Looper() override { ThreadEnd(false, 10000, false); }
+  uint32_t ThreadProc() override {
+    const char* n = zx::DebugChannel()->ThreadName();
+    channelName = n ? n : "(none)";
+    int32_t r = 0;
+    while (ThreadWait(plat::kInfinite, &r, 0)) {
+    }
+    lastResult = r;
+    return exitCode.load();
+  }
+  std::string channelName;
+  int32_t lastResult = 0;
+  std::atomic<uint32_t> exitCode{7};
+};
+
+// Ignores the stop event: runs until its gate opens.
+class Stubborn : public zx::clsThreadBase {
+ public:
+  explicit Stubborn(plat::WaitHandle gate, bool endInDestructor = true)
+      : clsThreadBase("Test::Stubborn"), gate_(gate), end_(endInDestructor) {}
+  ~Stubborn() override {
+    if (end_) ThreadEnd(false, 10000, false);
+  }
+  uint32_t ThreadProc() override {
+    entered.Open();
+    plat::WaitOne(gate_, plat::kInfinite);
+    return 5;   // touches nothing of the object: it may have been abandoned
+  }
+  // Tests wait for this before they end or destroy the object, so that the thread
+  // is inside the derived ThreadProc.
+  void WaitEntered() { ASSERT_EQ(plat::WaitOne(entered.h, 10000), 0u); }
+  Gate entered;
+
+ private:
+  plat::WaitHandle gate_;
+  bool end_;
+};
+
+TEST(ThreadBase, StartRunsEndStopsAndCollectsTheExitCode) {
+  DiagCapture diag;
+  Looper t;
+  EXPECT_EQ(t.ThreadGetState(), 0);
+  ASSERT_TRUE(t.ThreadStart(0));
+  EXPECT_TRUE(t.ThreadStarted());
+  EXPECT_EQ(t.ThreadGetState(), 1);
+  EXPECT_NE(t.ThreadId(), 0u);
+  EXPECT_EQ(t.ThreadExitCode(), 0xFFFFFFFFu);
+  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
+  EXPECT_EQ(t.ThreadHandle(), nullptr);
+  EXPECT_EQ(t.ThreadId(), 0u);
+  EXPECT_EQ(t.ThreadExitCode(), 7u);
+  EXPECT_EQ(t.lastResult, static_cast<int32_t>(0x80000000u));
+  EXPECT_EQ(t.ThreadGetState(), 0);
+  // Developer mode: the thread's times.
+  EXPECT_EQ(diag.Count("thread '" + Ascii(zx::Identity().libraryBaseName.wchar()) +
+                       "::Test::Looper' was alive for "), 1);
+  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));   // nothing left to end
+}
+
+TEST(ThreadBase, NameCarriesTheModuleAndTheChannelSeesThePartBehindIt) {
+  Looper t("DocuList::Reload");
+  const std::string module = Ascii(zx::Identity().libraryBaseName.wchar());
+  EXPECT_EQ(std::string(t.ThreadName()), module + "::DocuList::Reload");
+  ASSERT_TRUE(t.ThreadStart(0));
+  t.ThreadEnd(false, 10000, false);
+  EXPECT_EQ(t.channelName, "DocuList::Reload");
+
+  Looper unnamed(nullptr);
+  EXPECT_EQ(std::string(unnamed.ThreadName()), module + "::");
+}
+
+std::atomic<bool> g_hookRan{false};
+void MarkHook(zx::clsThreadBase*) { g_hookRan = true; }
+
+TEST(ThreadBase, StartReturnsOnlyAfterTheThreadHasBegun) {
+  g_hookRan = false;
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(&MarkHook);
+  Looper t;
+  ASSERT_TRUE(t.ThreadStart(0));
+  EXPECT_TRUE(g_hookRan.load());
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(nullptr);
+}
+
+plat::WaitHandle g_holdHandshake = nullptr;
+void HoldHook(zx::clsThreadBase*) { plat::WaitOne(g_holdHandshake, plat::kInfinite); }
+
+TEST(ThreadBase, HandshakeTimesOutAfterTwentySecondsOnTheLibraryClock) {
+  DiagCapture diag;
+  Gate hold;
+  g_holdHandshake = hold.h;
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(&HoldHook);
+  Looper t("Test::Slow");
+  bool started = true;
+  {
+    plat::FakeClock clock;
+    std::thread starter([&] { started = t.ThreadStart(0); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    clock.Advance(19990);   // not yet
+    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    clock.Advance(10);
+    starter.join();
+  }
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(nullptr);
+  EXPECT_FALSE(started);
+  EXPECT_FALSE(t.ThreadStarted());
+  ASSERT_NE(t.ThreadGetLastError(), nullptr);
+  const std::string expected =
+      "clsThreadBase(" + std::string(t.ThreadName()) +
+      ")::ThreadStart: WaitForSingleObject() failed: result=00000102, GetLastError()=";
+  EXPECT_EQ(Ascii(t.ThreadGetLastError()->wchar()).rfind(expected, 0), 0u) << Ascii(t.ThreadGetLastError()->wchar());
+  EXPECT_EQ(diag.Count("ERR: " + expected), 1);
+  // The thread was left as it was: let it run, then end it.
+  plat::WaitHandle h = t.ThreadHandle();
+  ASSERT_NE(h, nullptr);
+  EXPECT_EQ(t.ThreadGetState(), 0);   // never started, as far as the object knows
+  hold.Open();
+  plat::EventSet(t.StopEvent());
+  EXPECT_EQ(plat::WaitOne(h, 10000), 0u);
+  EXPECT_TRUE(t.ThreadEnd(false, 1000, false));
+  EXPECT_EQ(diag.Count("::ThreadEnd(): warning: thread handle is not NULL, but ::GetExitCodeThread(_hThread,&dwEC) "
+                       "failed("), 1);
+  EXPECT_EQ(t.ThreadHandle(), nullptr);
+}
+
+TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
+  class Once : public zx::clsThreadBase {
+   public:
+    Once() : clsThreadBase("Test::Once") {}
+    ~Once() override { ThreadEnd(false, 10000, false); }
+    uint32_t ThreadProc() override { return ++runs; }
+    std::atomic<uint32_t> runs{0};
+  } t;
+  ASSERT_TRUE(t.ThreadStart(0));
+  const uint32_t firstId = t.ThreadId();
+  ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
+  EXPECT_EQ(t.ThreadGetState(), 3);
+  ASSERT_TRUE(t.ThreadStart(0));   // collects the old one first
+  EXPECT_EQ(t.ThreadExitCode(), 0xFFFFFFFFu);
+  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
+  EXPECT_EQ(t.ThreadExitCode(), 2u);
+  EXPECT_EQ(t.runs.load(), 2u);
+  (void)firstId;
+}
+
+TEST(ThreadBase, StartOnARunningThreadIsHarmlessAndResumesASuspendedOne) {
+  Looper t;
+  ASSERT_TRUE(t.ThreadStart(0));
+  const uint32_t id = t.ThreadId();
+  EXPECT_TRUE(t.ThreadStart(0));
+  EXPECT_EQ(t.ThreadId(), id);
+  EXPECT_EQ(plat::ThreadSuspend(t.ThreadHandle()), 0u);
+  EXPECT_TRUE(t.ThreadStart(0));                            // resumes
+  EXPECT_EQ(plat::ThreadSuspend(t.ThreadHandle()), 0u);     // count back at 0
+  EXPECT_EQ(plat::ThreadResume(t.ThreadHandle()), 1u);
+}
+
+TEST(ThreadBase, EndFromInsideTheThreadSignalsTheStopAndClosesNothing) {
+  class SelfEnder : public zx::clsThreadBase {
+   public:
+    SelfEnder() : clsThreadBase("Test::SelfEnder") {}
+    ~SelfEnder() override { ThreadEnd(false, 10000, false); }
+    uint32_t ThreadProc() override {
+      endResult = ThreadEnd(false, 1000, false);
+      handleKept = ThreadHandle() != nullptr;
+      stopped = !ThreadWait(0, &waitResult, 0);
+      return 3;
+    }
+    bool endResult = false, handleKept = false, stopped = false;
+    int32_t waitResult = 0;
+  } t;
+  ASSERT_TRUE(t.ThreadStart(0));
+  ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
+  EXPECT_TRUE(t.endResult);
+  EXPECT_TRUE(t.handleKept);
+  EXPECT_TRUE(t.stopped);
+  EXPECT_EQ(t.waitResult, static_cast<int32_t>(0x80000000u));
+  EXPECT_EQ(t.ThreadGetState(), 3);
+  EXPECT_TRUE(t.ThreadEnd(false, 1000, false));
+  EXPECT_EQ(t.ThreadExitCode(), 3u);
+}
+
+TEST(ThreadBase, SecondEndWhileTheFirstWaitsReturnsAtOnce) {
+  DiagCapture diag;
+  Gate gate;
+  Stubborn t(gate.h);
+  ASSERT_TRUE(t.ThreadStart(0));
+  std::atomic<bool> firstDone{false};
+  std::thread first([&] {
+    t.ThreadEnd(false, plat::kInfinite, false);
+    firstDone = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_TRUE(t.ThreadEnd(false, plat::kInfinite, false));   // the guard: at once
+  EXPECT_FALSE(firstDone.load());
+  EXPECT_EQ(diag.Count("ups ;) some recursion in ThreadEnd()? Might be OK though ;)"), 1);
+  gate.Open();
+  first.join();
+  EXPECT_EQ(t.ThreadHandle(), nullptr);
+  EXPECT_EQ(t.ThreadExitCode(), 5u);
+}
+
+TEST(ThreadBase, EndWithoutForceOnABusyThreadLeavesItRunning) {
+  Gate gate;
+  Stubborn t(gate.h);
+  ASSERT_TRUE(t.ThreadStart(0));
+  EXPECT_TRUE(t.ThreadEnd(false, 0, false));
+  EXPECT_NE(t.ThreadHandle(), nullptr);
+  EXPECT_EQ(t.ThreadGetState(), 1);
+  EXPECT_EQ(plat::WaitOne(t.StopEvent(), 0), 0u);   // the stop is set
+  auto t0 = std::chrono::steady_clock::now();
+  EXPECT_TRUE(t.ThreadEnd(false, 60, false));       // times out again
+  EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(50));
+  EXPECT_NE(t.ThreadHandle(), nullptr);
+  gate.Open();
+  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
+  EXPECT_EQ(t.ThreadHandle(), nullptr);
+}
+
+TEST(ThreadBase, EndSkipsTheWaitForASuspendedThreadWhenAsked) {
+  Gate gate;
+  Stubborn t(gate.h);
+  ASSERT_TRUE(t.ThreadStart(0));
+  plat::ThreadSuspend(t.ThreadHandle());
+  auto t0 = std::chrono::steady_clock::now();
+  EXPECT_TRUE(t.ThreadEnd(true, 5000, false));
+  EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(4000));
+  EXPECT_NE(t.ThreadHandle(), nullptr);
+  plat::ThreadResume(t.ThreadHandle());
+  gate.Open();
+}
+
+TEST(ThreadBase, ForcedEndReportsFalseAndClosesTheHandle) {
+  DiagCapture diag;
+  Gate gate;
+  plat::WaitHandle dup = nullptr;
+  {
+    Stubborn t(gate.h);
+    ASSERT_TRUE(t.ThreadStart(0));
+    t.WaitEntered();
+    ASSERT_TRUE(plat::HandleDuplicate(t.ThreadHandle(), &dup));
+    EXPECT_FALSE(t.ThreadEnd(false, 50, true));
+    EXPECT_EQ(t.ThreadHandle(), nullptr);
+    EXPECT_EQ(t.ThreadExitCode(), 0u);
+    EXPECT_EQ(diag.Count("forced to exit!") + diag.Count("was alive for"), 1);
+  }
+  gate.Open();   // an abandoned thread (Linux) runs to its end
+  EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
+  plat::HandleClose(dup);
+}
+
+TEST(ThreadBase, DestructorOfAClassThatForgotToEndWarnsAndForcesAfterOneSecond) {
+  DiagCapture diag;
+  Gate gate;
+  plat::WaitHandle dup = nullptr;
+  auto t0 = std::chrono::steady_clock::now();
+  {
+    Stubborn t(gate.h, false);
+    ASSERT_TRUE(t.ThreadStart(0));
+    t.WaitEntered();
+    ASSERT_TRUE(plat::HandleDuplicate(t.ThreadHandle(), &dup));
+    t0 = std::chrono::steady_clock::now();
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(900));
+  EXPECT_EQ(diag.Count("::~clsThreadBase: warning: derived class does not end thread. I do it here - cross your "
+                       "fingers that the derived class does not access any members in the thread function!!!"),
+            1);
+  gate.Open();
+  EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
+  plat::HandleClose(dup);
+}
+
+TEST(ThreadBase, PriorityIsSetAfterTheHandshake) {
+  Looper below;
+  ASSERT_TRUE(below.ThreadStart(-1));
+  EXPECT_EQ(plat::ThreadGetPriority(below.ThreadHandle()), -1);
+  Looper idle;
+  ASSERT_TRUE(idle.ThreadStart(plat::kThreadPriorityIdle));
+  EXPECT_EQ(plat::ThreadGetPriority(idle.ThreadHandle()), plat::kThreadPriorityIdle);
+}
+
+TEST(ThreadWait, ResultsForTimeOutStopAndArgumentHandles) {
+  Looper t;   // not started: ThreadWait works on its stop event from any thread
+  int32_t r = 99;
+  EXPECT_TRUE(t.ThreadWait(30, &r, 0));
+  EXPECT_EQ(r, -1);
+
+  plat::WaitHandle a = plat::EventCreate(false, false), b = plat::EventCreate(true, true);
+  EXPECT_TRUE(t.ThreadWait(1000, &r, 2, a, b));
+  EXPECT_EQ(r, 1);
+  plat::EventSet(a);
+  EXPECT_TRUE(t.ThreadWait(1000, &r, 2, a, b));
+  EXPECT_EQ(r, 0);   // lowest index wins
+  plat::EventSet(t.StopEvent());
+  EXPECT_FALSE(t.ThreadWait(1000, &r, 2, a, b));   // the stop event comes first
+  EXPECT_EQ(r, static_cast<int32_t>(0x80000000u));
+  plat::EventReset(t.StopEvent());
+
+  plat::WaitHandle many[64];
+  for (auto& h : many) h = b;
+  EXPECT_TRUE(t.ThreadWaitArray(0, &r, 64, many));   // 65 with the stop event
+  EXPECT_EQ(r, -2);
+  plat::WaitHandle closed = plat::EventCreate(true, false);
+  plat::HandleClose(closed);
+  EXPECT_TRUE(t.ThreadWait(0, &r, 1, closed));
+  EXPECT_EQ(r, -2);
+  plat::HandleClose(a);
+  plat::HandleClose(b);
+}
+
+TEST(ThreadWait, TimeOutWaitsForTheLibraryClock) {
+  Looper t;
+  int32_t r = 0;
+  plat::FakeClock clock;
+  std::atomic<bool> done{false};
+  std::thread w([&] {
+    EXPECT_TRUE(t.ThreadWait(50, &r, 0));
+    done = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_FALSE(done.load());   // real time passed, the library's clock didn't
+  clock.Advance(50);
+  w.join();
+  EXPECT_EQ(r, -1);
+}
+
+}  // namespace
