@@ -77,11 +77,15 @@ void Tracked(benchmark::State& state, DWORD heapFlags, DWORD objectFlags) {
 
 void BM_TrackedPlain(benchmark::State& state) { Tracked(state, 0, 0); }
 void BM_TrackedDebugNoStack(benchmark::State& state) { Tracked(state, UTIL_HEAP_DEBUG, UTIL_OBJ_NO_STACK); }
+// The job lock serialises every heap call anyway: an unserialised system heap
+// saves its own lock.
+void BM_TrackedPlainUnserialised(benchmark::State& state) { Tracked(state, UTIL_HEAP_NO_SERIALIZE, 0); }
 
 BENCHMARK(BM_Malloc)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(BM_MiMalloc)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(BM_TrackedPlain)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(BM_TrackedDebugNoStack)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK(BM_TrackedPlainUnserialised)->Threads(1)->Threads(2)->UseRealTime();
 
 // Keeps the console output and remembers each run's time per iteration.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -124,6 +128,8 @@ int main(int argc, char** argv) {
     reporter.PrintRatio(("plain vs malloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_Malloc" + suffix, 1.5);
     reporter.PrintRatio(("debug, no stack vs malloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
                         "BM_Malloc" + suffix, 3.0);
+    reporter.PrintRatio(("plain, unserialised heap vs malloc" + threads).c_str(),
+                        "BM_TrackedPlainUnserialised" + suffix, "BM_Malloc" + suffix, 1.5);
     reporter.PrintRatio(("plain vs mimalloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_MiMalloc" + suffix, 0);
     reporter.PrintRatio(("debug, no stack vs mimalloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
                         "BM_MiMalloc" + suffix, 0);

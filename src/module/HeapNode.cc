@@ -17,8 +17,6 @@ namespace {
 constexpr size_t kInitialHeapSize = 32768;
 constexpr uint32_t kDeadHeap = 0x44414544u;   // "DEAD"
 
-std::atomic<const plat::HeapServices*> g_services{nullptr};
-
 // Dead nodes wait here for reuse (job lock).
 clsHeapNode* g_freeNodes = nullptr;
 
@@ -72,13 +70,15 @@ bool Traced(const clsHeapNode* heap) {
 
 }  // namespace
 
-const plat::HeapServices& HeapServices() {
-  const plat::HeapServices* s = g_services.load(std::memory_order_acquire);
-  return s ? *s : plat::SystemHeapServices();
+const plat::HeapServices& HeapServicesFirstUse() {
+  const plat::HeapServices* system = &plat::SystemHeapServices();
+  const plat::HeapServices* none = nullptr;
+  g_heapServices.compare_exchange_strong(none, system, std::memory_order_acq_rel);
+  return *g_heapServices.load(std::memory_order_acquire);
 }
 
 void SetHeapServicesForTests(const plat::HeapServices* services) {
-  g_services.store(services, std::memory_order_release);
+  g_heapServices.store(services ? services : &plat::SystemHeapServices(), std::memory_order_release);
 }
 
 // ---- the node
@@ -225,7 +225,7 @@ int32_t HeapValidate(clsHeapNode* heap, void* user) {
   } else {
     if (user && sys.validate) {
       const auto* p = static_cast<const uint8_t*>(user);
-      const uint32_t word = reinterpret_cast<uintptr_t>(p) < 0x10000 ? 0 : plat::ProbeRead32(p - 4);
+      const uint32_t word = heap->WordInFront(p);
       const uint8_t* block = word == kDebugUserMagic ? p - kDebugHeader
                              : word == kPlainMagic   ? p - kPlainHeader
                                                      : p;

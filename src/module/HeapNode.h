@@ -2,6 +2,7 @@
 // and the two object forms recognised by the word in front of the user pointer.
 // Everything here runs under the job lock.
 #pragma once
+#include <atomic>
 #include <cstdint>
 
 #include "module/StackRecord.h"
@@ -75,6 +76,12 @@ class clsHeapNode {
   void* AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag);
   int32_t FreeObject(void* user);
   int32_t SizeObject(void* user);
+  // The word in front of a user pointer (which tells the object's form), or 0 when
+  // it cannot be read: a wild or stale pointer gets its error code, not a fault.
+  uint32_t WordInFront(const void* user);
+  // Whether [at, at + n) can be read: the system heap knows its own memory; other
+  // addresses are asked of the system (error paths only).
+  bool CanRead(const void* at, size_t n);
   // The leak listing: a scope with the count, the heap's stack, the debug objects.
   void Listing();
 
@@ -97,7 +104,14 @@ void DumpDebugObject(const uint8_t* user, size_t blockSize, bool withStack = tru
 void ReleaseObjectRecord(const uint8_t* user);
 
 // The system heap services the heaps use (tests replace them; null restores).
-const plat::HeapServices& HeapServices();
+// The system heap services in use: the system's, or a test's. Read on every heap
+// call, so the pointer is kept here rather than asked of the platform each time.
+constinit inline std::atomic<const plat::HeapServices*> g_heapServices{nullptr};
+const plat::HeapServices& HeapServicesFirstUse();
+inline const plat::HeapServices& HeapServices() {
+  const plat::HeapServices* s = g_heapServices.load(std::memory_order_acquire);
+  return s ? *s : HeapServicesFirstUse();
+}
 void SetHeapServicesForTests(const plat::HeapServices* services);
 
 // The exports of the heap family.

@@ -9,6 +9,7 @@
 
 #include "core/Format.h"
 #include "debug/Debug.h"
+#include "debug/DebugChannel.h"
 #include "module/HeapNode.h"
 #include "module/JobLock.h"
 #include "module/ModuleList.h"
@@ -208,9 +209,19 @@ void clsHeapNode::PrintError(const char16_t* method, const void* user, const cha
   DebugPrint(u"%s", text);
 }
 
+bool clsHeapNode::CanRead(const void* at, size_t n) {
+  const plat::HeapServices& sys = HeapServices();
+  return !sys.holds || sys.holds(heap, at, n) || plat::MemoryReadable(at, n);
+}
+
+uint32_t clsHeapNode::WordInFront(const void* userPointer) {
+  const auto* user = static_cast<const uint8_t*>(userPointer);
+  return Plausible(user) && CanRead(user - 4, 4) ? plat::ProbeRead32(user - 4) : 0;
+}
+
 int32_t clsHeapNode::FreeObject(void* userPointer) {
   auto* user = static_cast<uint8_t*>(userPointer);
-  const uint32_t word = Plausible(user) ? plat::ProbeRead32(user - 4) : 0;
+  const uint32_t word = WordInFront(user);
   if (word == kDebugUserMagic) return FreeDebugObject(user);
   if (word == kPlainMagic) return FreePlainObject(user);
   PrintError(u"FreeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)", word);
@@ -219,7 +230,7 @@ int32_t clsHeapNode::FreeObject(void* userPointer) {
 
 int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
   uint8_t* block = user - kDebugHeader;
-  if (plat::ProbeRead32(block) != kDebugMagic) {
+  if (!CanRead(block, kDebugHeader) || plat::ProbeRead32(block) != kDebugMagic) {
     PrintError(u"FreeObjectD", user, u"Not allocated with UTIL or memory underrun (object not freed)");
     return kRcBadObject;
   }
@@ -250,7 +261,7 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
     PrintError(u"FreeObjectD", user, u"bad size %d", size);
     DumpDebugObject(user, blockSize);
   }
-  if (IsDebugActive()) std::memset(user, kFillFreed, static_cast<uint32_t>(size));
+  if (DebugActiveInline()) std::memset(user, kFillFreed, static_cast<uint32_t>(size));
   if (!sys.free(heap, FreeOptions(), block)) {
     PrintError(u"FreeObjectD", user, u"error freeing object");
     DumpDebugObject(user, blockSize);
@@ -264,7 +275,7 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
 int32_t clsHeapNode::FreePlainObject(uint8_t* user) {
   uint8_t* block = user - kPlainHeader;
   const plat::HeapServices& sys = HeapServices();
-  if (IsDebugActive()) {
+  if (DebugActiveInline()) {
     const size_t blockSize = sys.size(heap, FreeOptions(), block);
     const int64_t n = blockSize == plat::kHeapBadBlock ? -1 : static_cast<int64_t>(blockSize);
     if (n > 0)
@@ -282,7 +293,7 @@ int32_t clsHeapNode::FreePlainObject(uint8_t* user) {
 
 int32_t clsHeapNode::SizeObject(void* userPointer) {
   auto* user = static_cast<uint8_t*>(userPointer);
-  const uint32_t word = Plausible(user) ? plat::ProbeRead32(user - 4) : 0;
+  const uint32_t word = WordInFront(user);
   if (word != kDebugUserMagic && word != kPlainMagic) {
     PrintError(u"SizeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)\n", word);
     return kRcBadObject;

@@ -40,10 +40,18 @@ struct HeapServices {
   bool (*walk)(SysHeap heap, HeapWalkFn fn, void* context);            // false when it could not run
   bool (*lock)(SysHeap heap);
   bool (*unlock)(SysHeap heap);
+  // Whether [at, at + n) lies in memory the heap keeps mapped, so that reading it
+  // cannot fault, freed blocks included. Null where the heap cannot tell (Windows):
+  // the callers then read as the system's own heap code would.
+  bool (*holds)(SysHeap heap, const void* at, size_t n);
 };
 
 // The services of this system, resolved once.
 const HeapServices& SystemHeapServices();
+
+// Whether [at, at + n) can be read without a fault, asked of the system (a slow
+// call, for error paths).
+bool MemoryReadable(const void* at, size_t n);
 
 }  // namespace plat
 

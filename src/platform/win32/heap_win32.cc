@@ -70,7 +70,7 @@ bool UnlockHeap(SysHeap heap) { return heap && Kernel().unlock(heap) != FALSE; }
 const HeapServices& SystemHeapServices() {
   static const HeapServices services = [] {
     const LateBound& k = Kernel();
-    HeapServices s{&Create, &Destroy, &Alloc, &Free, &Size, nullptr, nullptr, nullptr, nullptr, nullptr};
+    HeapServices s{&Create, &Destroy, &Alloc, &Free, &Size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     if (k.validate) s.validate = &Validate;
     if (k.compact) s.compact = &Compact;
     if (k.walk) s.walk = &Walk;
@@ -79,6 +79,20 @@ const HeapServices& SystemHeapServices() {
     return s;
   }();
   return services;
+}
+
+// ReadProcessMemory on our own process fails instead of faulting.
+bool MemoryReadable(const void* at, size_t n) {
+  unsigned char scratch[256];
+  auto* from = static_cast<const unsigned char*>(at);
+  while (n > 0) {
+    const size_t piece = n < sizeof scratch ? n : sizeof scratch;
+    SIZE_T got = 0;
+    if (!ReadProcessMemory(GetCurrentProcess(), from, scratch, piece, &got) || got != piece) return false;
+    n -= piece;
+    from += piece;
+  }
+  return true;
 }
 
 }  // namespace plat
