@@ -1,39 +1,14 @@
 // Region locks with their list. A lock is retried for 10,000 ms (the first three
-// attempts always), idling between attempts: a yield, and a real 1 ms sleep when
-// the tick has entered a new 100 ms block since the last attempt, so the loop
-// sleeps about ten times a second. Every tenth yield in a row without the tick
-// moving also sleeps, which keeps the loop finite on a clock that only moves
-// when somebody sleeps.
+// attempts always), with an idle step of the backoff between attempts.
 #include "core/Diag.h"
 #include "file/File.h"
-#include "platform/clock.h"
+#include "thread/Backoff.h"
+#include "thread/TickCount.h"
 
 namespace zx {
 namespace {
 
 constexpr uint64_t kLockTimeoutMs = 10000;
-
-class LockIdle {
- public:
-  void Step() {
-    const uint64_t now = plat::TickCount64();
-    const bool newBlock = m_bHadCall && now / 100 != m_qwLastTick / 100;
-    if (newBlock || ++m_nYields >= 10) {
-      plat::SleepMs(1);
-      m_nYields = 0;
-    } else {
-      plat::SleepMs(0);
-    }
-    if (now != m_qwLastTick) m_nYields = 0;
-    m_qwLastTick = now;
-    m_bHadCall = true;
-  }
-
- private:
-  uint64_t m_qwLastTick = 0;
-  bool m_bHadCall = false;
-  int m_nYields = 0;
-};
 
 ULARGE_INTEGER U64(uint64_t v) {
   ULARGE_INTEGER u;
@@ -45,20 +20,22 @@ ULARGE_INTEGER U64(uint64_t v) {
 
 scFileLock* clsFile::Lock(uint64_t offset, uint64_t length) {
   if (!IsOpen()) return nullptr;
-  const uint64_t start = plat::TickCount64();
-  LockIdle idle;
+  const uint64_t start = UtilTickCount64();
   bool locked = false;
-  for (int attempt = 0;; ++attempt) {
-    if (attempt >= 3 && plat::TickCount64() - start >= kLockTimeoutMs) break;
-    if (m_hFile.Valid()) {
-      locked = plat::FileLockRange(m_hFile.Get(), offset, length);
-    } else if (m_pStream) {
-      const HRESULT hr = m_pStream->LockRegion(U64(offset), U64(length), LOCK_EXCLUSIVE);
-      // A stream without locking counts as locked.
-      locked = hr >= 0 || hr == plat::kSTG_E_INVALIDFUNCTION || hr == plat::kE_NOTIMPL;
+  {
+    clsBackoff backoff(clsBackoff::kTimed);   // its end lowers a raised timer period
+    for (int attempt = 0;; ++attempt) {
+      if (attempt >= 3 && UtilTickCount64() - start >= kLockTimeoutMs) break;
+      if (m_hFile.Valid()) {
+        locked = plat::FileLockRange(m_hFile.Get(), offset, length);
+      } else if (m_pStream) {
+        const HRESULT hr = m_pStream->LockRegion(U64(offset), U64(length), LOCK_EXCLUSIVE);
+        // A stream without locking counts as locked.
+        locked = hr >= 0 || hr == plat::kSTG_E_INVALIDFUNCTION || hr == plat::kE_NOTIMPL;
+      }
+      if (locked) break;
+      backoff.Idle(clsBackoff::kTimed);
     }
-    if (locked) break;
-    idle.Step();
   }
   if (!locked) return nullptr;
   scFileLock* node = m_pRetired;

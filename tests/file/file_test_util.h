@@ -1,0 +1,102 @@
+// Helpers of the file tests: a scratch folder per test, byte files, captured
+// diagnostic lines and an outside converter as oracle.
+#pragma once
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "core/Diag.h"
+#include "core/String.h"
+#include "file/File.h"
+
+namespace ftest {
+
+namespace fs = std::filesystem;
+
+inline zx::String Str(const fs::path& p) { return zx::String(std::u16string_view(p.u16string())); }
+
+class ScratchDir {
+ public:
+  ScratchDir() {
+    static std::atomic<int> counter{0};
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string leaf = std::string("zxut_file_") + (info ? info->name() : "x") + "_" +
+                       std::to_string(++counter);
+    path_ = fs::temp_directory_path() / leaf;
+    fs::remove_all(path_);
+    fs::create_directories(path_);
+  }
+  ~ScratchDir() {
+    std::error_code ec;
+    fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
+    fs::remove_all(path_, ec);
+  }
+  fs::path operator/(const std::string& leaf) const { return path_ / leaf; }
+  const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+inline void WriteBytes(const fs::path& p, const std::string& bytes) {
+  std::ofstream out(p, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::string ReadBytes(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// Collects the library's diagnostic lines while it lives.
+class DiagCapture {
+ public:
+  DiagCapture() { previous_ = zx::SetDiagSink(&Sink, this, &previousContext_); }
+  ~DiagCapture() { zx::SetDiagSink(previous_, previousContext_); }
+  bool Contains(const std::u16string& text) const {
+    for (const auto& l : lines_)
+      if (l.find(text) != std::u16string::npos) return true;
+    return false;
+  }
+  size_t Count(const std::u16string& text) const {
+    size_t n = 0;
+    for (const auto& l : lines_)
+      if (l.find(text) != std::u16string::npos) ++n;
+    return n;
+  }
+  const std::vector<std::u16string>& lines() const { return lines_; }
+
+ private:
+  static void Sink(const char16_t* line, void* ctx) { static_cast<DiagCapture*>(ctx)->lines_.emplace_back(line); }
+  std::vector<std::u16string> lines_;
+  zx::DiagSink previous_ = nullptr;
+  void* previousContext_ = nullptr;
+};
+
+#ifndef _WIN32
+// Runs `command` through the shell with `input` on stdin; stdout in `output`.
+inline bool RunFilter(const std::string& command, const std::string& input, std::string& output) {
+  char inPath[] = "/tmp/zxut_file_in_XXXXXX";
+  const int fd = mkstemp(inPath);
+  if (fd < 0) return false;
+  FILE* in = fdopen(fd, "wb");
+  fwrite(input.data(), 1, input.size(), in);
+  fclose(in);
+  FILE* p = popen((command + " < " + inPath + " 2>/dev/null").c_str(), "r");
+  if (!p) return false;
+  output.clear();
+  char buf[4096];
+  size_t n;
+  while ((n = fread(buf, 1, sizeof buf, p)) > 0) output.append(buf, n);
+  const int rc = pclose(p);
+  std::remove(inPath);
+  return rc == 0;
+}
+#endif
+
+}  // namespace ftest

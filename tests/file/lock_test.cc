@@ -1,0 +1,132 @@
+// Region locks: conflicts between two opens (33), the 10-second retry on a test
+// clock, the lock list and its diagnostic lines.
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "file/File.h"
+#include "file_test_util.h"
+#include "platform/clock.h"
+#include "platform/errors.h"
+
+using namespace zx;
+using ftest::Str;
+
+namespace {
+
+// A clock on which every sleep, a yield included, takes at least 1 ms: the
+// retry loops end after their time-outs in a few thousand steps.
+class SteppingClock {
+ public:
+  SteppingClock() {
+    plat::ClockHooks h{&Tick, &Sleep, this};
+    plat::SetClockHooks(&h);
+  }
+  ~SteppingClock() { plat::SetClockHooks(nullptr); }
+  uint64_t Now() const { return now_; }
+  uint64_t Sleeps() const { return sleeps_; }
+
+ private:
+  static uint64_t Tick(void* ctx) { return static_cast<SteppingClock*>(ctx)->now_; }
+  static void Sleep(uint32_t ms, void* ctx) {
+    auto* c = static_cast<SteppingClock*>(ctx);
+    c->now_ += ms ? ms : 1;
+    ++c->sleeps_;
+  }
+  std::atomic<uint64_t> now_{5000000};
+  std::atomic<uint64_t> sleeps_{0};
+};
+
+}  // namespace
+
+TEST(FileLock, OverlappingRangesOfTwoOpensConflictWith33) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "locked.dat";
+  ftest::WriteBytes(path, std::string(100, 'x'));
+  clsFile a(Str(path), 2, 0, 3, 0x100);
+  clsFile b(Str(path), 0, 0, 3, 0x100);
+  ASSERT_TRUE(a.IsOpen() && b.IsOpen());
+  ASSERT_TRUE(plat::FileLockRange(a.Handle(), 10, 20));
+  EXPECT_FALSE(plat::FileLockRange(b.Handle(), 25, 10));
+  EXPECT_EQ(33u, plat::LastError());
+  EXPECT_FALSE(plat::FileLockRange(b.Handle(), 0, 11));
+  EXPECT_EQ(33u, plat::LastError());
+  EXPECT_TRUE(plat::FileLockRange(b.Handle(), 30, 10));   // adjacent is free
+  EXPECT_TRUE(plat::FileLockRange(b.Handle(), 0, 10));
+  // The same handle cannot lock a range twice either.
+  EXPECT_FALSE(plat::FileLockRange(a.Handle(), 15, 1));
+  EXPECT_EQ(33u, plat::LastError());
+  EXPECT_FALSE(plat::FileUnlockRange(a.Handle(), 10, 5));   // only whole ranges unlock
+  EXPECT_TRUE(plat::FileUnlockRange(a.Handle(), 10, 20));
+  EXPECT_TRUE(plat::FileLockRange(b.Handle(), 10, 20));
+  // Past 4 GB: ranges of 64-bit offsets.
+  EXPECT_TRUE(plat::FileLockRange(a.Handle(), 0x100000000ull, 0x10));
+  EXPECT_FALSE(plat::FileLockRange(b.Handle(), 0x100000008ull, 1));
+  EXPECT_TRUE(plat::FileLockRange(b.Handle(), 0x0FFFFFFF0ull, 0x10));
+}
+
+TEST(FileLock, LockRetriesForTenSecondsThenGivesUp) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "locked.dat";
+  ftest::WriteBytes(path, std::string(100, 'x'));
+  clsFile a(Str(path), 2, 0, 3, 0x100);
+  clsFile b(Str(path), 2, 0, 3, 0x100);
+  scFileLock* held = a.Lock(0, 50);
+  ASSERT_NE(nullptr, held);
+  {
+    SteppingClock clock;
+    const uint64_t start = clock.Now();
+    EXPECT_EQ(nullptr, b.Lock(40, 20));
+    const uint64_t waited = clock.Now() - start;
+    EXPECT_GE(waited, 10000u);
+    EXPECT_LT(waited, 10200u);
+    EXPECT_EQ(nullptr, b.LockListHead());
+  }
+  {
+    // A free range is taken at the first attempt, without idling.
+    SteppingClock clock;
+    scFileLock* got = b.Lock(50, 10);
+    ASSERT_NE(nullptr, got);
+    EXPECT_EQ(0u, clock.Sleeps());
+    b.Unlock(got);
+  }
+  a.Unlock(held);
+  EXPECT_EQ(nullptr, a.LockListHead());
+  scFileLock* now = b.Lock(40, 20);
+  ASSERT_NE(nullptr, now);
+  b.Unlock(now);
+}
+
+TEST(FileLock, TheListKeepsOrderAndReportsDoubleUnlocks) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "list.dat";
+  ftest::WriteBytes(path, std::string(100, 'x'));
+  ftest::DiagCapture diag;
+  {
+    clsFile f(Str(path), 2, 0, 0, 0x100);
+    scFileLock* l1 = f.Lock(0, 10);
+    scFileLock* l2 = f.Lock(10, 10);
+    scFileLock* l3 = f.Lock(20, 10);
+    ASSERT_TRUE(l1 && l2 && l3);
+    EXPECT_EQ(l1, f.LockListHead());
+    EXPECT_EQ(l2, l1->next);
+    EXPECT_EQ(l3, l2->next);
+    EXPECT_EQ(l2, l3->prev);
+    f.Unlock(l2);
+    EXPECT_EQ(l3, l1->next);
+    EXPECT_EQ(l1, l3->prev);
+    EXPECT_EQ(0u, diag.Count(u"tried to unlock"));
+    f.Unlock(l2);
+    EXPECT_EQ(1u, diag.Count(u"tried to unlock a lock that has already been removed (or has never existed)"));
+    EXPECT_TRUE(diag.Contains(u"\nFile '"));
+    f.Unlock(nullptr);
+    // l1 and l3 remain: the destructor reports and releases them.
+  }
+  EXPECT_EQ(1u, diag.Count(u"are still locked. they will be unlocked automatically..."));
+  clsFile g(Str(path), 2, 0, 0, 0x100);
+  scFileLock* all = g.Lock(0, 100);
+  EXPECT_NE(nullptr, all);
+  g.Unlock(all);
+  clsFile closed;
+  EXPECT_EQ(nullptr, closed.Lock(0, 1));
+}

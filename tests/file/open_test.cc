@@ -1,0 +1,312 @@
+// Opening: share modes between two opens, error kinds and texts, the name test,
+// the retries, delete-on-close, write failures.
+#include <gtest/gtest.h>
+
+#include "file/File.h"
+#include "file_test_util.h"
+#include "platform/clock.h"
+#include "platform/errors.h"
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+
+using namespace zx;
+using ftest::Str;
+
+namespace {
+
+struct Opening {
+  uint32_t access, create, share;
+};
+
+struct ShareCase {
+  Opening first, second;
+  bool secondOpens;
+};
+
+// The same table holds on Windows, where the system's own share modes judge it.
+const ShareCase kShareCases[] = {
+    {{0, 0, 2}, {0, 0, 2}, true},    // two readers sharing reading
+    {{0, 0, 2}, {1, 0, 2}, false},   // a writer against a reader that shares only reading
+    {{0, 0, 3}, {1, 0, 3}, true},    // both share everything
+    {{1, 1, 2}, {0, 0, 3}, true},    // read while others write
+    {{1, 1, 2}, {0, 0, 2}, false},   // ... but not while denying them writing
+    {{2, 0, 0}, {0, 0, 3}, false},   // exclusive writer
+    {{0, 0, 0}, {0, 0, 3}, false},   // share value 0 is no sharing
+    {{0, 0, 1}, {0, 0, 3}, false},   // and so is 1
+    {{0, 0, 3}, {2, 0, 0}, false},   // the second one denies what the first has
+};
+
+// Counts the system opens; can fail them with a chosen error.
+class CountingFile : public clsFileRW {
+ public:
+  int calls = 0;
+  uint32_t failWith = 0;
+  plat::FileHandle CreateHandle(const String& name, uint32_t access, uint32_t share, uint32_t disposition,
+                                uint32_t flags) override {
+    ++calls;
+    lastFlags = flags;
+    if (failWith) {
+      plat::SetLastError(failWith);
+      return plat::InvalidFile();
+    }
+    return clsFileRW::CreateHandle(name, access, share, disposition, flags);
+  }
+  uint32_t lastFlags = 0;
+};
+
+}  // namespace
+
+TEST(FileOpen, ShareModesOfTwoOpensConflictAsOnWindows) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "shared.dat";
+  ftest::WriteBytes(path, "0123456789");
+  for (const ShareCase& c : kShareCases) {
+    SCOPED_TRACE(testing::Message() << c.first.access << c.first.create << c.first.share << " then "
+                                    << c.second.access << c.second.create << c.second.share);
+    clsFile a(Str(path), c.first.access, c.first.create, c.first.share, 0x100);
+    ASSERT_TRUE(a.IsOpen()) << a.GetLastErrorKind();
+    clsFile b(Str(path), c.second.access, c.second.create, c.second.share, 0x100);
+    EXPECT_EQ(c.secondOpens, b.IsOpen());
+    if (!c.secondOpens) {
+      EXPECT_EQ(32u, plat::LastError());
+      EXPECT_EQ(kFileErrInUse, b.GetLastErrorKind());
+      EXPECT_FALSE(b.GetLastErrorText().IsEmpty());
+    }
+    // Closing the first one frees the file for the second.
+    a.Close();
+    EXPECT_EQ(0, b.Open(Str(path), c.second.access, c.second.create, c.second.share, 0x100));
+  }
+  // No failed open truncated or changed the file.
+  EXPECT_EQ("0123456789", ftest::ReadBytes(path));
+}
+
+TEST(FileOpen, CreateAlwaysOfAFileInUseKeepsItsData) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "keep.dat";
+  ftest::WriteBytes(path, "precious");
+  clsFile reader(Str(path), 0, 0, 2, 0x100);
+  ASSERT_TRUE(reader.IsOpen());
+  clsFile writer(Str(path), 2, 2, 0, 0x102);
+  EXPECT_FALSE(writer.IsOpen());
+  EXPECT_EQ(kFileErrInUse, writer.GetLastErrorKind());
+  EXPECT_EQ("precious", ftest::ReadBytes(path));
+}
+
+TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKinds) {
+  ftest::ScratchDir dir;
+  clsFile f(Str(dir / "absent.txt"), 0, 0, 2, 0x102);
+  EXPECT_FALSE(f.IsOpen());
+  EXPECT_EQ(kFileErrOther, f.GetLastErrorKind());
+  EXPECT_EQ(2u, plat::LastError());
+  EXPECT_EQ(String(u"The system cannot find the file specified."), f.GetLastErrorText());
+
+  EXPECT_EQ(-1, f.Open(Str(dir / "no" / "such" / "folder.txt"), 2, 2, 0, 0x102));
+  EXPECT_EQ(kFileErrPath, f.GetLastErrorKind());
+  EXPECT_EQ(3u, plat::LastError());
+  EXPECT_FALSE(ftest::fs::exists(dir / "no"));
+  // The kind survives Close until the next Open.
+  f.Close();
+  EXPECT_EQ(kFileErrPath, f.GetLastErrorKind());
+}
+
+TEST(FileOpen, AFolderOrAReadOnlyFileGivesNoAccess) {
+  ftest::ScratchDir dir;
+  ftest::fs::create_directory(dir / "folder");
+  clsFile f(Str(dir / "folder"), 0, 0, 2, 0x100);
+  EXPECT_FALSE(f.IsOpen());
+  EXPECT_EQ(kFileErrAccess, f.GetLastErrorKind());
+  EXPECT_EQ(5u, plat::LastError());
+
+  // Created with the read-only attribute, the file refuses writers afterwards.
+  const auto ro = dir / "readonly.txt";
+  {
+    clsFile make(Str(ro), 2, 2, 0, 0x400);
+    ASSERT_TRUE(make.IsOpen());
+    EXPECT_EQ(4u, make.WriteString("data"));
+  }
+#ifndef _WIN32
+  if (geteuid() == 0) GTEST_SKIP() << "root writes into read-only files";
+#endif
+  clsFile w(Str(ro), 1, 0, 2, 0x100);
+  EXPECT_FALSE(w.IsOpen());
+  EXPECT_EQ(kFileErrAccess, w.GetLastErrorKind());
+  EXPECT_EQ("data", ftest::ReadBytes(ro));
+#ifdef _WIN32
+  SetFileAttributesW(ro.wstring().c_str(), FILE_ATTRIBUTE_NORMAL);
+#endif
+}
+
+TEST(FileOpen, ReservedNamesFailWithoutTouchingTheSystem) {
+  ftest::ScratchDir dir;
+  for (const char16_t* name : {u"CON", u"NUL", u"COM1.txt", u"LPT9", u"AUX.log", u"PRN.dat", u"name.", u"name ",
+                               u"a<b", u"what?", u""}) {
+    SCOPED_TRACE(testing::Message() << String(name).narrow());
+    CountingFile f;
+    String full = Str(dir.path());
+    full.Append(u"\\");
+    full.Append(name);
+    EXPECT_EQ(-1, f.Open(full, 2, 2, 0, 0x100));
+    EXPECT_EQ(0, f.calls);
+    EXPECT_EQ(kFileErrReserved, f.GetLastErrorKind());
+    EXPECT_EQ(String(u"file name is reserved by Windows"), f.GetLastErrorText());
+  }
+  EXPECT_FALSE(IsValidFileName(String(u"C:\\work\\PRN.dat")));
+  EXPECT_FALSE(IsValidFileName(String(u"C:CON")));
+  EXPECT_TRUE(IsValidFileName(String(u"C:\\CON\\file.txt")));   // folders play no part
+  EXPECT_TRUE(IsValidFileName(String(u"COM10")));
+  EXPECT_TRUE(IsValidFileName(String(u"CONSOLE.txt")));
+  EXPECT_TRUE(IsValidFileName(String(u"x.CON")));
+}
+
+TEST(FileOpen, LowerCaseDeviceNamesAndLpt0ReachTheSystem) {
+#ifdef _WIN32
+  GTEST_SKIP() << "the system itself maps con and lpt0 to devices";
+#else
+  ftest::ScratchDir dir;
+  for (const char* name : {"con.txt", "LPT0"}) {
+    CountingFile f;
+    EXPECT_EQ(0, f.Open(Str(dir / name), 2, 2, 0, 0x100)) << name;
+    EXPECT_EQ(1, f.calls);
+    EXPECT_EQ(kFileErrNone, f.GetLastErrorKind());
+    f.Close();
+    EXPECT_TRUE(ftest::fs::exists(dir / name));
+  }
+#endif
+}
+
+TEST(FileOpen, CreatingWithoutWriteAccessWarnsAndGoesOn) {
+  ftest::ScratchDir dir;
+  ftest::DiagCapture diag;
+  clsFile f(Str(dir / "new.txt"), 0, 1, 2, 0x100);
+  EXPECT_TRUE(f.IsOpen());
+  EXPECT_TRUE(diag.Contains(u"creating a file without write access does not make much sense"));
+  EXPECT_TRUE(ftest::fs::exists(dir / "new.txt"));
+}
+
+TEST(FileOpen, ThreeAttemptsAndPausesOnlyForTemporaryFiles) {
+  ftest::ScratchDir dir;
+  for (uint32_t error : {32u, 33u, 5u}) {
+    for (uint32_t flags : {0x100u, 0x800u}) {
+      plat::FakeClock clock;
+      CountingFile f;
+      f.failWith = error;
+      EXPECT_EQ(-1, f.Open(Str(dir / "busy.dat"), 0, 0, 2, flags));
+      EXPECT_EQ(3, f.calls);
+      const bool pauses = (flags & 0x800) && error != 5;
+      EXPECT_EQ(pauses ? 300u : 0u, clock.SleptTotal()) << error << " " << flags;
+      EXPECT_EQ(error == 5 ? kFileErrAccess : kFileErrInUse, f.GetLastErrorKind());
+      EXPECT_EQ(error, plat::LastError());   // left as the failure left it
+    }
+  }
+  // A real conflict behaves the same: the temporary attribute asks for pauses.
+  const auto path = dir / "held.dat";
+  ftest::WriteBytes(path, "x");
+  clsFile holder(Str(path), 2, 0, 0, 0x100);
+  ASSERT_TRUE(holder.IsOpen());
+  plat::FakeClock clock;
+  CountingFile f;
+  EXPECT_EQ(-1, f.Open(Str(path), 0, 0, 2, 0x800));
+  EXPECT_EQ(3, f.calls);
+  EXPECT_EQ(300u, clock.SleptTotal());
+  EXPECT_EQ(plat::kAttrTemporary, f.lastFlags & plat::kAttrTemporary);
+}
+
+TEST(FileOpen, ErrorKindsOfTheClassification) {
+  const struct {
+    uint32_t error, kind;
+  } cases[] = {{3, 1}, {15, 1}, {53, 1}, {55, 1}, {32, 2}, {33, 2}, {183, 3},
+               {5, 4}, {19, 4}, {2, 5}, {0, 5}, {87, 5}, {184, 5}, {1117, 5}};
+  for (const auto& c : cases) {
+    CountingFile f;
+    f.failWith = c.error;
+    f.Open(String(u"anything.txt"), 0, 0, 2, 0);
+    EXPECT_EQ(c.kind, f.GetLastErrorKind()) << c.error;
+  }
+}
+
+TEST(FileOpen, FlagTranslationTable) {
+  EXPECT_EQ(0u, TranslateFileFlags(0));
+  EXPECT_EQ(plat::kFlagWriteThrough | plat::kFlagSequentialScan | plat::kFlagDeleteOnClose | plat::kFlagRandomAccess,
+            TranslateFileFlags(0x00F));
+  EXPECT_EQ(plat::kAttrNormal | plat::kAttrHidden | plat::kAttrReadOnly | plat::kAttrTemporary,
+            TranslateFileFlags(0xF00));
+  EXPECT_EQ(0u, TranslateFileFlags(0x0F0 | 0xF000));
+}
+
+TEST(FileOpen, DeleteOnCloseRemovesOnlyWhatWasOpen) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "scratch.tmp";
+  clsFile f(Str(path), 2, 2, 0, 0x104);
+  ASSERT_TRUE(f.IsOpen());
+  EXPECT_EQ(3u, f.WriteString("abc"));
+  f.Close();
+  EXPECT_FALSE(ftest::fs::exists(path));
+
+  // A failed open with the same flag leaves the other owner's file alone.
+  ftest::WriteBytes(path, "theirs");
+  clsFile owner(Str(path), 2, 0, 0, 0x100);
+  ASSERT_TRUE(owner.IsOpen());
+  clsFile g(Str(path), 2, 0, 0, 0x104);
+  EXPECT_FALSE(g.IsOpen());
+  g.Close();
+  owner.Close();
+  EXPECT_EQ("theirs", ftest::ReadBytes(path));
+}
+
+TEST(FileOpen, AnAdoptedHandleIsOwnedAndClosed) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "adopt.dat";
+  plat::FileHandle h = plat::FileOpen(Str(path).wchar(), plat::kGenericRead | plat::kGenericWrite, 0,
+                                      plat::kCreateAlways, plat::kAttrNormal);
+  ASSERT_TRUE(plat::IsValidFile(h));
+  {
+    clsFileRW f(h);
+    EXPECT_TRUE(f.Owned());
+    EXPECT_EQ(5u, f.WriteString("hello"));
+  }
+  // Closed by the object: an exclusive open now succeeds.
+  clsFile again(Str(path), 2, 0, 0, 0x100);
+  EXPECT_TRUE(again.IsOpen());
+  EXPECT_EQ(5u, again.GetSize());
+}
+
+TEST(FileWrite, AFullDiskGivesAShortCountAndTheLine) {
+#ifdef _WIN32
+  GTEST_SKIP() << "no device that is always full";
+#else
+  ftest::DiagCapture diag;
+  clsFileRW f(String(u"/dev/full"), 1, 0, 3, 0x100);
+  ASSERT_TRUE(f.IsOpen()) << f.GetLastErrorKind();
+  EXPECT_EQ(0u, f.Write("data", 4));
+  EXPECT_EQ(112u, plat::LastError());
+  EXPECT_TRUE(diag.Contains(u"clsFile(/dev/full)::Write(): write failure... 0/4 (There is not enough space on the disk.)"));
+  ULONG written = 7;
+  EXPECT_EQ(plat::kS_FALSE, static_cast<IStream&>(f).Write("data", 4, &written));
+  EXPECT_EQ(0u, written);
+#endif
+}
+
+TEST(FileWrite, OffsetsWriteStringAndTheWideCount) {
+  ftest::ScratchDir dir;
+  const auto path = dir / "w.bin";
+  clsFileRW f(Str(path), 2, 2, 0, 0x100);
+  ASSERT_TRUE(f.IsOpen());
+  EXPECT_EQ(10u, f.WriteString("0123456789"));
+  const int64_t at = 2;
+  EXPECT_EQ(2u, f.Write("ab", 2, &at));
+  EXPECT_EQ(4u, f.GetPos());
+  const int64_t here = -1;
+  EXPECT_EQ(1u, f.Write("Z", 1, &here));
+  EXPECT_EQ(2u, f.WriteString(u"\u00e9x"));   // characters, 2 bytes each
+  EXPECT_EQ(1u, f.WriteString(u"yz", 1));
+  EXPECT_EQ(2u, f.WriteString("pq", 2));
+  f.Close();
+  EXPECT_EQ(std::string("01abZ\xe9\0x\0y\0pq", 13), ftest::ReadBytes(path));
+  clsFile closed;
+  EXPECT_EQ(0xFFFFFFFFu, closed.WriteString(u"x"));
+  EXPECT_EQ(0u, closed.Write("x", 1));
+  EXPECT_EQ(kAllOnes64, closed.GetSize());
+  EXPECT_EQ(kAllOnes64, closed.GetPos());
+  EXPECT_EQ(kAllOnes64, closed.SetPos(3));
+}
