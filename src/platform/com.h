@@ -69,7 +69,8 @@ static_assert(sizeof(STATSTG) == 80, "STATSTG is 80 bytes");
 
 enum { STREAM_SEEK_SET = 0, STREAM_SEEK_CUR = 1, STREAM_SEEK_END = 2 };
 enum { STATFLAG_DEFAULT = 0, STATFLAG_NONAME = 1 };
-enum { LOCK_WRITE = 1, LOCK_EXCLUSIVE = 2, LOCK_ONLYONCE = 4 };
+// LOCK_WRITE (1) is left out: glibc's <fcntl.h> has a macro of that name.
+enum { LOCK_EXCLUSIVE = 2, LOCK_ONLYONCE = 4 };
 enum { STGTY_STORAGE = 1, STGTY_STREAM = 2 };
 
 struct IUnknown {
