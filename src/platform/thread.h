@@ -18,13 +18,16 @@ using ThreadEntry = uint32_t (*)(void* arg);
 
 // Creates a thread that doesn't run until ThreadResume (the runtime's thread start,
 // so the C runtime is set up for it). Null on failure with `*err` the errno of the
-// runtime and the thread's error number set.
+// runtime and the thread's error number set. `threadId` may be null: ThreadIdOf
+// tells it later (on Linux the identifier is known only once the thread exists,
+// and asking for it at once costs the creator a wait).
 WaitHandle ThreadCreateSuspended(size_t stackSize, ThreadEntry entry, void* arg, uint32_t* threadId,
                                  int* err);
 // Return the previous suspend count, or 0xFFFFFFFF on failure. On Linux a running
 // thread cannot be stopped from outside: the count is kept, and only a thread that
 // hasn't begun yet waits for it to reach 0.
 uint32_t ThreadSuspend(WaitHandle thread);
+uint32_t ThreadIdOf(WaitHandle thread);   // 0 for an invalid handle
 uint32_t ThreadResume(WaitHandle thread);
 // Relative priorities as SetThreadPriority takes them (-15, -2..2, 15).
 bool ThreadSetPriority(WaitHandle thread, int priority);

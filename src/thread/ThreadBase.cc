@@ -119,15 +119,13 @@ bool clsThreadBase::ThreadStart(int priority) {
   m_bStarted = false;
   const uint32_t stack = ThreadGetStackSize();
   int err = 0;
-  uint32_t tid = 0;
-  m_hThread = plat::ThreadCreateSuspended(stack, &Entry, &args, &tid, &err);
+  m_hThread = plat::ThreadCreateSuspended(stack, &Entry, &args, nullptr, &err);
   if (!m_hThread) {
     SetError(u"clsThreadBase(%hs)::ThreadStart: Cannot create thread (stack size %d KiB): errno=%d, "
              u"GetLastError()=%s",
              m_szName, static_cast<int>(stack >> 10), err, LastErrorText().wchar());
     return false;
   }
-  m_dwThreadId = tid;
   plat::ThreadResume(m_hThread);
   // The limit is measured on the library's clock, in rounds of at most 100 ms.
   const uint64_t deadline = UtilTickCount64() + kThreadStartLimitMs;
@@ -138,6 +136,7 @@ bool clsThreadBase::ThreadStart(int priority) {
     result = plat::WaitOne(started.Handle(), round);
     if (result != plat::kWaitTimeout || round == 0) break;
   }
+  m_dwThreadId = plat::ThreadIdOf(m_hThread);
   if (result != plat::kWaitObject0) {
     m_bStarted = false;
     SetError(u"clsThreadBase(%hs)::ThreadStart: WaitForSingleObject() failed: result=%08x, GetLastError()=%s",

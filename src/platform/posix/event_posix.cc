@@ -1,11 +1,17 @@
-// Events and the wait for any of several objects, on one mutex and a condition
-// variable per waiter. A setter doesn't just wake waiters to race for the signal:
-// it decides under the lock who gets it (for an auto-reset event, the first waiter
-// in line), so an auto-reset signal wakes exactly one thread and nobody spins.
+// Events and the wait for any of several objects, on one mutex and a futex word
+// per waiter. A setter doesn't just wake waiters to race for the signal: it
+// decides under the lock who gets it (for an auto-reset event, the first waiter in
+// line), so an auto-reset signal wakes exactly one thread and nobody spins. The
+// chosen waiter is woken after the lock is released, so that it doesn't wake into
+// a held lock.
+#include <linux/futex.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <new>
 #include <unordered_set>
@@ -17,8 +23,12 @@ namespace plat {
 namespace detail {
 
 struct Waiter {
-  std::condition_variable cv;
-  std::vector<WaitObject*> objects;
+  // 0 waiting, 1 chosen. The setter's wake may reach the word after the waiter has
+  // left; a futex wake on a stale word is at worst a spurious wake-up, which every
+  // futex user tolerates (ours loops on the word).
+  std::atomic<uint32_t> state{0};
+  WaitObject* objects[kMaxWaitObjects];
+  uint32_t count = 0;
   uint32_t result = kPending;
   static constexpr uint32_t kPending = 0xFFFFFFFEu;
 };
@@ -36,21 +46,50 @@ std::unordered_set<WaitObject*>& Live() {
 }
 
 void Unlink(Waiter* w) {
-  for (WaitObject* o : w->objects) {
-    auto& v = o->waiters;
+  for (uint32_t i = 0; i < w->count; ++i) {
+    auto& v = w->objects[i]->waiters;
     v.erase(std::remove(v.begin(), v.end(), w), v.end());
   }
 }
 
-// Gives `w` the signal of `o`: its lowest index of `o` is the result.
-void Satisfy(Waiter* w, WaitObject* o) {
-  for (uint32_t i = 0; i < w->objects.size(); ++i)
+// Gives `w` the signal of `o` (its lowest index of `o` is the result). WaitLock
+// is held; the caller wakes `w` with Wake after releasing it.
+Waiter* Satisfy(Waiter* w, WaitObject* o) {
+  for (uint32_t i = 0; i < w->count; ++i)
     if (w->objects[i] == o) {
       w->result = i;
       break;
     }
   Unlink(w);
-  w->cv.notify_one();
+  return w;
+}
+
+long Futex(std::atomic<uint32_t>* word, int op, uint32_t value, const timespec* timeout) {
+  return ::syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, timeout, nullptr, 0);
+}
+
+void Wake(Waiter* w) {
+  w->state.store(1, std::memory_order_release);
+  Futex(&w->state, FUTEX_WAKE_PRIVATE, 1, nullptr);
+}
+
+// Sleeps while the state is 0, until `deadline` (none: forever). True when chosen.
+template <class TimePoint>
+bool Sleep(Waiter* w, const TimePoint* deadline) {
+  for (;;) {
+    const uint32_t s = w->state.load(std::memory_order_acquire);
+    if (s != 0) return true;
+    timespec ts, *pts = nullptr;
+    if (deadline) {
+      const auto left = *deadline - std::chrono::steady_clock::now();
+      if (left <= decltype(left)::zero()) return false;
+      const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(left).count();
+      ts.tv_sec = static_cast<time_t>(ns / 1000000000);
+      ts.tv_nsec = static_cast<long>(ns % 1000000000);
+      pts = &ts;
+    }
+    Futex(&w->state, FUTEX_WAIT_PRIVATE, 0, pts);
+  }
 }
 
 }  // namespace
@@ -77,10 +116,15 @@ void Release(WaitObject* object) {
   delete object;
 }
 
-void SignalAll(WaitObject* object) {
+std::vector<Waiter*> SignalAll(WaitObject* object) {
   object->signalled = true;
-  std::vector<Waiter*> waiting = object->waiters;
-  for (Waiter* w : waiting) Satisfy(w, object);
+  std::vector<Waiter*> chosen = object->waiters;
+  for (Waiter* w : chosen) Satisfy(w, object);
+  return chosen;
+}
+
+void WakeAll(const std::vector<Waiter*>& chosen) {
+  for (Waiter* w : chosen) Wake(w);
 }
 
 uint64_t FileTimeNow() {
@@ -105,16 +149,20 @@ WaitHandle EventCreate(bool manualReset, bool initiallySignalled) {
 }
 
 bool EventSet(WaitHandle event) {
-  std::lock_guard<std::mutex> g(detail::WaitLock());
+  std::unique_lock<std::mutex> l(detail::WaitLock());
   WaitObject* o = detail::Lookup(event);
   if (!o || o->kind != WaitObject::Kind::Event) {
     SetLastError(kErrInvalidHandle);
     return false;
   }
   if (o->manual) {
-    detail::SignalAll(o);
+    std::vector<detail::Waiter*> chosen = detail::SignalAll(o);
+    l.unlock();
+    detail::WakeAll(chosen);
   } else if (!o->waiters.empty()) {
-    detail::Satisfy(o->waiters.front(), o);   // consumed by that wait: stays reset
+    detail::Waiter* w = detail::Satisfy(o->waiters.front(), o);   // consumed by that wait: stays reset
+    l.unlock();
+    detail::Wake(w);
   } else {
     o->signalled = true;
   }
@@ -174,11 +222,10 @@ uint32_t WaitAny(uint32_t count, const WaitHandle* handles, uint32_t timeoutMs, 
   }
   std::unique_lock<std::mutex> l(detail::WaitLock());
   detail::Waiter w;
-  w.objects.reserve(count);
   for (uint32_t i = 0; i < count; ++i) {
     WaitObject* o = detail::Lookup(handles[i]);
     if (!o) return kWaitFailed;
-    w.objects.push_back(o);
+    w.objects[w.count++] = o;
   }
   for (uint32_t i = 0; i < count; ++i) {
     WaitObject* o = w.objects[i];
@@ -188,20 +235,22 @@ uint32_t WaitAny(uint32_t count, const WaitHandle* handles, uint32_t timeoutMs, 
     }
   }
   if (timeoutMs == 0) return kWaitTimeout;
-  for (WaitObject* o : w.objects) {
-    ++o->refs;   // a handle closed during the wait keeps its object until we leave
-    o->waiters.push_back(&w);
+  for (uint32_t i = 0; i < count; ++i) {
+    ++w.objects[i]->refs;   // a handle closed during the wait keeps its object until we leave
+    w.objects[i]->waiters.push_back(&w);
   }
-  while (w.result == detail::Waiter::kPending) {
-    if (timeoutMs == kInfinite) {
-      w.cv.wait(l);
-    } else if (w.cv.wait_until(l, deadline) == std::cv_status::timeout &&
-               w.result == detail::Waiter::kPending) {
-      detail::Unlink(&w);
-      w.result = kWaitTimeout;
-    }
+  l.unlock();
+  const bool chosen = detail::Sleep(&w, timeoutMs == kInfinite ? nullptr : &deadline);
+  l.lock();
+  if (!chosen && w.result == detail::Waiter::kPending) {
+    detail::Unlink(&w);   // nobody can choose us any more
+    w.result = kWaitTimeout;
+  } else if (!chosen) {
+    // Chosen just as the time ran out: the setter's store to our word is a few
+    // instructions away, and must land before this frame goes.
+    while (w.state.load(std::memory_order_acquire) == 0) sched_yield();
   }
-  for (WaitObject* o : w.objects) detail::Release(o);
+  for (uint32_t i = 0; i < count; ++i) detail::Release(w.objects[i]);
   return w.result;
 }
 

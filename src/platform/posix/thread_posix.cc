@@ -49,13 +49,15 @@ void* Trampoline(void* p) {
   const uint32_t rc = t->entry(t->arg);
   rusage ru{};
   getrusage(RUSAGE_THREAD, &ru);
-  std::lock_guard<std::mutex> g(detail::WaitLock());
+  std::unique_lock<std::mutex> l(detail::WaitLock());
   t->user = TimevalTo100ns(ru.ru_utime);
   t->kernel = TimevalTo100ns(ru.ru_stime);
   t->exit = detail::FileTimeNow();
   t->exitCode = rc;
-  detail::SignalAll(t);
+  const std::vector<detail::Waiter*> chosen = detail::SignalAll(t);
   detail::Release(t);   // the thread's own reference
+  l.unlock();
+  detail::WakeAll(chosen);
   return nullptr;
 }
 
@@ -111,8 +113,11 @@ WaitHandle ThreadCreateSuspended(size_t stackSize, ThreadEntry entry, void* arg,
     SetLastError(ErrorFromErrno(rc == EAGAIN ? ENOMEM : rc));
     return nullptr;
   }
-  t->gate.wait(l, [t] { return t->tidKnown; });
-  if (threadId) *threadId = t->tid;
+  t->priority = t_self ? t_self->priority : 0;   // a new thread inherits its creator's nice value
+  if (threadId) {
+    t->gate.wait(l, [t] { return t->tidKnown; });
+    *threadId = t->tid;
+  }
   return t;
 }
 
@@ -141,8 +146,8 @@ bool ThreadSetPriority(WaitHandle thread, int priority) {
     SetLastError(kErrInvalidParameter);
     return false;
   }
+  if (t->priority != priority) ApplyPriority(t, priority);
   t->priority = priority;
-  ApplyPriority(t, priority);
   return true;
 }
 
@@ -182,6 +187,14 @@ bool ThreadTimes(WaitHandle thread, ThreadTimeInfo* times) {
       times->user = static_cast<uint64_t>(ts.tv_sec) * 10000000u + static_cast<uint64_t>(ts.tv_nsec) / 100u;
   }
   return true;
+}
+
+uint32_t ThreadIdOf(WaitHandle thread) {
+  std::unique_lock<std::mutex> l(detail::WaitLock());
+  ThreadObject* t = LookupThread(thread);
+  if (!t) return 0;
+  t->gate.wait(l, [t] { return t->tidKnown; });
+  return t->tid;
 }
 
 bool ThreadTerminate(WaitHandle thread, uint32_t) {

@@ -32,7 +32,7 @@ struct ThreadObject final : WaitObject {
   ThreadObject() : WaitObject(Kind::Thread, true, false) {}
   pthread_t pthread{};
   uint32_t tid = 0;
-  bool tidKnown = false;
+  bool tidKnown = false;           // published by the thread itself
   uint32_t suspendCount = 1;      // created suspended
   std::condition_variable gate;   // tid published, suspend count reached 0
   uint32_t exitCode = 259;
@@ -50,8 +50,11 @@ WaitObject* Lookup(WaitHandle h);
 WaitHandle Register(WaitObject* object);
 // Drops one reference; the last one deletes the object. WaitLock is held.
 void Release(WaitObject* object);
-// Signals `object` for good (thread end): every waiter wakes. WaitLock is held.
-void SignalAll(WaitObject* object);
+// Signals `object` for good (a manual-reset set, a thread's end): every waiter is
+// chosen. WaitLock is held; the caller wakes the chosen with WakeAll after
+// releasing it.
+std::vector<Waiter*> SignalAll(WaitObject* object);
+void WakeAll(const std::vector<Waiter*>& chosen);
 // Wall-clock time in 100 ns units since 1601, as the system's file times.
 uint64_t FileTimeNow();
 

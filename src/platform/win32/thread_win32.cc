@@ -49,6 +49,7 @@ WaitHandle ThreadCreateSuspended(size_t stackSize, ThreadEntry entry, void* arg,
 }
 
 uint32_t ThreadSuspend(WaitHandle thread) { return ::SuspendThread(thread); }
+uint32_t ThreadIdOf(WaitHandle thread) { return ::GetThreadId(thread); }
 uint32_t ThreadResume(WaitHandle thread) { return ::ResumeThread(thread); }
 bool ThreadSetPriority(WaitHandle thread, int priority) { return ::SetThreadPriority(thread, priority) != FALSE; }
 int ThreadGetPriority(WaitHandle thread) {
