@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <new>
 #include <string>
 
@@ -16,6 +15,7 @@
 #include "core/String.h"
 
 #include "alloc_counter.h"
+#include "ratio.h"
 using zxbench::g_allocations;
 
 namespace {
@@ -123,42 +123,22 @@ void BM_Name64In_PlainCopy(benchmark::State& state) {
 }
 BENCHMARK(BM_Name64In_PlainCopy);
 
-// Keeps the console output and remembers each benchmark's time and allocations.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration) continue;
-      times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
-      auto a = r.counters.find("allocs/iter");
-      if (a != r.counters.end()) allocs_[r.benchmark_name()] = a->second.value;
-    }
-  }
-  void PrintRatio(const char* what, const std::string& ours, const std::string& peer) const {
-    auto a = times_.find(ours), b = times_.find(peer);
-    if (a == times_.end() || b == times_.end() || b->second <= 0) return;
-    auto n = allocs_.find(ours);
-    std::printf("ratio %-34s ours/plain copy = %.2fx   allocations per call: %.0f\n", what,
-                a->second / b->second, n == allocs_.end() ? -1.0 : n->second);
-  }
-
- private:
-  std::map<std::string, double> times_;
-  std::map<std::string, double> allocs_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   zx::String::SetDefaultCodePage(1252);
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatio("name in, 28 chars, 1252", "BM_NameIn_Conversion", "BM_NameIn_PlainCopy");
-  reporter.PrintRatio("name in, 28 chars, UTF-8", "BM_NameIn_Utf8Conversion", "BM_NameIn_PlainCopy");
-  reporter.PrintRatio("result out, 28 chars, 1252", "BM_ResultOut_Conversion", "BM_ResultOut_PlainCopy");
-  reporter.PrintRatio("name in, 64 chars (heap), 1252", "BM_Name64In_Conversion", "BM_Name64In_PlainCopy");
+  const auto ratio = [&](const char* what, const std::string& ours, const std::string& copy) {
+    reporter.PrintRatio(std::string(what) + " vs plain copy", ours, copy);
+    if (const zxbench::RunTimes* t = reporter.Find(ours))
+      std::printf("      allocations per call: %.0f\n", t->Counter("allocs/iter"));
+  };
+  ratio("name in, 28 chars, 1252", "BM_NameIn_Conversion", "BM_NameIn_PlainCopy");
+  ratio("name in, 28 chars, UTF-8", "BM_NameIn_Utf8Conversion", "BM_NameIn_PlainCopy");
+  ratio("result out, 28 chars, 1252", "BM_ResultOut_Conversion", "BM_ResultOut_PlainCopy");
+  ratio("name in, 64 chars (heap), 1252", "BM_Name64In_Conversion", "BM_Name64In_PlainCopy");
   benchmark::Shutdown();
   return 0;
 }

@@ -4,10 +4,10 @@
 
 #include <cstdio>
 #include <cwchar>
-#include <map>
 #include <string>
 
 #include "core/Format.h"
+#include "ratio.h"
 
 namespace {
 
@@ -99,38 +99,22 @@ BENCHMARK(BM_ScanRect_Ours);
 BENCHMARK(BM_ScanRect_Swscanf);
 BENCHMARK(BM_ScanRect_Sscanf);
 
-// Keeps the console output and remembers each benchmark's time per iteration.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs)
-      if (r.run_type == Run::RT_Iteration) times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
-  }
-  void PrintRatios(const char* what, const std::string& stem, const char* wide, const char* narrow) const {
-    auto ours = times_.find("BM_" + stem + "_Ours");
-    auto w = times_.find("BM_" + stem + "_" + wide);
-    auto n = times_.find("BM_" + stem + "_" + narrow);
-    if (ours == times_.end() || w == times_.end() || n == times_.end() || ours->second <= 0) return;
-    std::printf("ratio %-22s %s/ours = %.2fx   %s/ours = %.2fx\n", what, wide, w->second / ours->second, narrow,
-                n->second / ours->second);
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatios("\"%s=%d\"", "KeyValue", "Swprintf", "Snprintf");
-  reporter.PrintRatios("\"x%08X\"", "Hex", "Swprintf", "Snprintf");
-  reporter.PrintRatios("\"%.3f\"", "Fixed", "Swprintf", "Snprintf");
-  reporter.PrintRatios("60-char line, 4 inserts", "Line", "Swprintf", "Snprintf");
-  reporter.PrintRatios("scan \"(%d,%d,%d,%d)\"", "ScanRect", "Swscanf", "Sscanf");
+  // As speeds: the C library's time over ours.
+  const auto ratios = [&](const char* what, const std::string& stem, const char* wide, const char* narrow) {
+    reporter.PrintSpeed(std::string(what) + " vs " + wide, "BM_" + stem + "_Ours", "BM_" + stem + "_" + wide);
+    reporter.PrintSpeed(std::string(what) + " vs " + narrow, "BM_" + stem + "_Ours", "BM_" + stem + "_" + narrow);
+  };
+  ratios("\"%s=%d\"", "KeyValue", "Swprintf", "Snprintf");
+  ratios("\"x%08X\"", "Hex", "Swprintf", "Snprintf");
+  ratios("\"%.3f\"", "Fixed", "Swprintf", "Snprintf");
+  ratios("60-char line, 4 inserts", "Line", "Swprintf", "Snprintf");
+  ratios("scan \"(%d,%d,%d,%d)\"", "ScanRect", "Swscanf", "Sscanf");
   benchmark::Shutdown();
   return 0;
 }

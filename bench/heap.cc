@@ -10,10 +10,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <map>
-#include <set>
 #include <string>
 
+#include "ratio.h"
 #include "zxUT22.h"
 
 namespace {
@@ -87,52 +86,24 @@ BENCHMARK(BM_TrackedPlain)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(BM_TrackedDebugNoStack)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(BM_TrackedPlainUnserialised)->Threads(1)->Threads(2)->UseRealTime();
 
-// Keeps the console output and remembers each run's time per iteration.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    // With repetitions the median stands for the run (this machine's load varies).
-    for (const Run& r : runs) {
-      if (r.error_occurred) continue;
-      if (r.run_type == Run::RT_Iteration && !medians_.count(r.run_name.str()))
-        times_[r.run_name.str()] = r.GetAdjustedRealTime();
-      if (r.run_type == Run::RT_Aggregate && r.aggregate_name == "median") {
-        times_[r.run_name.str()] = r.GetAdjustedRealTime();
-        medians_.insert(r.run_name.str());
-      }
-    }
-  }
-  void PrintRatio(const char* what, const std::string& ours, const std::string& peer, double goal) const {
-    auto a = times_.find(ours), b = times_.find(peer);
-    if (a == times_.end() || b == times_.end() || b->second <= 0) return;
-    const double ratio = a->second / b->second;
-    std::printf("ratio %-34s ours/peer = %.2fx%s\n", what, ratio,
-                goal > 0 ? (ratio <= goal ? "  (goal met)" : "  (over the goal)") : "");
-  }
-
- private:
-  std::map<std::string, double> times_;
-  std::set<std::string> medians_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
+  // Real time: the two-thread runs measure how the threads share the job lock.
   for (const char* t : {"1", "2"}) {
     const std::string suffix = std::string("/real_time/threads:") + t;
     const std::string threads = std::string(", ") + t + " thread" + (t[0] == '1' ? "" : "s");
-    reporter.PrintRatio(("plain vs malloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_Malloc" + suffix, 1.5);
-    reporter.PrintRatio(("debug, no stack vs malloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
-                        "BM_Malloc" + suffix, 3.0);
-    reporter.PrintRatio(("plain, unserialised heap vs malloc" + threads).c_str(),
-                        "BM_TrackedPlainUnserialised" + suffix, "BM_Malloc" + suffix, 1.5);
-    reporter.PrintRatio(("plain vs mimalloc" + threads).c_str(), "BM_TrackedPlain" + suffix, "BM_MiMalloc" + suffix, 0);
-    reporter.PrintRatio(("debug, no stack vs mimalloc" + threads).c_str(), "BM_TrackedDebugNoStack" + suffix,
-                        "BM_MiMalloc" + suffix, 0);
+    auto ratio = [&](const char* what, const char* ours, const char* peer, double goal) {
+      reporter.PrintRatio(what + threads, ours + suffix, peer + suffix, goal);
+    };
+    ratio("plain vs malloc", "BM_TrackedPlain", "BM_Malloc", 1.5);
+    ratio("debug, no stack vs malloc", "BM_TrackedDebugNoStack", "BM_Malloc", 3.0);
+    ratio("plain, unserialised heap vs malloc", "BM_TrackedPlainUnserialised", "BM_Malloc", 1.5);
+    ratio("plain vs mimalloc", "BM_TrackedPlain", "BM_MiMalloc", 0);
+    ratio("debug, no stack vs mimalloc", "BM_TrackedDebugNoStack", "BM_MiMalloc", 0);
   }
   benchmark::Shutdown();
   return 0;

@@ -18,6 +18,7 @@
 #include "zxUT22.h"
 
 #include "alloc_counter.h"
+#include "ratio.h"
 using zxbench::g_allocations;
 
 namespace {
@@ -178,28 +179,17 @@ BENCHMARK(BM_GetIntA);
 BENCHMARK(BM_SetStringW);
 BENCHMARK(BM_SetStringA);
 
-// Keeps each run's time per operation so the ratios can be printed at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs) {
-      // CPU time: on a shared, busy machine the wall clock mostly measures the others.
-      ns[r.benchmark_name()] = r.GetAdjustedCPUTime();  // in the run's time unit (ns)
-      auto a = r.counters.find("allocs/op");
-      if (a != r.counters.end()) allocs[r.benchmark_name()] = a->second.value;
-    }
-  }
-  std::map<std::string, double> ns, allocs;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  auto get = [&](const std::string& n) { return reporter.ns.count(n) ? reporter.ns[n] : 0.0; };
+  // CPU time: on a shared, busy machine the wall clock mostly measures the others.
+  auto get = [&](const std::string& n) {
+    const zxbench::RunTimes* t = reporter.Find(n);
+    return t ? t->cpu : 0.0;
+  };
   std::printf("\nCPU time per operation\n");
   std::printf("items   ProfGetInt ns  map ns  ratio   ProfSetString ns  map ns  ratio\n");
   for (int n : {10, 100, 1000, 10000}) {
@@ -216,7 +206,8 @@ int main(int argc, char** argv) {
   if (iw > 0 && ia > 0) std::printf("A/W GetInt %.2fx   ", ia / iw);
   if (sw > 0 && sa > 0) std::printf("A/W SetString %.2fx", sa / sw);
   std::printf("\ntyped get on 100 items: %.0f ns (goal <= 1000), %.2f allocations per get (goal 0)\n",
-              get("BM_ProfGetInt/100"), reporter.allocs["BM_ProfGetInt/100"]);
+              get("BM_ProfGetInt/100"),
+              reporter.Find("BM_ProfGetInt/100") ? reporter.Find("BM_ProfGetInt/100")->Counter("allocs/op") : -1.0);
   benchmark::Shutdown();
   return 0;
 }

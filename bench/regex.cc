@@ -9,13 +9,13 @@
 #include <pcre2.h>
 
 #include <cstdio>
-#include <map>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "core/RegEx.h"
+#include "ratio.h"
 
 namespace {
 
@@ -151,33 +151,16 @@ BENCHMARK(OursSplit)->Unit(benchmark::kMillisecond);
 BENCHMARK(HandLoopSplit)->Unit(benchmark::kMillisecond);
 BENCHMARK(HandLoopSplitToList)->Unit(benchmark::kMillisecond);
 
-// Keeps the CPU and real time of each benchmark as the console shows them.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) times[r.benchmark_name()] = {r.GetAdjustedCPUTime(), r.GetAdjustedRealTime()};
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Ratio(const char* ours, const char* peer) {
-    if (!times.count(ours) || !times.count(peer)) return;
-    std::printf("ratio %-16s vs %-20s CPU %.2fx, real %.2fx (goal >= 0.90)\n", ours, peer,
-                times[peer].first / times[ours].first, times[peer].second / times[ours].second);
-  }
-
- private:
-  std::map<std::string, std::pair<double, double>> times;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.Ratio("OursSubstitute", "EngineSubstitute");
-  reporter.Ratio("OursSubstitute", "HandLoopSubstitute");
-  reporter.Ratio("OursSplit", "HandLoopSplit");
-  reporter.Ratio("OursSplit", "HandLoopSplitToList");
+  reporter.PrintSpeed("OursSubstitute vs EngineSubstitute", "OursSubstitute", "EngineSubstitute", 0.9);
+  reporter.PrintSpeed("OursSubstitute vs HandLoopSubstitute", "OursSubstitute", "HandLoopSubstitute", 0.9);
+  reporter.PrintSpeed("OursSplit vs HandLoopSplit", "OursSplit", "HandLoopSplit", 0.9);
+  reporter.PrintSpeed("OursSplit vs HandLoopSplitToList", "OursSplit", "HandLoopSplitToList", 0.9);
   benchmark::Shutdown();
   return 0;
 }

@@ -16,6 +16,7 @@
 #include "core/String.h"
 #include "core/WCSkipList.h"
 #include "platform/lock.h"
+#include "ratio.h"
 
 namespace {
 
@@ -156,43 +157,16 @@ void BM_ReservoirLockAlone(benchmark::State& state) {
 BENCHMARK(BM_ChooseLevel);
 BENCHMARK(BM_ReservoirLockAlone);
 
-// ---- a reporter that also pairs each case of ours with std::map's
-
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  // Colours only on a terminal, so that a saved run stays readable.
-  RatioReporter() : ConsoleReporter(isatty(1) ? OO_Defaults : OO_None) {}
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.iterations == 0) continue;
-      std::string name = r.benchmark_name();
-      times_[name] = {r.GetAdjustedRealTime(), r.GetAdjustedCPUTime()};
-    }
-    ConsoleReporter::ReportRuns(runs);
+// Pairs each case of ours with std::map's ("<op>/WC/<n>" with "<op>/std::map/<n>").
+void PrintPairs(const zxbench::RatioReporter& reporter) {
+  std::printf("\nWCValSkipListDict / std::map time\n");
+  for (const auto& [name, t] : reporter.All()) {
+    const auto at = name.find("/WC/");
+    if (at == std::string::npos) continue;
+    const std::string peer = name.substr(0, at) + "/std::map/" + name.substr(at + 4);
+    reporter.PrintRatio(name.substr(0, at) + "/" + name.substr(at + 4), name, peer, 1.3);
   }
-  // CPU time is the fairer measure on a busy machine; both are shown.
-  void PrintRatios() const {
-    std::printf("\nWCValSkipListDict / std::map time (goal <= 1.30)\n");
-    std::printf("  %-28s %8s %8s\n", "case", "real", "cpu");
-    for (const auto& [name, t] : times_) {
-      auto at = name.find("/WC/");
-      if (at == std::string::npos) continue;
-      std::string peer = name.substr(0, at) + "/std::map/" + name.substr(at + 4);
-      auto it = times_.find(peer);
-      if (it == times_.end() || it->second.real <= 0 || it->second.cpu <= 0) continue;
-      std::string label = name.substr(0, at) + "/" + name.substr(at + 4, name.find('/', at + 4) - at - 4);
-      double cpu = t.cpu / it->second.cpu;
-      std::printf("  %-28s %8.2f %8.2f %s\n", label.c_str(), t.real / it->second.real, cpu,
-                  cpu <= 1.3 ? "" : "(above goal)");
-    }
-  }
-
- private:
-  struct Times {
-    double real, cpu;
-  };
-  std::map<std::string, Times> times_;
-};
+}
 
 // ownMinTime: whether the run times are ours. A run time given on the command
 // line means a smoke run (CI): then only the 1e5 cases run, once each.
@@ -223,9 +197,9 @@ int main(int argc, char** argv) {
   Register<int>("int", ownMinTime);
   Register<IString>("IString", ownMinTime);
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatios();
+  PrintPairs(reporter);
   benchmark::Shutdown();
   return 0;
 }

@@ -6,13 +6,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <new>
 #include <string>
 
 #include "core/String.h"
 
 #include "alloc_counter.h"
+#include "ratio.h"
 using zxbench::g_allocations;
 
 namespace {
@@ -119,35 +119,17 @@ void BM_Format_Snprintf(benchmark::State& state) {
 }
 BENCHMARK(BM_Format_Snprintf);
 
-// Keeps the console output and remembers each benchmark's time per iteration.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& r : runs)
-      if (r.run_type == Run::RT_Iteration) times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
-  }
-  void PrintRatio(const char* what, const std::string& ours, const std::string& peer) const {
-    auto a = times_.find(ours), b = times_.find(peer);
-    if (a == times_.end() || b == times_.end() || a->second <= 0) return;
-    std::printf("ratio %-28s peer/ours = %.2fx\n", what, b->second / a->second);
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
+  zxbench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.PrintRatio("copy 64 characters", "BM_Copy64_String", "BM_Copy64_U16String");
-  reporter.PrintRatio("append 1000 characters", "BM_Append1000_String", "BM_Append1000_U16String");
-  reporter.PrintRatio("append 1000, reserved", "BM_Append1000_StringReserved", "BM_Append1000_U16String");
-  reporter.PrintRatio("append 200 words", "BM_AppendWords_String", "BM_AppendWords_U16String");
-  reporter.PrintRatio("format vs snprintf", "BM_Format_String", "BM_Format_Snprintf");
+  reporter.PrintSpeed("copy 64 characters", "BM_Copy64_String", "BM_Copy64_U16String");
+  reporter.PrintSpeed("append 1000 characters", "BM_Append1000_String", "BM_Append1000_U16String");
+  reporter.PrintSpeed("append 1000, reserved", "BM_Append1000_StringReserved", "BM_Append1000_U16String");
+  reporter.PrintSpeed("append 200 words", "BM_AppendWords_String", "BM_AppendWords_U16String");
+  reporter.PrintSpeed("format vs snprintf", "BM_Format_String", "BM_Format_Snprintf");
   benchmark::Shutdown();
   return 0;
 }
