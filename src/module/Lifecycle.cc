@@ -6,6 +6,7 @@
 #include "core/String.h"
 #include "debug/Debug.h"
 #include "module/Identity.h"
+#include "module/StaticSetup.h"
 #include "platform/codepage.h"
 #include "platform/debugout.h"
 #include "platform/fatal_dialog.h"
@@ -65,12 +66,16 @@ void CheckRoundTrips() {
 void ExitTimeDestruction() {
   Step(LifecycleStep::kExitTimeDestruction);
   DebugDisallow();
+  ReportUndeletedInstances();
 }
 
 }  // namespace
 
 void LibraryProcessAttach(void* moduleHandle) {
   if (g_attached.exchange(true)) return;
+  // What static construction does before DllMain on Windows, here in its place.
+  Step(LifecycleStep::kStaticSetup);
+  LibraryStaticSetup();
   Step(LifecycleStep::kMathGuard);
   MathLibraryGuard();
   Step(LifecycleStep::kInvalidParameterHandler);

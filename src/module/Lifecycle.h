@@ -7,6 +7,7 @@ namespace zx {
 
 enum class LifecycleStep {
   // process attach
+  kStaticSetup,
   kMathGuard,
   kInvalidParameterHandler,
   kIdentity,

@@ -36,8 +36,9 @@ TEST(LifecycleTest, AttachAndDetachRunTheirStepsInOrderAndOnce) {
   EXPECT_TRUE(zx::LibraryAttached());
   EXPECT_EQ(zx::LibraryModuleHandleStored(), &marker);
   const std::vector<LifecycleStep> attach = {
-      LifecycleStep::kMathGuard, LifecycleStep::kInvalidParameterHandler, LifecycleStep::kIdentity,
-      LifecycleStep::kManifest,  LifecycleStep::kDebugOutput,             LifecycleStep::kRoundTrips};
+      LifecycleStep::kStaticSetup, LifecycleStep::kMathGuard,   LifecycleStep::kInvalidParameterHandler,
+      LifecycleStep::kIdentity,    LifecycleStep::kManifest,    LifecycleStep::kDebugOutput,
+      LifecycleStep::kRoundTrips};
   EXPECT_EQ(steps, attach);
   steps.clear();
   zx::LibraryProcessDetach();
