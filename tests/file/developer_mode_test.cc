@@ -32,7 +32,7 @@ TEST(FileDeveloperMode, AFailedOpenWritesItsLine) {
   const String missing = Str(dir / "absent.txt");
   clsFile f(missing, 0, 0, 2, 0x100);
   EXPECT_FALSE(f.IsOpen());
-  String expected(kFormat, u"clsFile::Open('%s') failed: 'The system cannot find the file specified.'", missing.wchar());
+  String expected(kFormat, u"clsFile::Open('%s') failed: '%s'", missing.wchar(), ftest::ErrorText(2).c_str());
   EXPECT_TRUE(diag.Contains(std::u16string(expected.View()))) << expected.narrow();
 
   clsFile reserved(String(u"NUL"), 0, 0, 2, 0x100);

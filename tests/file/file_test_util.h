@@ -13,6 +13,7 @@
 #include "core/Diag.h"
 #include "core/String.h"
 #include "file/File.h"
+#include "platform/errors.h"
 
 namespace ftest {
 
@@ -77,6 +78,24 @@ class DiagCapture {
   zx::DiagSink previous_ = nullptr;
   void* previousContext_ = nullptr;
 };
+
+// The system's text of an error as clsFile keeps it (without the line end).
+inline std::u16string ErrorText(uint32_t code) {
+  std::u16string text;
+  plat::SystemErrorText(code, 0, text);
+  while (!text.empty() && (text.back() == u'\n' || text.back() == u'\r' || text.back() == u' ')) text.pop_back();
+  return text;
+}
+
+// True under wine, which runs as the Unix user (root writes into read-only files).
+inline bool UnderWine() {
+#ifdef _WIN32
+  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+  return ntdll && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+#else
+  return false;
+#endif
+}
 
 #ifndef _WIN32
 // Runs `command` through the shell with `input` on stdin; stdout in `output`.
