@@ -40,9 +40,13 @@ WaitHandle ThreadCreateSuspended(size_t stackSize, ThreadEntry entry, void* arg,
                                  int* err) {
   errno = 0;
   unsigned tid = 0;
+  if (stackSize > 0xFFFFFFFFu) {   // the runtime takes 32 bits: refuse rather than cut
+    if (err) *err = ENOMEM;
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
   auto start = reinterpret_cast<unsigned(__stdcall*)(void*)>(entry);
-  uintptr_t h = _beginthreadex(nullptr, static_cast<unsigned>(stackSize > 0xFFFFFFFFu ? 0xFFFFFFFFu : stackSize),
-                               start, arg, CREATE_SUSPENDED, &tid);
+  uintptr_t h = _beginthreadex(nullptr, static_cast<unsigned>(stackSize), start, arg, CREATE_SUSPENDED, &tid);
   if (err) *err = h ? 0 : errno;
   if (threadId) *threadId = tid;
   return reinterpret_cast<WaitHandle>(h);
