@@ -60,7 +60,11 @@ class Output {
   void Add(const char16_t* text, int64_t count) {
     if (count <= 0) return;
     if (length + count > capacity && !Grow(capacity ? length + count : std::max(expected, count))) return;
-    std::memcpy(chars + length, text, 2 * static_cast<size_t>(count));
+    if (count <= 8) {   // most pieces between matches and of templates are short
+      for (int64_t i = 0; i < count; ++i) chars[length + i] = text[i];
+    } else {
+      std::memcpy(chars + length, text, 2 * static_cast<size_t>(count));
+    }
     length += count;
   }
   String Take() {
@@ -148,8 +152,13 @@ bool clsRegEx::EnsureCompiled() { return compiled != nullptr || Compile(pattern,
 int clsRegEx::Exec(const char16_t* subject, int64_t length, int64_t start, uint32_t extra) {
   const uint32_t flags = MapOptions(options & kRegExMatchMask, kMatchBits) | extra;
   const auto s = reinterpret_cast<PCRE2_SPTR>(subject);
-  int rc = pcre2_match(compiled, s, static_cast<PCRE2_SIZE>(length), static_cast<PCRE2_SIZE>(start), flags, vector,
-                       limits);
+  // The JIT entry skips the checks pcre2_match repeats on every call; it takes no
+  // anchoring option that was not compiled in, so those go the general way.
+  int rc = jitReady && !(flags & PCRE2_ANCHORED)
+               ? pcre2_jit_match(compiled, s, static_cast<PCRE2_SIZE>(length), static_cast<PCRE2_SIZE>(start), flags,
+                                 vector, limits)
+               : pcre2_match(compiled, s, static_cast<PCRE2_SIZE>(length), static_cast<PCRE2_SIZE>(start), flags,
+                             vector, limits);
   if (rc == PCRE2_ERROR_JIT_STACKLIMIT)  // the interpreter keeps its frames on the heap
     rc = pcre2_match(compiled, s, static_cast<PCRE2_SIZE>(length), static_cast<PCRE2_SIZE>(start),
                      flags | PCRE2_NO_JIT, vector, limits);
