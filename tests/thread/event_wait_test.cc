@@ -10,6 +10,7 @@
 #include "platform/errors.h"
 #include "platform/event.h"
 #include "platform/thread.h"
+#include "thread/HandleObject.h"
 
 namespace {
 
@@ -159,6 +160,29 @@ TEST(WaitAny, PingPongLosesNoSignal) {
     ASSERT_EQ(plat::WaitOne(ev.h[1], 10000), 0u) << i;
   }
   other.join();
+}
+
+TEST(HandleObject, OwnerClosesDuplicatesAndForgets) {
+  zx::clsEvent ev(true, false);
+  ASSERT_TRUE(ev.IsValid());
+  EXPECT_TRUE(ev.Owns());
+  zx::clsGenericHandleObjectAutoRelease copy;
+  EXPECT_FALSE(copy.IsValid());
+  ASSERT_TRUE(copy.Duplicate(ev.Handle()));
+  EXPECT_TRUE(copy.Owns());
+  EXPECT_NE(copy.Handle(), nullptr);
+  ev.Set();
+  EXPECT_EQ(plat::WaitOne(copy.Handle(), 0), 0u);
+  ev.Release();
+  EXPECT_EQ(ev.Handle(), nullptr);
+  EXPECT_FALSE(ev.Owns());
+  EXPECT_EQ(plat::WaitOne(copy.Handle(), 0), 0u);   // the duplicate keeps the event
+  {
+    zx::clsGenericHandleObjectAutoRelease borrowed(copy.Handle(), false);   // not owned: left open
+  }
+  EXPECT_EQ(plat::WaitOne(copy.Handle(), 0), 0u);
+  EXPECT_FALSE(copy.Duplicate(nullptr));   // a failed duplicate keeps what was held
+  EXPECT_TRUE(copy.IsValid());
 }
 
 uint32_t Entry(void* arg) {

@@ -12,6 +12,7 @@
 #include "module/Identity.h"
 #include "platform/clock.h"
 #include "platform/event.h"
+#include "platform/process.h"
 #include "platform/thread.h"
 #include "thread/ThreadBase.h"
 
@@ -165,7 +166,6 @@ TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
     std::atomic<uint32_t> runs{0};
   } t;
   ASSERT_TRUE(t.ThreadStart(0));
-  const uint32_t firstId = t.ThreadId();
   ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
   EXPECT_EQ(t.ThreadGetState(), 3);
   ASSERT_TRUE(t.ThreadStart(0));   // collects the old one first
@@ -173,7 +173,7 @@ TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
   EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
   EXPECT_EQ(t.ThreadExitCode(), 2u);
   EXPECT_EQ(t.runs.load(), 2u);
-  (void)firstId;
+
 }
 
 TEST(ThreadBase, StartOnARunningThreadIsHarmlessAndResumesASuspendedOne) {
@@ -310,6 +310,13 @@ TEST(ThreadBase, PriorityIsSetAfterTheHandshake) {
   Looper idle;
   ASSERT_TRUE(idle.ThreadStart(plat::kThreadPriorityIdle));
   EXPECT_EQ(plat::ThreadGetPriority(idle.ThreadHandle()), plat::kThreadPriorityIdle);
+}
+
+TEST(ThreadBase, AttachInputFailureIsReported) {
+  zxtest::DiagCapture diag;
+  Looper t;   // no thread: identifier 0, which no system accepts
+  t.ThreadAttachInput(plat::ThreadId(), true);
+  EXPECT_EQ(diag.Count("clsThreadBase(" + std::string(t.ThreadName()) + ")::ThreadAttachInput(): "), 1);
 }
 
 TEST(ThreadWait, ResultsForTimeOutStopAndArgumentHandles) {
