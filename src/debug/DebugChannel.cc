@@ -10,6 +10,7 @@
 #include "core/Format.h"
 #include "core/Registry.h"
 #include "debug/Debug.h"
+#include "debug/Ods.h"
 #include "module/Identity.h"
 #include "module/ModuleUtils.h"
 #include "platform/clock.h"
@@ -37,15 +38,6 @@ plat::CriticalSection& ConstructionLock() {
 void DestroyChannel() {
   g_channelGone.store(true, std::memory_order_release);
   delete g_debugChannel.exchange(nullptr, std::memory_order_acq_rel);
-}
-
-void Ods(const char16_t* format, ...) {
-  char16_t buf[600];
-  va_list ap;
-  va_start(ap, format);
-  VFormatTo(buf, sizeof buf / sizeof buf[0], format, ap);
-  va_end(ap);
-  plat::DebugOutput(buf);
 }
 
 String SystemText(uint32_t code) { return String::SystemMessage(code); }

@@ -322,23 +322,27 @@ void DebugPrintV(int indentChange, const char16_t* tag, const char16_t* format, 
   if (clsDebugChannel* ch = DebugChannel()) ch->PrintV(indentChange, tag, format, args);
 }
 
-void DebugPrint(const char16_t* format, ...) {
+namespace {
+
+// A line of the library itself, under its own tag, while internal lines are allowed.
+void PrintLibraryLine(int indentChange, const char16_t* format, va_list args) {
   if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
-  clsDebugChannel* ch = DebugChannel();
-  if (!ch) return;
+  if (clsDebugChannel* ch = DebugChannel()) ch->PrintV(indentChange, ch->LibraryTag(), format, args);
+}
+
+}  // namespace
+
+void DebugPrint(const char16_t* format, ...) {
   va_list ap;
   va_start(ap, format);
-  ch->PrintV(0, ch->LibraryTag(), format, ap);
+  PrintLibraryLine(0, format, ap);
   va_end(ap);
 }
 
 void DebugPrintIndent(int indentChange, const char16_t* format, ...) {
-  if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
-  clsDebugChannel* ch = DebugChannel();
-  if (!ch) return;
   va_list ap;
   va_start(ap, format);
-  ch->PrintV(indentChange, ch->LibraryTag(), format, ap);
+  PrintLibraryLine(indentChange, format, ap);
   va_end(ap);
 }
 
@@ -347,12 +351,9 @@ void DebugDisallow() { g_debugAllowed.store(0, std::memory_order_relaxed); }
 void DebugTakeOverDiagnostics() { SetDiagSink(&DiagToChannel, nullptr); }
 
 void clsDebugOutput_zrk_debug::Printf(const char16_t* format, ...) {
-  if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
-  clsDebugChannel* ch = DebugChannel();
-  if (!ch) return;
   va_list ap;
   va_start(ap, format);
-  ch->PrintV(0, ch->LibraryTag(), format, ap);
+  PrintLibraryLine(0, format, ap);
   va_end(ap);
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/Format.h"
+#include "debug/Ods.h"
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"
 #include "platform/debugout.h"
@@ -18,15 +19,6 @@ constexpr uint32_t kDefaultLargestDatagram = 65000;
 // A packet that cannot be allocated is tried again on the next pass; after this
 // many failures in a row the message is dropped instead of spinning for ever.
 constexpr int kAllocationAttempts = 3;
-
-void Ods(const char16_t* format, ...) {
-  char16_t buf[600];
-  va_list ap;
-  va_start(ap, format);
-  VFormatTo(buf, sizeof buf / sizeof buf[0], format, ap);
-  va_end(ap);
-  plat::DebugOutput(buf);
-}
 
 void Put32(unsigned char*& p, int32_t v) {
   std::memcpy(p, &v, 4);
