@@ -166,10 +166,11 @@ uint32_t clsThreadBase::Entry(void* arg) {
     if (self->m_pMarker) self->m_pMarker->WriteMessage(4, u"starting");
   }
   const uint32_t result = self->ThreadProc();
-  // A thread abandoned by a forced end on Linux may have lost its object.
+  // The channel's entry for this thread points into the name: it goes first, also
+  // for a thread that a forced end abandoned (Linux), whose object may be gone.
+  if (behind) DebugSetThreadName(nullptr);
   if (plat::ThreadWasAbandoned(plat::CurrentThreadHandle())) return result;
   if (self->m_pMarker) self->m_pMarker->WriteMessage(4, u"ending, result=%u", result);
-  if (behind) DebugSetThreadName(nullptr);
   return result;
 }
 

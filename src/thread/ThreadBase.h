@@ -34,7 +34,9 @@ class clsThreadBase : public clsConcurrencyVisualizerUser {
 
   // Starts, or resumes, the thread; `priority` is relative (0, 1, -1, -15, ...).
   bool ThreadStart(int priority = 0);
-  // False only when the thread was ended by force.
+  // False only when the thread was ended by force. Linux can't end a thread safely:
+  // there the forced end abandons it (it runs on, detached from this object, and
+  // touches the object no more once its ThreadProc returns; see platform/thread.h).
   bool ThreadEnd(bool bIfSuspendedSkipWait, uint32_t dwTimeoutMs, bool bForce);
   // 0 no thread or never started, 1 running, 3 ended but not collected.
   int ThreadGetState();
@@ -50,6 +52,7 @@ class clsThreadBase : public clsConcurrencyVisualizerUser {
   // ---- state for callers and tests
   const char* ThreadName() const { return m_szName; }
   uint32_t ThreadId() const { return m_dwThreadId; }
+  uint32_t ThreadCreatorId() const { return m_dwCreatorThreadId; }
   uint32_t ThreadExitCode() const { return m_dwExitCode; }
   plat::WaitHandle ThreadHandle() const { return m_hThread; }
   plat::WaitHandle StopEvent() const { return m_evStop.Handle(); }

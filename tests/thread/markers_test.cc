@@ -234,6 +234,19 @@ TEST_F(Markers, ProviderArgumentsAndRegistrationFailure) {
   EXPECT_EQ(trace.unregisters, 0);
 }
 
+TEST_F(Markers, SystemBackendExistsOnlyOnWindows) {
+  plat::IEventTrace* system = plat::SystemEventTrace();
+#ifdef _WIN32
+  ASSERT_NE(system, nullptr);
+  zx::clsConcurrencyVisualizerProvider* p = nullptr;
+  ASSERT_EQ(zx::clsConcurrencyVisualizerProvider::Create(&zx::kMarkerProviderGuid, system, &p), 0);
+  EXPECT_FALSE(p->IsReady());   // registered; no tracing session has enabled it
+  p->Release();
+#else
+  EXPECT_EQ(system, nullptr);
+#endif
+}
+
 TEST_F(Markers, ManifestIsWellFormedXmlWithTheProvidersTasksAndEvents) {
   zx::clsConcurrencyVisualizerProvider* p = nullptr;
   ASSERT_EQ(zx::clsConcurrencyVisualizerProvider::Create(&zx::kMarkerProviderGuid, &trace, &p), 0);

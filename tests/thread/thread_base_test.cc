@@ -173,7 +173,6 @@ TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
   EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
   EXPECT_EQ(t.ThreadExitCode(), 2u);
   EXPECT_EQ(t.runs.load(), 2u);
-
 }
 
 TEST(ThreadBase, StartOnARunningThreadIsHarmlessAndResumesASuspendedOne) {
