@@ -16,8 +16,8 @@
 #include "platform/clock.h"
 #include "platform/debugout.h"
 #include "platform/errors.h"
+#include "platform/file.h"
 #include "platform/legacy_viewer.h"
-#include "platform/log_file.h"
 #include "platform/process.h"
 #include "platform/registry.h"
 
@@ -291,10 +291,9 @@ void clsDebugChannel::ReadLogSettings() {
   bool haveName = RegReadString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename", name);
   bool flushOn = RegReadBool(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFile.Flush", false);
   if (!haveName) name.Clear();
-  if (!name.IsEmpty() && FolderOfPath(name).IsEmpty()) {
-    char16_t temp[600];
-    plat::TempFolder(temp, 600);
-    String full(temp);
+  std::u16string temp;
+  if (!name.IsEmpty() && FolderOfPath(name).IsEmpty() && plat::SystemTempPath(temp)) {
+    String full(temp.c_str());
     full.Append(name);
     name = full;
   }

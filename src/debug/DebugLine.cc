@@ -9,12 +9,12 @@
 #include "core/Registry.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
+#include "file/File.h"
 #include "platform/clock.h"
 #include "platform/codepage.h"
 #include "platform/debugout.h"
 #include "platform/errors.h"
 #include "platform/legacy_viewer.h"
-#include "platform/log_file.h"
 #include "platform/process.h"
 #include "platform/timestamp.h"
 
@@ -41,31 +41,6 @@ plat::CriticalSection* g_timingLock = nullptr;   // created under an output lock
 int32_t Clip(int n, int32_t capacity) {
   if (n < 0) return 0;
   return n < capacity - 1 ? n : capacity - 1;
-}
-
-// CON, PRN, AUX, NUL, COM1-9, LPT1-9 as the file name, with or without extension.
-bool IsReservedFileName(const String& path) {
-  int64_t start = path.Length();
-  while (start > 0 && path.GetAt(start - 1) != u'\\' && path.GetAt(start - 1) != u'/') --start;
-  char16_t base[8];
-  int n = 0;
-  for (int64_t i = start; i < path.Length() && path.GetAt(i) != u'.'; ++i) {
-    if (n == 5) return false;
-    char16_t c = path.GetAt(i);
-    base[n++] = (c >= u'a' && c <= u'z') ? static_cast<char16_t>(c - 32) : c;
-  }
-  while (n > 0 && base[n - 1] == u' ') --n;
-  auto is = [&](const char16_t* name) {
-    for (int i = 0; i < n; ++i)
-      if (base[i] != name[i]) return false;
-    return name[n] == 0;
-  };
-  if (n == 3) return is(u"CON") || is(u"PRN") || is(u"AUX") || is(u"NUL");
-  if (n == 4 && base[3] >= u'1' && base[3] <= u'9') {
-    base[3] = u'#';
-    return is(u"COM#") || is(u"LPT#");
-  }
-  return false;
 }
 
 void DiagToChannel(const char16_t* line, void*) { DebugPrint(u"%s", line); }
@@ -280,40 +255,33 @@ void clsDebugChannel::OldViewerLine(const char* text, uint32_t length) {
 }
 
 void clsDebugChannel::AppendToLogFile(const char16_t* line, int32_t length) {
+  // Written for reading by others, opened anew for every line (OPEN_ALWAYS, normal
+  // file, sequential scan): the file can be moved away, and processes take turns.
+  constexpr uint32_t kWrite = 1, kOpenAlways = 1, kShareRead = 2;
+  constexpr uint32_t kOpenMode = kFileNormal | kFileSequentialScan;
   const uint64_t deadline = plat::TickCount64() + kLogDeadlineMs;
-  intptr_t file = plat::kNoLogFile;
-  uint32_t lastError = 0;
-  // The deadline bounds the loop on a real clock; the round count bounds it on a
-  // clock that does not move.
+  clsFileRW file;
+  // The deadline bounds the loop on a real clock; the round count on a clock that
+  // does not move. A reserved name is never opened, so it fails at once each round.
   for (int round = 0; round < 100000; ++round) {
-    if (IsReservedFileName(logFileName_)) {
-      lastError = 6;   // "file name is reserved by Windows"
-    } else {
-      for (int attempt = 0; attempt < 3 && file == plat::kNoLogFile; ++attempt) {
-        file = plat::OpenLogFileForAppend(logFileName_.wchar());
-        if (file == plat::kNoLogFile) {
-          lastError = plat::LastError();
-          if (developerMode_)
-            DebugPrint(u"clsFile::Open('%s') failed: '%s'", logFileName_.wchar(),
-                       String::SystemMessage(lastError).wchar());
-        }
-      }
-    }
-    if (file != plat::kNoLogFile || plat::TickCount64() >= deadline) break;
+    if (file.Open(logFileName_, kWrite, kOpenAlways, kShareRead, kOpenMode) == 0 ||
+        plat::TickCount64() >= deadline)
+      break;
     plat::SleepMs(0);
   }
-  if (file == plat::kNoLogFile) {
+  if (!file.IsOpen()) {
     plat::Beep(0xFFFFFFFF);
     return;
   }
+  file.SetPos(file.GetSize());
   char16_t* out = static_cast<char16_t*>(std::malloc(sizeof(char16_t) * (static_cast<size_t>(length) + 3)));
   if (out) {
-    int n = FormatTo(out, static_cast<size_t>(length) + 3, u"%s\r\n", line);
-    if (n > 0) plat::AppendLogFile(file, out, static_cast<uint32_t>(2 * n));
+    const int n = FormatTo(out, static_cast<size_t>(length) + 3, u"%s\r\n", line);
+    if (n > 0) file.Write(out, static_cast<uint32_t>(2 * n));
     std::free(out);
   }
-  if (flush_) plat::FlushLogFile(file);
-  plat::CloseLogFile(file);
+  if (flush_) file.Flush();
+  file.Close();
 }
 
 // ---- the printers

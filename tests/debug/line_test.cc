@@ -17,6 +17,7 @@
 #include "DebugTestUtil.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
+#include "file/File.h"
 #include "platform/clock.h"
 #include "platform/process.h"
 #include "platform/registry.h"
@@ -310,6 +311,35 @@ TEST_F(LineTest, AReservedLogNameLosesTheLineAndTheProgramGoesOn) {
   Print(0, nullptr, u"lost");
   EXPECT_GE(clock.Now(), 1000000u);
   EXPECT_TRUE(zx::IsDebugActive());
+}
+
+TEST_F(LineTest, TheLogFileIsOpenedPerLineWithReadSharingOnly) {
+  Print(0, nullptr, u"first");
+  {
+    // Another reader may look on; another writer holds the lines off until the
+    // sink's deadline, and that line is lost.
+    zx::clsFileRO reader;
+    ASSERT_EQ(reader.Open(zx::String(std::u16string_view(U16(path_))), 0, 0, 3, 0), 0);
+    Print(0, nullptr, u"second");
+    zx::clsFileRW writer;
+    ASSERT_EQ(writer.Open(zx::String(std::u16string_view(U16(path_))), 1, 0, 3, 0), 0);
+    Print(0, nullptr, u"lost");   // after the sink's 100 ms
+  }
+  // Moved away between two lines: the next line starts a new file.
+  const std::string moved = path_ + ".old";
+  ASSERT_EQ(std::rename(path_.c_str(), moved.c_str()), 0);
+  Print(0, nullptr, u"third");
+  std::vector<std::string> lines = Lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_NE(lines[0].find("third"), std::string::npos);
+  const std::string current = path_;
+  path_ = moved;
+  lines = Lines();
+  path_ = current;
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_NE(lines[0].find("first"), std::string::npos);
+  EXPECT_NE(lines[1].find("second"), std::string::npos);
+  std::remove(moved.c_str());
 }
 
 TEST_F(LineTest, ScopesPairTheirLinesAndCostNothingWhileOff) {
