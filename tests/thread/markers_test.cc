@@ -12,6 +12,7 @@
 #include "ThreadTestUtil.h"
 #include "core/Registry.h"
 #include "module/Identity.h"
+#include "platform/process.h"
 #include "thread/ConcurrencyMarkers.h"
 #include "thread/ThreadBase.h"
 
@@ -256,7 +257,7 @@ TEST_F(Markers, ManifestIsWellFormedXmlWithTheProvidersTasksAndEvents) {
   EXPECT_NE(manifest.find("guid=\"{AE1860CF-EE7C-4659-BB7B-C7AED00F23E4}\""), std::string::npos);
 #ifndef _WIN32
   // The judge: Python's XML parser lists what the manifest declares.
-  const std::string path = testing::TempDir() + "zxut_manifest.xml";
+  const std::string path = testing::TempDir() + "zxut_manifest_" + std::to_string(plat::ProcessId()) + ".xml";
   FILE* f = std::fopen(path.c_str(), "wb");
   ASSERT_NE(f, nullptr);
   std::fwrite(manifest.data(), 1, manifest.size(), f);
