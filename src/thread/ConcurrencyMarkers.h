@@ -93,6 +93,7 @@ class clsConcurrencyVisualizerMarkerSeries {
   int32_t EnterSpan(uint8_t level, uint32_t* spanNumber, const char16_t* format, ...);
   int32_t LeaveSpan(uint8_t level, uint32_t spanNumber);
   const String& Name() const { return name_; }
+  uint32_t NameLength() const { return length_; }
 
  private:
   clsConcurrencyVisualizerMarkerSeries(clsConcurrencyVisualizerProvider* provider, const char16_t* name,

@@ -169,6 +169,7 @@ TEST_F(Markers, TextLimitsAndSeriesNameLimit) {
   EXPECT_EQ(s, nullptr);
   EXPECT_EQ(diag.Count("ERROR creating Marker Series '123456789012345678901234567890123'"), 1);
   ASSERT_EQ(zx::clsConcurrencyVisualizerMarkerSeries::Create(p, u"12345678901234567890123456789012", &s), 0);
+  EXPECT_EQ(s->NameLength(), 32u);
 
   const std::u16string seventy(70, u'm');
   EXPECT_EQ(s->WriteFlag(1, u"%s", seventy.c_str()), 0);
