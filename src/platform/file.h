@@ -88,7 +88,7 @@ class NoOpenFileErrorBox {
   NoOpenFileErrorBox(const NoOpenFileErrorBox&) = delete;
   NoOpenFileErrorBox& operator=(const NoOpenFileErrorBox&) = delete;
  private:
-  uint32_t old_;
+  [[maybe_unused]] uint32_t old_;   // the mode to restore (Windows)
 };
 
 // IsTextUnicode over `size` bytes with the test mask; true when the text passes.

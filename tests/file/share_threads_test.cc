@@ -28,7 +28,10 @@ TEST(FileShareThreads, RacingExclusiveOpensNeverBothSucceed) {
     a.join();
     b.join();
     ASSERT_FALSE(got[0] && got[1]) << "round " << round;
-    for (int i = 0; i < 2; ++i)
-      if (!got[i]) EXPECT_EQ(kFileErrInUse, files[i].GetLastErrorKind());
+    for (int i = 0; i < 2; ++i) {
+      if (!got[i]) {
+        EXPECT_EQ(kFileErrInUse, files[i].GetLastErrorKind());
+      }
+    }
   }
 }

@@ -284,14 +284,22 @@ bool FileSeek(FileHandle h, int64_t distance, uint32_t method, uint64_t* newPosi
   return true;
 }
 
-bool FileSize(FileHandle h, uint64_t* size) {
+namespace {
+// The status of an open file, with the error set on failure.
+bool StatOf(FileHandle h, struct stat* st) {
   PosixFile* f = Get(h);
   if (!f) return BadHandle();
-  struct stat st;
-  if (fstat(f->fd, &st) != 0) {
+  if (fstat(f->fd, st) != 0) {
     SetLastErrorFromErrno();
     return false;
   }
+  return true;
+}
+}  // namespace
+
+bool FileSize(FileHandle h, uint64_t* size) {
+  struct stat st;
+  if (!StatOf(h, &st)) return false;
   *size = static_cast<uint64_t>(st.st_size);
   return true;
 }
@@ -368,13 +376,8 @@ bool FileUnlockRange(FileHandle h, uint64_t offset, uint64_t length) {
 }
 
 bool FileTimes(FileHandle h, uint64_t* creation, uint64_t* access, uint64_t* write) {
-  PosixFile* f = Get(h);
-  if (!f) return BadHandle();
   struct stat st;
-  if (fstat(f->fd, &st) != 0) {
-    SetLastErrorFromErrno();
-    return false;
-  }
+  if (!StatOf(h, &st)) return false;
   if (creation) *creation = ToFileTime(st.st_ctim);
   if (access) *access = ToFileTime(st.st_atim);
   if (write) *write = ToFileTime(st.st_mtim);

@@ -85,14 +85,22 @@ bool FileTimes(FileHandle h, uint64_t* creation, uint64_t* access, uint64_t* wri
   return Sync(ok);
 }
 
-bool FileInfoByName(const char16_t* name, FileInfo* info) {
-  WIN32_FILE_ATTRIBUTE_DATA d{};
-  if (!::GetFileAttributesExW(W(name), GetFileExInfoStandard, &d)) return Sync(false);
+namespace {
+// The fields both system records share.
+template <class Data>
+void FillInfo(const Data& d, FileInfo* info) {
   info->attributes = d.dwFileAttributes;
   info->creation = Join(d.ftCreationTime);
   info->lastAccess = Join(d.ftLastAccessTime);
   info->lastWrite = Join(d.ftLastWriteTime);
   info->size = (static_cast<uint64_t>(d.nFileSizeHigh) << 32) | d.nFileSizeLow;
+}
+}  // namespace
+
+bool FileInfoByName(const char16_t* name, FileInfo* info) {
+  WIN32_FILE_ATTRIBUTE_DATA d{};
+  if (!::GetFileAttributesExW(W(name), GetFileExInfoStandard, &d)) return Sync(false);
+  FillInfo(d, info);
   return Sync(true);
 }
 
@@ -101,11 +109,7 @@ bool FileInfoByFind(const char16_t* name, FileInfo* info) {
   HANDLE f = ::FindFirstFileW(W(name), &d);
   if (f == INVALID_HANDLE_VALUE) return Sync(false);
   ::FindClose(f);
-  info->attributes = d.dwFileAttributes;
-  info->creation = Join(d.ftCreationTime);
-  info->lastAccess = Join(d.ftLastAccessTime);
-  info->lastWrite = Join(d.ftLastWriteTime);
-  info->size = (static_cast<uint64_t>(d.nFileSizeHigh) << 32) | d.nFileSizeLow;
+  FillInfo(d, info);
   return Sync(true);
 }
 
