@@ -31,9 +31,14 @@ void* operator new(size_t n, std::align_val_t a) {
   if (void* p = operator new(n, a, std::nothrow)) return p;
   throw std::bad_alloc();
 }
+// These deletes are the pair of the news above, which take their memory from
+// malloc; the compiler sees only the default pairing and warns.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete[](void* p, size_t) noexcept { std::free(p); }
 void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
 void operator delete(void* p, size_t, std::align_val_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
