@@ -29,18 +29,23 @@ class ScratchDir {
     std::string leaf = std::string("zxut_file_") + (info ? info->name() : "x") + "_" +
                        std::to_string(++counter);
     path_ = fs::temp_directory_path() / leaf;
-    fs::remove_all(path_);
+    RemoveTree(path_);   // a leftover of an interrupted run
     fs::create_directories(path_);
   }
-  ~ScratchDir() {
-    std::error_code ec;
-    fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
-    fs::remove_all(path_, ec);
-  }
+  ~ScratchDir() { RemoveTree(path_); }
   fs::path operator/(const std::string& leaf) const { return path_ / leaf; }
   const fs::path& path() const { return path_; }
 
  private:
+  // Read-only entries are made writable first: Windows refuses to delete them.
+  static void RemoveTree(const fs::path& root) {
+    std::error_code ec;
+    fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
+    for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::recursive_directory_iterator();
+         it.increment(ec))
+      fs::permissions(it->path(), fs::perms::owner_write | fs::perms::owner_read, fs::perm_options::add, ec);
+    fs::remove_all(root, ec);
+  }
   fs::path path_;
 };
 

@@ -226,10 +226,26 @@ bool FileClose(FileHandle h) {
   return true;
 }
 
+namespace {
+// As on Windows, a range that another open has locked refuses this open's reads
+// and writes (the whole call fails with ERROR_LOCK_VIOLATION). Other opens' ranges
+// are their locks on the file's descriptions, in this process or another.
+bool LockedByOthers(const PosixFile* f, uint32_t count) {
+  if (f->lockFd < 0 || count == 0) return false;
+  const off_t pos = ::lseek(f->fd, 0, SEEK_CUR);
+  if (pos < 0 || pos >= kMarkerBase) return false;
+  const off_t room = kMarkerBase - pos;
+  if (!OthersHold(f->lockFd, pos, static_cast<off_t>(count) < room ? static_cast<off_t>(count) : room)) return false;
+  SetLastError(kErrLockViolation);
+  return true;
+}
+}  // namespace
+
 bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
   if (done) *done = 0;
   PosixFile* f = Get(h);
   if (!f) return BadHandle();
+  if (LockedByOthers(f, count)) return false;
   uint32_t total = 0;
   auto* p = static_cast<char*>(buffer);
   while (total < count) {
@@ -251,6 +267,7 @@ bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done)
   if (done) *done = 0;
   PosixFile* f = Get(h);
   if (!f) return BadHandle();
+  if (LockedByOthers(f, count)) return false;
   uint32_t total = 0;
   const auto* p = static_cast<const char*>(buffer);
   while (total < count) {
