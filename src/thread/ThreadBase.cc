@@ -1,6 +1,7 @@
 #include "thread/ThreadBase.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 #include <cstring>
 #include <new>
@@ -40,10 +41,16 @@ uint32_t Ms(uint64_t hundredNs) { return static_cast<uint32_t>(hundredNs / 10000
 
 }  // namespace
 
-// The thread's argument: it lives on the starter's stack until the handshake.
+// The thread's argument, shared by the starter and the new thread: a starter whose
+// handshake timed out has returned long before a late thread signals, so the
+// block goes with whichever of the two lets go of it last.
 struct clsThreadBase::StartArgs {
-  plat::WaitHandle started;
-  clsThreadBase* self;
+  clsEvent started{true, false};
+  clsThreadBase* self = nullptr;
+  std::atomic<int> holders{2};
+  void Release() {
+    if (holders.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
 };
 
 void clsThreadBase::SetBeforeHandshakeHookForTests(void (*hook)(clsThreadBase*)) {
@@ -110,8 +117,8 @@ bool clsThreadBase::ThreadStart(int priority) {
       return true;
     }
   }
-  clsEvent started(true, false);
-  StartArgs args{started.Handle(), this};
+  auto* args = new (std::nothrow) StartArgs;
+  if (args) args->self = this;
   plat::Lock l(m_Lock);   // held across the handshake: nobody ends a thread that is just starting
   m_dwExitCode = 0xFFFFFFFFu;
   m_dwCreatorThreadId = plat::ThreadId();
@@ -119,8 +126,9 @@ bool clsThreadBase::ThreadStart(int priority) {
   m_bStarted = false;
   const uint32_t stack = ThreadGetStackSize();
   int err = 0;
-  m_hThread = plat::ThreadCreateSuspended(stack, &Entry, &args, nullptr, &err);
+  m_hThread = args ? plat::ThreadCreateSuspended(stack, &Entry, args, nullptr, &err) : nullptr;
   if (!m_hThread) {
+    delete args;   // no thread holds it
     SetError(u"clsThreadBase(%hs)::ThreadStart: Cannot create thread (stack size %d KiB): errno=%d, "
              u"GetLastError()=%s",
              m_szName, static_cast<int>(stack >> 10), err, LastErrorText().wchar());
@@ -133,9 +141,10 @@ bool clsThreadBase::ThreadStart(int priority) {
   for (;;) {
     const uint64_t now = UtilTickCount64();
     const uint32_t round = now >= deadline ? 0 : static_cast<uint32_t>(std::min<uint64_t>(deadline - now, 100));
-    result = plat::WaitOne(started.Handle(), round);
+    result = plat::WaitOne(args->started.Handle(), round);
     if (result != plat::kWaitTimeout || round == 0) break;
   }
+  args->Release();
   m_dwThreadId = plat::ThreadIdOf(m_hThread);
   if (result != plat::kWaitObject0) {
     m_bStarted = false;
@@ -159,7 +168,8 @@ uint32_t clsThreadBase::Entry(void* arg) {
     DebugSetThreadName(behind);
   }
   if (auto hook = g_beforeHandshake.load(std::memory_order_acquire)) hook(self);
-  plat::EventSet(args->started);   // from here on the starter may return, and `args` is gone
+  args->started.Set();   // from here on the starter may return
+  args->Release();
   if (self->MarkersActive()) {
     const String series = self->m_szName ? String(self->m_szName) : String(u"(thread)");
     clsConcurrencyVisualizerMarkerSeries::Create(self->MarkerProvider(), series.wchar(), &self->m_pMarker);
