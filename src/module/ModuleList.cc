@@ -11,6 +11,21 @@
 namespace zx {
 namespace {
 
+// The module list and each module's heap list: doubly linked, head and tail kept.
+template <class Node>
+void LinkAtTail(Node*& head, Node*& tail, Node* node) {
+  node->prev = tail;
+  node->next = nullptr;
+  (tail ? tail->next : head) = node;
+  tail = node;
+}
+
+template <class Node>
+void Unlink(Node*& head, Node*& tail, Node* node) {
+  (node->prev ? node->prev->next : head) = node->next;
+  (node->next ? node->next->prev : tail) = node->prev;
+}
+
 bool SameName(const char16_t* stored, const char16_t* wanted) {
   int i = 0;
   for (; i < kNameChars && wanted[i]; ++i)
@@ -71,12 +86,7 @@ __attribute__((noinline)) clsModuleNode* clsModuleList::Add(const char16_t* name
   node->flags = flags;
   node->stack = (flags & kJobTrace) ? CaptureStackRecord(2) : nullptr;
   node->refCount = 1;
-  node->prev = tail_;
-  if (tail_)
-    tail_->next = node;
-  else
-    head_ = node;
-  tail_ = node;
+  LinkAtTail(head_, tail_, node);
   return node;
 }
 
@@ -86,8 +96,7 @@ int32_t clsModuleList::Delete(clsModuleNode* node) {
     return kRcInvalidHandle;
   }
   const bool heapsLeft = node->firstHeap != nullptr;
-  (node->prev ? node->prev->next : head_) = node->next;
-  (node->next ? node->next->prev : tail_) = node->prev;
+  Unlink(head_, tail_, node);
   DestroyNode(node);
   return heapsLeft ? kRcLeftOver : kRcOk;
 }
@@ -106,12 +115,7 @@ clsHeapNode* clsModuleNode::AddHeap(const char16_t* heapName, uint32_t heapFlags
                  heapFlags);
     return nullptr;
   }
-  heap->prev = lastHeap;
-  if (lastHeap)
-    lastHeap->next = heap;
-  else
-    firstHeap = heap;
-  lastHeap = heap;
+  LinkAtTail(firstHeap, lastHeap, heap);
   return heap;
 }
 
@@ -121,8 +125,7 @@ int32_t clsModuleNode::DeleteHeap(clsHeapNode* heap) {
     return kRcInvalidHandle;
   }
   const int32_t rc = heap->objects > 0 ? kRcLeftOver : kRcOk;
-  (heap->prev ? heap->prev->next : firstHeap) = heap->next;
-  (heap->next ? heap->next->prev : lastHeap) = heap->prev;
+  Unlink(firstHeap, lastHeap, heap);
   heap->Destroy();
   return rc;
 }
