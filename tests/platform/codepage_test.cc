@@ -33,33 +33,41 @@ std::string ToNarrow(uint32_t cp, const std::u16string& s, uint32_t flags = 0,
   return out;
 }
 
-std::string AllBytes(bool skipUndefined1252) {
+// Every byte but 0 and those the page (or the reference) leaves undefined.
+std::string AllBytesBut(const char* undefined) {
   std::string s;
-  for (int b = 1; b < 256; ++b) {
-    if (skipUndefined1252 && (b == 0x81 || b == 0x8D || b == 0x8F || b == 0x90 || b == 0x9D)) continue;
-    s.push_back(char(b));
-  }
+  for (int b = 1; b < 256; ++b)
+    if (!std::strchr(undefined, b)) s.push_back(char(b));
   return s;
 }
 
 }  // namespace
 
-TEST(Codepage, Cp1252MatchesTheReferenceOverAllBytes) {
+// Every byte against the reference, and back exactly.
+TEST(Codepage, SingleBytePagesMatchTheReferenceOverAllBytes) {
+  const struct {
+    uint32_t cp;
+    const char* undefined;
+  } pages[] = {
 #ifdef _WIN32
-  std::string bytes = AllBytes(false);   // the system knows the five undefined bytes too
+      {1252, ""},   // the system knows the five undefined bytes too
 #else
-  std::string bytes = AllBytes(true);    // iconv does not
+      {1252, "\x81\x8D\x8F\x90\x9D"},   // iconv does not
 #endif
-  std::u16string expected;
-  ASSERT_TRUE(ptest::ReferenceToWide(1252, bytes, expected));
-  EXPECT_EQ(ToWide(1252, bytes), expected);
-  // And back: every byte round-trips exactly.
-  EXPECT_EQ(ToNarrow(1252, expected, kWcNoBestFitChars), bytes);
+      {1251, "\x98"},
+  };
+  for (const auto& page : pages) {
+    SCOPED_TRACE(page.cp);
+    const std::string bytes = AllBytesBut(page.undefined);
+    std::u16string expected;
+    ASSERT_TRUE(ptest::ReferenceToWide(page.cp, bytes, expected));
+    EXPECT_EQ(ToWide(page.cp, bytes), expected);
+    EXPECT_EQ(ToNarrow(page.cp, expected, kWcNoBestFitChars), bytes);
+  }
 }
 
 TEST(Codepage, Cp1252UndefinedBytesMapToC1AndBack) {
-  const unsigned char undefined[] = {0x81, 0x8D, 0x8F, 0x90, 0x9D};
-  for (unsigned char b : undefined) {
+  for (unsigned char b : {0x81, 0x8D, 0x8F, 0x90, 0x9D}) {
     std::string s(1, char(b));
     std::u16string w = ToWide(1252, s, kMbErrInvalidChars);
     ASSERT_EQ(w.size(), 1u);
@@ -148,12 +156,8 @@ TEST(Codepage, Utf8InvalidSequencesBecomeReplacementCharacters) {
   for (const Utf8Case& c : cases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(ToWide(kCpUtf8, c.in), c.out);
-
-    plat::SetLastError(0);
-    EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, c.in.data(), static_cast<int>(c.in.size()),
-                              nullptr, 0),
-              0);
-    EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
+    EXPECT_FAILS_WITH(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, c.in.data(), int(c.in.size()), nullptr, 0),
+                      kErrNoUnicodeTranslation);
   }
 }
 
@@ -161,9 +165,8 @@ TEST(Codepage, Utf8LoneSurrogatesOnOutput) {
   EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(u"a") + char16_t(0xD800) + u"b"), "a\xEF\xBF\xBD" "b");
   EXPECT_EQ(ToNarrow(kCpUtf8, std::u16string(1, char16_t(0xDC00))), "\xEF\xBF\xBD");
   std::u16string bad = std::u16string(u"x") + char16_t(0xDFFF);
-  plat::SetLastError(0);
-  EXPECT_EQ(WideToMultiByte(kCpUtf8, kWcErrInvalidChars, bad.data(), 2, nullptr, 0), 0);
-  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
+  EXPECT_FAILS_WITH(WideToMultiByte(kCpUtf8, kWcErrInvalidChars, bad.data(), 2, nullptr, 0),
+                    kErrNoUnicodeTranslation);
 }
 
 TEST(Codepage, TerminatorAndBufferRules) {
@@ -174,77 +177,43 @@ TEST(Codepage, TerminatorAndBufferRules) {
   EXPECT_EQ(buf[2], 0);
   // Too small: filled as far as it goes, then error 122.
   std::fill(buf, buf + 8, u'#');
-  plat::SetLastError(0);
-  EXPECT_EQ(MultiByteToWide(1252, 0, "abc", 3, buf, 2), 0);
-  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, 0, "abc", 3, buf, 2), kErrInsufficientBuffer);
   EXPECT_EQ(buf[0], u'a');
   EXPECT_EQ(buf[2], u'#');
   // A surrogate pair never gets split at the end of the buffer.
   std::fill(buf, buf + 8, u'#');
-  EXPECT_EQ(MultiByteToWide(kCpUtf8, 0, "a\xF0\x9F\x98\x80", 5, buf, 2), 0);
-  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
+  EXPECT_FAILS_WITH(MultiByteToWide(kCpUtf8, 0, "a\xF0\x9F\x98\x80", 5, buf, 2), kErrInsufficientBuffer);
   EXPECT_EQ(buf[1], u'#');
   // Buffer overflow takes precedence over invalid input.
-  EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, "\xC0", 2, buf, 1), 0);
-  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
+  EXPECT_FAILS_WITH(MultiByteToWide(kCpUtf8, kMbErrInvalidChars, "\xC0", 2, buf, 1), kErrInsufficientBuffer);
 }
 
 TEST(Codepage, BadArgumentsAndFlags) {
   char16_t w[4];
   char n[4];
-  const struct {
-    int result;
-    uint32_t error;
-  } expected = {0, kErrInvalidParameter};
-  plat::SetLastError(0);
-  EXPECT_EQ(MultiByteToWide(1252, 0, nullptr, 3, w, 4), expected.result);
-  EXPECT_EQ(plat::LastError(), expected.error);
-  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 0, w, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, nullptr, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  EXPECT_EQ(MultiByteToWide(1252, 0, "a", 1, w, -1), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  EXPECT_EQ(WideToMultiByte(1252, 0, nullptr, 1, n, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  // Flags that the page does not take.
-  EXPECT_EQ(MultiByteToWide(kCpUtf8, kMbPrecomposed, "a", 1, w, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
-  EXPECT_EQ(MultiByteToWide(1252, kMbPrecomposed | kMbComposite, "a", 1, w, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
-  EXPECT_EQ(WideToMultiByte(1252, kWcErrInvalidChars, u"a", 1, n, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
-  // UTF-8 takes no default character.
   bool used;
-  EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, "?", nullptr), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  EXPECT_EQ(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, nullptr, &used), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, 0, nullptr, 3, w, 4), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, 0, "a", 0, w, 4), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, 0, "a", 1, nullptr, 4), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, 0, "a", 1, w, -1), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(WideToMultiByte(1252, 0, nullptr, 1, n, 4), kErrInvalidParameter);
+  // Flags that the page does not take.
+  EXPECT_FAILS_WITH(MultiByteToWide(kCpUtf8, kMbPrecomposed, "a", 1, w, 4), kErrInvalidFlags);
+  EXPECT_FAILS_WITH(MultiByteToWide(1252, kMbPrecomposed | kMbComposite, "a", 1, w, 4), kErrInvalidFlags);
+  EXPECT_FAILS_WITH(WideToMultiByte(1252, kWcErrInvalidChars, u"a", 1, n, 4), kErrInvalidFlags);
+  // UTF-8 takes no default character.
+  EXPECT_FAILS_WITH(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, "?", nullptr), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(WideToMultiByte(kCpUtf8, 0, u"a", 1, n, 4, nullptr, &used), kErrInvalidParameter);
   // Unknown code pages.
   EXPECT_FALSE(plat::IsValidCodePage(12345));
-  EXPECT_EQ(MultiByteToWide(12345, 0, "a", 1, w, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
-  EXPECT_TRUE(plat::IsValidCodePage(1252));
-  EXPECT_TRUE(plat::IsValidCodePage(65001));
-  EXPECT_TRUE(plat::IsValidCodePage(1251));
+  EXPECT_FAILS_WITH(MultiByteToWide(12345, 0, "a", 1, w, 4), kErrInvalidParameter);
+  for (uint32_t cp : {1252u, 65001u, 1251u}) EXPECT_TRUE(plat::IsValidCodePage(cp)) << cp;
 }
 
 TEST(Codepage, SymbolPage) {
   EXPECT_EQ(ToWide(kCpSymbol, "\x01 A\xFF"), u"\u0001\uF020\uF041\uF0FF");
   EXPECT_EQ(ToNarrow(kCpSymbol, u"\u0001\uF020\uF041"), "\x01 A");
-  plat::SetLastError(0);
-  EXPECT_EQ(WideToMultiByte(kCpSymbol, 0, u"A", 1, nullptr, 0), 0);
-  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
-}
-
-TEST(Codepage, Cp1251MatchesTheReference) {
-  std::string bytes = AllBytes(false);
-  bytes.erase(bytes.find('\x98'), 1);  // the one byte 1251 leaves undefined
-  std::u16string expected;
-  ASSERT_TRUE(ptest::ReferenceToWide(1251, bytes, expected));
-  std::u16string wide = ToWide(1251, bytes);
-  EXPECT_EQ(wide, expected);
-  EXPECT_EQ(ToNarrow(1251, wide, kWcNoBestFitChars), bytes);
+  EXPECT_FAILS_WITH(WideToMultiByte(kCpSymbol, 0, u"A", 1, nullptr, 0), kErrNoUnicodeTranslation);
 }
 
 TEST(Codepage, Cp932SamplesMatchTheReference) {
@@ -259,9 +228,7 @@ TEST(Codepage, Cp932SamplesMatchTheReference) {
   // A lead byte without its trail byte becomes the page's default character, or a
   // failure with MB_ERR_INVALID_CHARS.
   EXPECT_EQ(ToWide(932, "\x93"), u"\u30FB");
-  plat::SetLastError(0);
-  EXPECT_EQ(MultiByteToWide(932, kMbErrInvalidChars, "\x93", 1, nullptr, 0), 0);
-  EXPECT_EQ(plat::LastError(), kErrNoUnicodeTranslation);
+  EXPECT_FAILS_WITH(MultiByteToWide(932, kMbErrInvalidChars, "\x93", 1, nullptr, 0), kErrNoUnicodeTranslation);
   // Unmappable text gets the default character and reports it.
   bool used = false;
   EXPECT_EQ(ToNarrow(932, u"a\u0100", kWcNoBestFitChars, nullptr, &used), "a?");

@@ -182,9 +182,3 @@ TEST(DebugOutput, DestinationFromEnvironment) {
   std::system((std::string("rm -rf ") + dir).c_str());
 }
 #endif
-
-TEST(DebugOutput, NoDebuggerUnderTest) {
-  // The suite does not run under a debugger; if it ever does, this says so.
-  if (DebuggerPresent()) GTEST_SKIP() << "a debugger is attached";
-  EXPECT_FALSE(DebuggerPresent());
-}

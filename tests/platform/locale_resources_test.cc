@@ -6,9 +6,11 @@
 #include <vector>
 #include <string>
 
+#include "platform/codepage.h"
 #include "platform/errors.h"
 #include "platform/locale.h"
 #include "platform/resources.h"
+#include "test_util.h"
 
 using namespace plat;
 
@@ -72,31 +74,33 @@ class ScopedLocaleEnv {
 
 }  // namespace
 
-TEST(Locale, CompareWithAndWithoutCase) {
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"apple", -1, u"Banana", -1), 1);
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"abc", -1, u"ABC", -1), 1);   // lower first
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, kNormIgnoreCase, u"abc", -1, u"ABC", -1), 2);
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, kNormIgnoreCase, u"abd", -1, u"ABC", -1), 3);
-  // Counted lengths compare only that much.
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, u"abcX", 3, u"abcY", 3), 2);
-  // Accents differ without NORM_IGNORENONSPACE, not with it.
+TEST(Locale, CompareWithAndWithoutCaseAndItsFailures) {
+  const struct {
+    uint32_t lcid, flags;
+    const char16_t* a;
+    int la;
+    const char16_t* b;
+    int lb, expected;
+  } cases[] = {
+      {kEnglishLcid, 0, u"apple", -1, u"Banana", -1, 1},
+      {kEnglishLcid, 0, u"abc", -1, u"ABC", -1, 1},   // lower first
+      {kEnglishLcid, kNormIgnoreCase, u"abc", -1, u"ABC", -1, 2},
+      {kEnglishLcid, kNormIgnoreCase, u"abd", -1, u"ABC", -1, 3},
+      {kEnglishLcid, 0, u"abcX", 3, u"abcY", 3, 2},   // counted lengths compare only that much
+      // Accents count without NORM_IGNORENONSPACE.
+      {kGermanLcid, kNormIgnoreCase | kNormIgnoreNonSpace, u"\u00E4", -1, u"A", -1, 2},
+      // Sharp s equals "ss" when case is ignored, as the system compares it.
+      {kGermanLcid, kNormIgnoreCase, u"Stra\u00DFe", -1, u"STRASSE", -1, 2},
+      {kGermanLcid, 0, u"\u00C4pfel", -1, u"Birne", -1, 1},   // the umlaut sorts with its base letter
+      {kLocaleUserDefault, kNormIgnoreCase, u"x", -1, u"X", -1, 2},
+      {kLocaleInvariant, kNormIgnoreCase, u"x", -1, u"X", -1, 2},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(CompareStringLocale(c.lcid, c.flags, c.a, c.la, c.b, c.lb), c.expected) << plat::Utf16ToUtf8(c.a);
   EXPECT_NE(CompareStringLocale(kGermanLcid, kNormIgnoreCase, u"\u00E4", -1, u"a", -1), 2);
-  EXPECT_EQ(CompareStringLocale(kGermanLcid, kNormIgnoreCase | kNormIgnoreNonSpace, u"\u00E4", -1, u"A", -1), 2);
-  // Sharp s equals "ss" when case is ignored, as the system compares it.
-  EXPECT_EQ(CompareStringLocale(kGermanLcid, kNormIgnoreCase, u"Stra\u00DFe", -1, u"STRASSE", -1), 2);
-  // German sorts the umlaut with its base letter, not after z.
-  EXPECT_EQ(CompareStringLocale(kGermanLcid, 0, u"\u00C4pfel", -1, u"Birne", -1), 1);
-  EXPECT_EQ(CompareStringLocale(kLocaleUserDefault, kNormIgnoreCase, u"x", -1, u"X", -1), 2);
-  EXPECT_EQ(CompareStringLocale(kLocaleInvariant, kNormIgnoreCase, u"x", -1, u"X", -1), 2);
-}
-
-TEST(Locale, CompareFailures) {
-  plat::SetLastError(0);
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0, nullptr, -1, u"a", -1), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(CompareStringLocale(kEnglishLcid, 0, nullptr, -1, u"a", -1), kErrInvalidParameter);
 #ifndef _WIN32   // the system (and wine) may accept unknown bits
-  EXPECT_EQ(CompareStringLocale(kEnglishLcid, 0x40000000, u"a", -1, u"a", -1), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
+  EXPECT_FAILS_WITH(CompareStringLocale(kEnglishLcid, 0x40000000, u"a", -1, u"a", -1), kErrInvalidFlags);
 #endif
 }
 
@@ -127,13 +131,10 @@ TEST(Locale, MapStringSizesBuffersAndFlags) {
   char16_t buf[8];
   EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, buf, 8), 4);
   EXPECT_EQ(std::u16string(buf), u"ABC");
-  plat::SetLastError(0);
-  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, buf, 3), 0);
-  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
-  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase | kLcMapLowercase, u"abc", 3, buf, 8), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidFlags);
-  EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapUppercase, nullptr, 3, buf, 8), 0);
-  EXPECT_EQ(plat::LastError(), kErrInvalidParameter);
+  EXPECT_FAILS_WITH(MapStringLocale(kEnglishLcid, kLcMapUppercase, u"abc", -1, buf, 3), kErrInsufficientBuffer);
+  EXPECT_FAILS_WITH(MapStringLocale(kEnglishLcid, kLcMapUppercase | kLcMapLowercase, u"abc", 3, buf, 8),
+                    kErrInvalidFlags);
+  EXPECT_FAILS_WITH(MapStringLocale(kEnglishLcid, kLcMapUppercase, nullptr, 3, buf, 8), kErrInvalidParameter);
   // In place.
   char16_t inPlace[] = u"mixed Case";
   EXPECT_EQ(MapStringLocale(kEnglishLcid, kLcMapLowercase, inPlace, -1, inPlace, 11), 11);
@@ -141,31 +142,27 @@ TEST(Locale, MapStringSizesBuffersAndFlags) {
 }
 
 TEST(Locale, LocaleInfo) {
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSName), u"de-DE");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSIso639LangName), u"de");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSIso3166CtryName), u"DE");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSEngLanguage), u"German");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSEngCountry), u"Germany");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSNativeLangName), u"Deutsch");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSNativeCtryName), u"Deutschland");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleILanguage), u"0407");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleIDefaultAnsiCodePage), u"1252");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleIDefaultCodePage), u"850");
-  EXPECT_EQ(Info(kEnglishLcid, kLocaleIDefaultCodePage), u"437");
-  EXPECT_EQ(Info(0x0419, kLocaleIDefaultAnsiCodePage), u"1251");
-  EXPECT_EQ(Info(0x0411, kLocaleIDefaultAnsiCodePage), u"932");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSDecimal), u",");
-  EXPECT_EQ(Info(kGermanLcid, kLocaleSThousand), u".");
-  EXPECT_EQ(Info(kEnglishLcid, kLocaleSDecimal), u".");
-  EXPECT_EQ(Info(kTurkishLcid, kLocaleSName), u"tr-TR");
+  const struct {
+    uint32_t lcid, type;
+    const char16_t* text;
+  } cases[] = {
+      {kGermanLcid, kLocaleSName, u"de-DE"},           {kGermanLcid, kLocaleSIso639LangName, u"de"},
+      {kGermanLcid, kLocaleSIso3166CtryName, u"DE"},   {kGermanLcid, kLocaleSEngLanguage, u"German"},
+      {kGermanLcid, kLocaleSEngCountry, u"Germany"},   {kGermanLcid, kLocaleSNativeLangName, u"Deutsch"},
+      {kGermanLcid, kLocaleSNativeCtryName, u"Deutschland"}, {kGermanLcid, kLocaleILanguage, u"0407"},
+      {kGermanLcid, kLocaleIDefaultAnsiCodePage, u"1252"},   {kGermanLcid, kLocaleIDefaultCodePage, u"850"},
+      {kEnglishLcid, kLocaleIDefaultCodePage, u"437"},       {0x0419, kLocaleIDefaultAnsiCodePage, u"1251"},
+      {0x0411, kLocaleIDefaultAnsiCodePage, u"932"},         {kGermanLcid, kLocaleSDecimal, u","},
+      {kGermanLcid, kLocaleSThousand, u"."},                 {kEnglishLcid, kLocaleSDecimal, u"."},
+      {kTurkishLcid, kLocaleSName, u"tr-TR"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Info(c.lcid, c.type), c.text) << std::hex << c.lcid << " " << c.type;
   char16_t buf[4];
   EXPECT_EQ(LocaleInfo(kGermanLcid, kLocaleIDefaultAnsiCodePage | kLocaleReturnNumber, buf, 4), 2);
   uint32_t n;
   std::memcpy(&n, buf, 4);
   EXPECT_EQ(n, 1252u);
-  plat::SetLastError(0);
-  EXPECT_EQ(LocaleInfo(kGermanLcid, kLocaleSEngLanguage, buf, 4), 0);
-  EXPECT_EQ(plat::LastError(), kErrInsufficientBuffer);
+  EXPECT_FAILS_WITH(LocaleInfo(kGermanLcid, kLocaleSEngLanguage, buf, 4), kErrInsufficientBuffer);
 }
 
 TEST(Locale, SystemVersionIsAtLeastSixOne) { EXPECT_GE(SystemVersion(), 0x0601u); }
@@ -180,25 +177,20 @@ TEST(Locale, UserLanguageFromTheEnvironment) {
     // The user's locale drives comparison with the default LCID.
     EXPECT_EQ(CompareStringLocale(kLocaleUserDefault, 0, u"\u00E4", -1, u"b", -1), 1);
   }
-  {
-    ScopedLocaleEnv env("fr_CH.UTF-8@euro", "de_DE.UTF-8");
-    EXPECT_EQ(UserDefaultLangID(), 0x100C);   // LC_ALL wins
-  }
-  {
-    ScopedLocaleEnv env(nullptr, "de");   // a bare language gets its usual country
-    EXPECT_EQ(UserDefaultLangID(), 0x0407);
-  }
-  {
-    ScopedLocaleEnv env(nullptr, "xx_YY");   // unknown to the system
-    EXPECT_EQ(UserDefaultLangID(), 0x0409);
-  }
-  {
-    ScopedLocaleEnv env(nullptr, "C");
-    EXPECT_EQ(UserDefaultLangID(), 0x0409);
-  }
-  {
-    ScopedLocaleEnv env(nullptr, nullptr);
-    EXPECT_EQ(UserDefaultUILanguage(), 0x0409);
+  const struct {
+    const char *lcAll, *lang;
+    uint16_t expected;
+  } cases[] = {
+      {"fr_CH.UTF-8@euro", "de_DE.UTF-8", 0x100C},   // LC_ALL wins
+      {nullptr, "de", 0x0407},                       // a bare language gets its usual country
+      {nullptr, "xx_YY", 0x0409},                    // unknown to the system
+      {nullptr, "C", 0x0409},
+      {nullptr, nullptr, 0x0409},
+  };
+  for (const auto& c : cases) {
+    ScopedLocaleEnv env(c.lcAll, c.lang);
+    EXPECT_EQ(UserDefaultLangID(), c.expected) << (c.lang ? c.lang : "(none)");
+    EXPECT_EQ(UserDefaultUILanguage(), c.expected) << (c.lang ? c.lang : "(none)");
   }
 }
 #endif

@@ -21,6 +21,7 @@
 #include "core/Registry.h"
 #include "platform/regfile.h"
 #include "platform/registry.h"
+#include "test_util.h"
 
 using namespace plat;
 
@@ -64,25 +65,25 @@ TEST(RegFile, ParsesAHandWrittenFileWithOddCaseAndEscapes) {
   ASSERT_EQ(doc.keys.size(), 2u);
   EXPECT_EQ(doc.keys[1].path, u"software\\zarnik\\Sub");   // trailing backslash trimmed
 
-  regfile::Entry* e = regfile::FindValue(doc, u"HKLM", u"software\\ZARNIK", u"debug.logfilename", nullptr);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->type, 1u);
-  EXPECT_EQ(e->data, Utf16Bytes(u"C:\\logs\\a \"quoted\" name.log"));
-  e = regfile::FindValue(doc, u"HKEY_LOCAL_MACHINE", u"Software\\Zarnik", u"gpfminidumpmode", nullptr);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->type, 4u);
-  EXPECT_EQ(e->data, (std::vector<uint8_t>{0xA7, 0x3A, 0x0A, 0x00}));
-  e = regfile::FindValue(doc, u"HKEY_LOCAL_MACHINE", u"software\\zarnik", u"", nullptr);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->data, Utf16Bytes(u"the default"));
-  EXPECT_NE(regfile::FindValue(doc, u"HKEY_LOCAL_MACHINE", u"software\\zarnik", u"back\\slash \"NAME\"", nullptr), nullptr);
-  e = regfile::FindValue(doc, u"HKEY_LOCAL_MACHINE", u"\\SOFTWARE\\ZARNIK\\SUB", u"bin", nullptr);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->type, 3u);
-  EXPECT_EQ(e->data, (std::vector<uint8_t>{1, 2, 3, 0xFF}));
-  e = regfile::FindValue(doc, u"HKEY_LOCAL_MACHINE", u"software\\zarnik\\sub", u"Multi", nullptr);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->type, 7u);
+  // Roots, keys and names match whatever their case and spelling.
+  const struct {
+    const char16_t *root, *key, *name;
+    uint32_t type;
+    std::vector<uint8_t> data;
+  } found[] = {
+      {u"HKLM", u"software\\ZARNIK", u"debug.logfilename", 1, Utf16Bytes(u"C:\\logs\\a \"quoted\" name.log")},
+      {u"HKEY_LOCAL_MACHINE", u"Software\\Zarnik", u"gpfminidumpmode", 4, {0xA7, 0x3A, 0x0A, 0x00}},
+      {u"HKEY_LOCAL_MACHINE", u"software\\zarnik", u"", 1, Utf16Bytes(u"the default")},
+      {u"HKEY_LOCAL_MACHINE", u"software\\zarnik", u"back\\slash \"NAME\"", 1, Utf16Bytes(u"x")},
+      {u"HKEY_LOCAL_MACHINE", u"\\SOFTWARE\\ZARNIK\\SUB", u"bin", 3, {1, 2, 3, 0xFF}},
+      {u"HKEY_LOCAL_MACHINE", u"software\\zarnik\\sub", u"Multi", 7, {0x61, 0, 0, 0, 0, 0}},
+  };
+  for (const auto& f : found) {
+    regfile::Entry* e = regfile::FindValue(doc, f.root, f.key, f.name, nullptr);
+    ASSERT_NE(e, nullptr) << f.type;
+    EXPECT_EQ(e->type, f.type);
+    EXPECT_EQ(e->data, f.data);
+  }
   // Unparseable lines survive as they were.
   EXPECT_TRUE(doc.keys[1].entries[2].raw);
   EXPECT_EQ(doc.keys[1].entries[2].text, u"\"Broken=\"no closing quote");
@@ -98,12 +99,16 @@ TEST(RegFile, SerializeRoundTripsEveryType) {
   const std::vector<uint8_t> dword = {0x0A, 0, 0, 0};
   std::vector<uint8_t> blob;
   for (int i = 0; i < 100; ++i) blob.push_back(uint8_t(i * 7));
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"Text", 1, text.data(), text.size());
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"Lines", 1, lines.data(), lines.size());
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"N", 4, dword.data(), dword.size());
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"Blob", 3, blob.data(), blob.size());
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"", 0x0b, dword.data(), 2);
-  regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", u"Unterminated", 1, text.data(), 4);
+  const struct {
+    const char16_t* name;
+    uint32_t type;
+    const uint8_t* data;
+    size_t size;
+  } values[] = {{u"Text", 1, text.data(), text.size()}, {u"Lines", 1, lines.data(), lines.size()},
+                {u"N", 4, dword.data(), dword.size()},   {u"Blob", 3, blob.data(), blob.size()},
+                {u"", 0x0b, dword.data(), 2},            {u"Unterminated", 1, text.data(), 4}};
+  for (const auto& v : values)
+    regfile::SetValue(doc, u"HKEY_CURRENT_USER", u"Software\\zarnik", v.name, v.type, v.data, v.size);
   const std::string out = regfile::Serialize(doc);
   EXPECT_EQ(out.rfind("Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\zarnik]\n", 0), 0u);
   EXPECT_NE(out.find("\"Text\"=\"a\\\\b \\\"c\\\" \xC3\xA4\xE2\x82\xAC\"\n"), std::string::npos);
@@ -115,9 +120,9 @@ TEST(RegFile, SerializeRoundTripsEveryType) {
   for (std::string l; std::getline(lines_in, l);) EXPECT_LE(l.size(), 80u) << l;
 
   regfile::Document back = regfile::Parse(out);
-  for (const char16_t* name : {u"Text", u"Lines", u"N", u"Blob", u"", u"Unterminated"}) {
-    regfile::Entry* a = regfile::FindValue(doc, u"HKCU", u"software\\zarnik", name, nullptr);
-    regfile::Entry* b = regfile::FindValue(back, u"HKCU", u"software\\zarnik", name, nullptr);
+  for (const auto& v : values) {
+    regfile::Entry* a = regfile::FindValue(doc, u"HKCU", u"software\\zarnik", v.name, nullptr);
+    regfile::Entry* b = regfile::FindValue(back, u"HKCU", u"software\\zarnik", v.name, nullptr);
     ASSERT_NE(a, nullptr);
     ASSERT_NE(b, nullptr);
     EXPECT_EQ(a->type, b->type);
@@ -129,12 +134,7 @@ TEST(RegFile, SerializeRoundTripsEveryType) {
 TEST(RegFile, Utf16FileWithBomAsTheEditorWritesIt) {
   std::u16string text = u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\zarnik]\r\n"
                         u"\"UseGPFHandler\"=\"F\u00FCr\"\r\n";
-  std::string bytes;
-  for (char16_t c : text) {
-    bytes.push_back(char(c & 0xFF));
-    bytes.push_back(char(c >> 8));
-  }
-  regfile::Document doc = regfile::Parse(bytes);
+  regfile::Document doc = regfile::Parse(ptest::ToUtf16Le(text));
   regfile::Entry* e = regfile::FindValue(doc, u"HKEY_CURRENT_USER", u"software\\zarnik", u"usegpfhandler", nullptr);
   ASSERT_NE(e, nullptr);
   EXPECT_EQ(e->data, Utf16Bytes(u"F\u00FCr"));
@@ -217,7 +217,7 @@ TEST_F(RegistryStore, PathsFollowTheEnvironment) {
   setenv("ZXUT_REGISTRY_DIR", dir_.c_str(), 1);
 }
 
-TEST_F(RegistryStore, MissingFileKeyAndValue) {
+TEST_F(RegistryStore, MissingValuesSizeQueryAndMoreData) {
   uint32_t size = 0;
   EXPECT_EQ(QueryRegValue(Hive::LocalMachine, u"software\\zarnik", u"X", nullptr, nullptr, &size), 2);
   Write("HKLM.reg", "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\software\\zarnik]\n\"A\"=\"1\"\n");
@@ -226,12 +226,11 @@ TEST_F(RegistryStore, MissingFileKeyAndValue) {
   EXPECT_EQ(QueryRegValue(Hive::CurrentUser, u"software\\zarnik", u"A", nullptr, nullptr, &size), 2);
   EXPECT_EQ(QueryRegValue(Hive::LocalMachine, u"SOFTWARE\\ZARNIK", u"a", nullptr, nullptr, &size), 0);
   EXPECT_EQ(size, 4u);
-}
 
-TEST_F(RegistryStore, SizeQueryAndMoreData) {
   ASSERT_EQ(SetRegValue(Hive::CurrentUser, u"Software\\zarnik", u"Name", kRegSz,
                         Utf16Bytes(u"hello").data(), 12), 0);
-  uint32_t type = 0, size = 0;
+  uint32_t type = 0;
+  size = 0;
   EXPECT_EQ(QueryRegValue(Hive::CurrentUser, u"software\\zarnik", u"name", &type, nullptr, &size), 0);
   EXPECT_EQ(type, kRegSz);
   EXPECT_EQ(size, 12u);
@@ -289,6 +288,9 @@ TEST_F(RegistryStore, ChangedFilesAreNoticed) {
 
 TEST_F(RegistryStore, ConcurrentWritersFromProcessesAndThreadsLoseNothing) {
   constexpr int kProcesses = 4, kThreads = 2, kWrites = 15;
+  auto name = [](int p, int t, int i) {
+    return std::u16string{u'v', char16_t(u'a' + p), char16_t(u'a' + t), char16_t(u'A' + i)};
+  };
   std::vector<pid_t> children;
   for (int p = 0; p < kProcesses; ++p) {
     pid_t pid = fork();
@@ -296,12 +298,10 @@ TEST_F(RegistryStore, ConcurrentWritersFromProcessesAndThreadsLoseNothing) {
     if (pid == 0) {
       std::vector<std::thread> threads;
       for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([p, t] {
+        threads.emplace_back([p, t, name] {
           for (int i = 0; i < kWrites; ++i) {
-            std::u16string name = u"v" + std::u16string(1, char16_t(u'a' + p)) +
-                                  std::u16string(1, char16_t(u'a' + t)) + char16_t(u'A' + i);
             uint32_t value = uint32_t(p * 1000 + t * 100 + i);
-            if (SetRegValue(Hive::CurrentUser, u"Software\\zarnik\\Load", name.c_str(), kRegDword, &value, 4))
+            if (SetRegValue(Hive::CurrentUser, u"Software\\zarnik\\Load", name(p, t, i).c_str(), kRegDword, &value, 4))
               _exit(1);
           }
         });
@@ -318,10 +318,8 @@ TEST_F(RegistryStore, ConcurrentWritersFromProcessesAndThreadsLoseNothing) {
   for (int p = 0; p < kProcesses; ++p)
     for (int t = 0; t < kThreads; ++t)
       for (int i = 0; i < kWrites; ++i) {
-        std::u16string name = u"v" + std::u16string(1, char16_t(u'a' + p)) +
-                              std::u16string(1, char16_t(u'a' + t)) + char16_t(u'A' + i);
         uint32_t value = 0, size = 4, type = 0;
-        ASSERT_EQ(QueryRegValue(Hive::CurrentUser, u"software\\zarnik\\load", name.c_str(), &type, &value, &size), 0);
+        ASSERT_EQ(QueryRegValue(Hive::CurrentUser, u"software\\zarnik\\load", name(p, t, i).c_str(), &type, &value, &size), 0);
         EXPECT_EQ(value, uint32_t(p * 1000 + t * 100 + i));
       }
 }
@@ -363,14 +361,15 @@ TEST_F(RegistryStore, BooleansAreTrueOnALeadingCapitalT) {
   Write("HKLM.reg",
         "[HKEY_LOCAL_MACHINE\\software\\zarnik]\n"
         "\"A\"=\"TRUE\"\n\"B\"=\"T\"\n\"C\"=\"true\"\n\"D\"=\"False\"\n\"E\"=\"\"\n\"F\"=dword:00000001\n");
-  EXPECT_TRUE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"A", false));
-  EXPECT_TRUE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"B", false));
-  EXPECT_FALSE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"C", true));
-  EXPECT_FALSE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"D", true));
-  EXPECT_FALSE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"E", true));
-  EXPECT_TRUE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"F", true));    // not a string: absent
-  EXPECT_TRUE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"Nope", true));
-  EXPECT_FALSE(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", u"Nope", false));
+  // A string starting with "T" is true, any other string false; no string: the default.
+  const struct {
+    const char16_t* name;
+    bool def, expected;
+  } cases[] = {{u"A", false, true}, {u"B", false, true}, {u"C", true, false}, {u"D", true, false},
+               {u"E", true, false}, {u"F", true, true},  {u"Nope", true, true}, {u"Nope", false, false}};
+  for (const auto& c : cases)
+    EXPECT_EQ(zx::RegReadBool(Hive::LocalMachine, u"software\\zarnik", c.name, c.def), c.expected)
+        << char(c.name[0]) << c.def;
 }
 
 namespace {
@@ -382,12 +381,17 @@ bool Probe() {
 }
 }  // namespace
 
-TEST_F(RegistryStore, HiveRuleWithoutTheSettingUsesCurrentUser) {
-  g_probeCalls = 0;
-  zx::ResetHiveRuleForTests(&Probe);
-  EXPECT_EQ(zx::UserHive(), Hive::CurrentUser);
-  EXPECT_EQ(zx::UserHive(), Hive::CurrentUser);
-  EXPECT_EQ(g_probeCalls, 0);
+// Without the setting, or with it not starting with a capital T, the probe is never asked.
+TEST_F(RegistryStore, HiveRuleWithoutACapitalTUsesCurrentUser) {
+  for (const char* setting : {"", "\"Registry.ImpersonationAware\"=\"true\"\n"}) {
+    if (*setting) Write("HKLM.reg", std::string("[HKEY_LOCAL_MACHINE\\software\\zarnik]\n") + setting);
+    RegistryReload();
+    g_probeCalls = 0;
+    zx::ResetHiveRuleForTests(&Probe);
+    EXPECT_EQ(zx::UserHive(), Hive::CurrentUser);
+    EXPECT_EQ(zx::UserHive(), Hive::CurrentUser);
+    EXPECT_EQ(g_probeCalls, 0);
+  }
 }
 
 TEST_F(RegistryStore, HiveRuleImpersonationAwareAndItsFallback) {
@@ -411,13 +415,6 @@ TEST_F(RegistryStore, HiveRuleImpersonationAwareAndItsFallback) {
   g_probeResult = true;
 }
 
-TEST_F(RegistryStore, HiveRuleNeedsACapitalT) {
-  Write("HKLM.reg", "[HKEY_LOCAL_MACHINE\\software\\zarnik]\n\"Registry.ImpersonationAware\"=\"true\"\n");
-  g_probeCalls = 0;
-  zx::ResetHiveRuleForTests(&Probe);
-  EXPECT_EQ(zx::UserHive(), Hive::CurrentUser);
-  EXPECT_EQ(g_probeCalls, 0);
-}
 #endif  // !_WIN32
 
 #ifdef _WIN32

@@ -10,6 +10,14 @@
 #include <unistd.h>
 #endif
 
+// A call that must fail (return 0) and set the given last-error number.
+#define EXPECT_FAILS_WITH(call, error)          \
+  do {                                          \
+    plat::SetLastError(0);                      \
+    EXPECT_EQ((call), 0) << #call;              \
+    EXPECT_EQ(plat::LastError(), (error)) << #call; \
+  } while (0)
+
 namespace ptest {
 
 #ifndef _WIN32
