@@ -3,6 +3,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ProfTestUtil.h"
@@ -210,12 +211,6 @@ TEST(ProfTree, CopyListIntoItselfOrItsOwnSublistCopiesTheSourceAsItWas) {
   EXPECT_EQ(Dump(job, l), u"x=2 a=1 [l]{x=2} a=1 [l]{x=2}");
 }
 
-TEST(ProfTree, CopyListNullJobs) {
-  Job job;
-  EXPECT_EQ(ProfCopyList(job, nullptr, nullptr, nullptr), PROF_ERR_HANDLE);
-  EXPECT_EQ(ProfCopyList(nullptr, nullptr, job, nullptr), PROF_ERR_HANDLE);
-}
-
 namespace {
 std::vector<std::u16string>* capturedLines = nullptr;
 // Installed once and never removed (a removed sink's slot is not freed), passing
@@ -247,7 +242,6 @@ TEST(ProfTree, DebugListPrintsTheTreeIndentedByNesting) {
   EXPECT_EQ(lines, (std::vector<std::u16string>{u"[/]", u" a=1", u" [b]", u"  c=2", u"  [d]",
                                                  u"   e=3", u"[d]", u" e=3"}));
   EXPECT_EQ(ProfDebugList(job, nullptr), 0);
-  EXPECT_EQ(ProfDebugList(nullptr, nullptr), PROF_ERR_HANDLE);
 }
 
 TEST(ProfJobs, OpenWithoutANameGivesAnEmptyWorkingJob) {
@@ -310,6 +304,9 @@ TEST(ProfJobs, ReferenceCountsKeepTheJobAlive) {
 TEST(ProfJobs, NullJobsGetTheirCodesAndNothingHappens) {
   EXPECT_EQ(ProfGetError(nullptr), PROF_ERR_HANDLE);
   EXPECT_EQ(ProfDebugList(nullptr, nullptr), PROF_ERR_HANDLE);
+  Job job;
+  EXPECT_EQ(ProfCopyList(job, nullptr, nullptr, nullptr), PROF_ERR_HANDLE);
+  EXPECT_EQ(ProfCopyList(nullptr, nullptr, job, nullptr), PROF_ERR_HANDLE);
   EXPECT_EQ(ProfGetListW(nullptr, nullptr, nullptr), nullptr);
   EXPECT_EQ(ProfCreateListW(nullptr, nullptr, W(u"a")), nullptr);
   EXPECT_EQ(ProfAppendListW(nullptr, nullptr, W(u"a")), nullptr);
@@ -326,18 +323,15 @@ TEST(ProfJobs, NullJobsGetTheirCodesAndNothingHappens) {
   LONG v = 42;
   EXPECT_EQ(ProfGetIntW(nullptr, nullptr, W(u"a"), &v, 7), 0);
   EXPECT_EQ(v, 42);
-  RECT r{1, 2, 3, 4};
-  RECT d{5, 6, 7, 8};
+  RECT r{1, 2, 3, 4}, d{5, 6, 7, 8};
   EXPECT_EQ(ProfGetRectW(nullptr, nullptr, W(u"a"), &r, &d), 0);
   EXPECT_EQ(r.left, 1);
 }
 
 TEST(ProfJobs, GlobalOptions) {
   CodePageGuard guard;
-  EXPECT_EQ(ProfGetVersion(0), 5637);
-  EXPECT_EQ(ProfGetVersion(1), 22);
-  EXPECT_EQ(ProfGetVersion(2), 5);
-  EXPECT_EQ(ProfGetVersion(3), -1);
+  for (auto [what, version] : {std::pair{0, 5637}, {1, 22}, {2, 5}, {3, -1}})
+    EXPECT_EQ(ProfGetVersion(what), version) << what;
   ProfSetOption(PROF_OPTION_CODEPAGE, 65001);
   EXPECT_EQ(ProfGetOption(PROF_OPTION_CODEPAGE), 65001);
   ProfSetOption(2, 1252);

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdio>
 #include <string>
+#include <tuple>
 
 #include "ProfTestUtil.h"
 
@@ -36,22 +37,15 @@ TEST(ProfTyped, WrittenForms) {
   ProfSetRectLTWHW(job, nullptr, W(u"wx"), &extreme);  // width wraps like 32-bit arithmetic
   ProfSetColorrefW(job, nullptr, W(u"c"), 0x030201);
   ProfSetColorrefW(job, nullptr, W(u"ch"), 0xFF030201);  // the high byte is not written
-  EXPECT_EQ(Stored(job, u"b1"), u"TRUE");
-  EXPECT_EQ(Stored(job, u"b5"), u"TRUE");
-  EXPECT_EQ(Stored(job, u"b0"), u"FALSE");
-  EXPECT_EQ(Stored(job, u"i"), u"-5");
-  EXPECT_EQ(Stored(job, u"h"), u"x0000001F");
-  EXPECT_EQ(Stored(job, u"hm"), u"xFFFFFFFF");
-  EXPECT_EQ(Stored(job, u"l"), u"18446744073709551615");
-  EXPECT_EQ(Stored(job, u"lmax"), u"9223372036854775807");
-  EXPECT_EQ(Stored(job, u"lh"), u"x123456789A");
-  EXPECT_EQ(Stored(job, u"d"), u"1.500000");
-  EXPECT_EQ(Stored(job, u"p"), u"(1,-2)");
-  EXPECT_EQ(Stored(job, u"r"), u"(1,2,3,4)");
-  EXPECT_EQ(Stored(job, u"w"), u"(1,2,3,4)");
-  EXPECT_EQ(Stored(job, u"wx"), u"(-2147483648,0,-1,-1)");
-  EXPECT_EQ(Stored(job, u"c"), u"(1,2,3)");
-  EXPECT_EQ(Stored(job, u"ch"), u"(1,2,3)");
+  const struct {
+    const char16_t *path, *text;
+  } forms[] = {{u"b1", u"TRUE"},  {u"b5", u"TRUE"},       {u"b0", u"FALSE"},
+               {u"i", u"-5"},     {u"h", u"x0000001F"},   {u"hm", u"xFFFFFFFF"},
+               {u"l", u"18446744073709551615"},            {u"lmax", u"9223372036854775807"},
+               {u"lh", u"x123456789A"},                    {u"d", u"1.500000"},
+               {u"p", u"(1,-2)"}, {u"r", u"(1,2,3,4)"},    {u"w", u"(1,2,3,4)"},
+               {u"wx", u"(-2147483648,0,-1,-1)"},          {u"c", u"(1,2,3)"}, {u"ch", u"(1,2,3)"}};
+  for (const auto& f : forms) EXPECT_EQ(Stored(job, f.path), f.text) << ToUtf8(f.path);
   // Append always adds; set replaces the first.
   ProfAppendIntW(job, nullptr, W(u"i"), 6);
   ProfAppendInt64HexW(job, nullptr, W(u"i"), -1);
@@ -263,26 +257,21 @@ TEST(ProfTyped, ReadFormsAndTheScannersCornerCases) {
     EXPECT_EQ(ProfGetInt64W(job, nullptr, W(u"v"), &out, 0), c.rc) << ToUtf8(c.text);
     EXPECT_EQ(out, c.value) << ToUtf8(c.text);
   }
-  Set(job, nullptr, u"b", u"yes");
-  BOOL b = 5;
-  EXPECT_EQ(ProfGetBoolW(job, nullptr, W(u"b"), &b, 1), 0);
-  EXPECT_EQ(b, 0);  // the first letter must be upper case
-  Set(job, nullptr, u"b", u"YES");
-  EXPECT_EQ(ProfGetBoolW(job, nullptr, W(u"b"), &b, 0), 0);
-  EXPECT_EQ(b, 1);
-  Set(job, nullptr, u"b", u"Tuesday");
-  EXPECT_EQ(ProfGetBoolW(job, nullptr, W(u"b"), &b, 0), 0);
-  EXPECT_EQ(b, 1);
-  COLORREF c = 0;
-  Set(job, nullptr, u"c", u"(1,2,3)");
-  EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"c"), &c, 0), 0);
-  EXPECT_EQ(c, 0x030201u);
-  Set(job, nullptr, u"c", u"xFF00FF01");  // the raw integer, all 32 bits
-  EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"c"), &c, 0), 0);
-  EXPECT_EQ(c, 0xFF00FF01u);
-  Set(job, nullptr, u"c", u"(300,-1,2)");  // each part cut to its low byte
-  EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"c"), &c, 0), 0);
-  EXPECT_EQ(c, 0x02FF2Cu);
+  // A bool is true on a leading upper-case "T" or "Y".
+  for (auto [text, def, expected] : {std::tuple{u"yes", 1, 0}, {u"YES", 0, 1}, {u"Tuesday", 0, 1}}) {
+    Set(job, nullptr, u"b", text);
+    BOOL b = 5;
+    EXPECT_EQ(ProfGetBoolW(job, nullptr, W(u"b"), &b, def), 0);
+    EXPECT_EQ(b, expected) << ToUtf8(text);
+  }
+  // "(r,g,b)" with each part cut to its low byte, or the raw integer with all 32 bits.
+  for (auto [text, expected] : {std::pair{u"(1,2,3)", 0x030201u}, {u"xFF00FF01", 0xFF00FF01u},
+                                {u"(300,-1,2)", 0x02FF2Cu}}) {
+    Set(job, nullptr, u"c", text);
+    COLORREF c = 0;
+    EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"c"), &c, 0), 0);
+    EXPECT_EQ(c, expected) << ToUtf8(text);
+  }
   double d = 0;
   Set(job, nullptr, u"d", u"  -1.5e3xyz");
   EXPECT_EQ(ProfGetDoubleW(job, nullptr, W(u"d"), &d, 0), 0);
