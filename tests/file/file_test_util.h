@@ -26,9 +26,8 @@ class ScratchDir {
   ScratchDir() {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string leaf = std::string("zxut_file_") + (info ? info->name() : "x") + "_" +
-                       std::to_string(++counter);
-    path_ = fs::temp_directory_path() / leaf;
+    path_ = fs::temp_directory_path() /
+            (std::string("zxut_file_") + (info ? info->name() : "x") + "_" + std::to_string(++counter));
     RemoveTree(path_);   // a leftover of an interrupted run
     fs::create_directories(path_);
   }
@@ -64,11 +63,7 @@ class DiagCapture {
  public:
   DiagCapture() { previous_ = zx::SetDiagSink(&Sink, this, &previousContext_); }
   ~DiagCapture() { zx::SetDiagSink(previous_, previousContext_); }
-  bool Contains(const std::u16string& text) const {
-    for (const auto& l : lines_)
-      if (l.find(text) != std::u16string::npos) return true;
-    return false;
-  }
+  bool Contains(const std::u16string& text) const { return Count(text) != 0; }
   size_t Count(const std::u16string& text) const {
     size_t n = 0;
     for (const auto& l : lines_)

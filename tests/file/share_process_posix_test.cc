@@ -1,5 +1,4 @@
-// The share-mode and lock emulation across processes, and a file removed while
-// open.
+// Share modes and locks across processes; a file removed while open.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,8 +12,7 @@ using ftest::Str;
 
 namespace {
 
-// Runs `body` in a child that holds what it opened until the parent writes a
-// byte to it; returns once the child signalled that it is ready.
+// Runs `body` in a child that holds what it opened until Finish(); returns once the child is ready.
 class Child {
  public:
   template <typename Body>
@@ -43,8 +41,7 @@ class Child {
     if (pid_ <= 0) return;
     (void)!write(goFd_, "x", 1);
     close(goFd_);
-    int status = 0;
-    waitpid(pid_, &status, 0);
+    waitpid(pid_, nullptr, 0);
     pid_ = -1;
   }
   bool ok() const { return ok_; }
