@@ -1,6 +1,5 @@
-// Concurrency markers through a recording event-tracing backend: the registry
-// switch, registration, the manifest (checked by an XML parser), event layout,
-// text limits and spans, and the marks of a thread's start and end.
+// Concurrency markers on a recording event-tracing backend: the switch, the
+// manifest (judged by an XML parser), event layout, limits, spans, thread marks.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -98,20 +97,27 @@ class Markers : public ::testing::Test {
   RecordingTrace trace;
 };
 
-TEST_F(Markers, SwitchOffMeansNoRegistrationAndNoMarks) {
+TEST_F(Markers, NoMarksWhenSwitchedOffOrAboveTheSessionsLevel) {
+  for (int level : {-1, 3}) {   // -1: the switch is off; 3: on, but a session below the marks' level 4
+    SCOPED_TRACE(level);
+    RecordingTrace rec;
+    if (level >= 0) SetSwitch(u"T");
 #ifdef _WIN32
-  SetSwitch(u"F");
+    else SetSwitch(u"F");
 #endif
-  zx::SetMarkerBackendForTests(&trace);
-  {
-    Marked t;
-    EXPECT_FALSE(t.MarkersActive());
-    ASSERT_TRUE(t.ThreadStart(0));
-    t.ThreadEnd(false, 10000, false);
-    EXPECT_EQ(t.EnterSpan(4, u"x"), nullptr);
+    zx::SetMarkerBackendForTests(&rec);
+    {
+      Marked t;
+      if (level >= 0) rec.Enable(static_cast<uint8_t>(level));
+      else EXPECT_FALSE(t.MarkersActive());
+      ASSERT_TRUE(t.ThreadStart(0));
+      t.ThreadEnd(false, 10000, false);
+      if (level < 0) EXPECT_EQ(t.EnterSpan(4, u"x"), nullptr);
+    }
+    zx::SetMarkerBackendForTests(nullptr);
+    EXPECT_EQ(rec.registers, level < 0 ? 0 : 1);
+    EXPECT_TRUE(rec.Writes().empty());
   }
-  EXPECT_EQ(trace.registers, 0);
-  EXPECT_TRUE(trace.Writes().empty());
 }
 
 TEST_F(Markers, ThreadMarksItsStartAndEndOnceEnabled) {
@@ -144,18 +150,6 @@ TEST_F(Markers, ThreadMarksItsStartAndEndOnceEnabled) {
   }
   EXPECT_EQ(Text(w[1].blocks[1]), "starting");
   EXPECT_EQ(Text(w[2].blocks[1]), "ending, result=9");
-}
-
-TEST_F(Markers, LevelAboveTheSessionsLevelIsFilteredOut) {
-  SetSwitch(u"T");
-  zx::SetMarkerBackendForTests(&trace);
-  {
-    Marked t;
-    trace.Enable(3);
-    ASSERT_TRUE(t.ThreadStart(0));
-    t.ThreadEnd(false, 10000, false);
-  }
-  EXPECT_TRUE(trace.Writes().empty());
 }
 
 TEST_F(Markers, TextLimitsAndSeriesNameLimit) {

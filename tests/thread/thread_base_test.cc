@@ -1,5 +1,5 @@
-// clsThreadBase: the start handshake and its limit, the stop, the end with its
-// time-out, force and recursion guard, names, priorities and ThreadWait.
+// clsThreadBase: the start handshake and its limit, the end (time-out, force,
+// recursion guard), names, priorities and ThreadWait.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -21,8 +21,7 @@ namespace {
 using zxtest::Ascii;
 using zxtest::DiagCapture;
 
-// A kernel event as a gate that a test opens; safe to leave in a thread that is
-// ended by force.
+// A kernel event as a gate; safe to leave in a thread that is ended by force.
 struct Gate {
   plat::WaitHandle h = plat::EventCreate(true, false);
   ~Gate() { plat::HandleClose(h); }
@@ -61,8 +60,7 @@ class Stubborn : public zx::clsThreadBase {
     plat::WaitOne(gate_, plat::kInfinite);
     return 5;   // touches nothing of the object: it may have been abandoned
   }
-  // Tests wait for this before they end or destroy the object, so that the thread
-  // is inside the derived ThreadProc.
+  // The thread is inside the derived ThreadProc.
   void WaitEntered() { ASSERT_EQ(plat::WaitOne(entered.h, 10000), 0u); }
   Gate entered;
 
@@ -71,11 +69,18 @@ class Stubborn : public zx::clsThreadBase {
   bool end_;
 };
 
+std::atomic<bool> g_hookRan{false};
+void MarkHook(zx::clsThreadBase*) { g_hookRan = true; }
+
 TEST(ThreadBase, StartRunsEndStopsAndCollectsTheExitCode) {
   DiagCapture diag;
   Looper t;
   EXPECT_EQ(t.ThreadGetState(), 0);
+  g_hookRan = false;
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(&MarkHook);
   ASSERT_TRUE(t.ThreadStart(0));
+  zx::clsThreadBase::SetBeforeHandshakeHookForTests(nullptr);
+  EXPECT_TRUE(g_hookRan.load());   // returns only after the thread has begun
   EXPECT_TRUE(t.ThreadStarted());
   EXPECT_EQ(t.ThreadGetState(), 1);
   EXPECT_NE(t.ThreadId(), 0u);
@@ -102,18 +107,6 @@ TEST(ThreadBase, NameCarriesTheModuleAndTheChannelSeesThePartBehindIt) {
 
   Looper unnamed(nullptr);
   EXPECT_EQ(std::string(unnamed.ThreadName()), module + "::");
-}
-
-std::atomic<bool> g_hookRan{false};
-void MarkHook(zx::clsThreadBase*) { g_hookRan = true; }
-
-TEST(ThreadBase, StartReturnsOnlyAfterTheThreadHasBegun) {
-  g_hookRan = false;
-  zx::clsThreadBase::SetBeforeHandshakeHookForTests(&MarkHook);
-  Looper t;
-  ASSERT_TRUE(t.ThreadStart(0));
-  EXPECT_TRUE(g_hookRan.load());
-  zx::clsThreadBase::SetBeforeHandshakeHookForTests(nullptr);
 }
 
 plat::WaitHandle g_holdHandshake = nullptr;
@@ -244,22 +237,16 @@ TEST(ThreadBase, EndWithoutForceOnABusyThreadLeavesItRunning) {
   EXPECT_TRUE(t.ThreadEnd(false, 60, false));       // times out again
   EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(50));
   EXPECT_NE(t.ThreadHandle(), nullptr);
-  gate.Open();
-  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
-  EXPECT_EQ(t.ThreadHandle(), nullptr);
-}
-
-TEST(ThreadBase, EndSkipsTheWaitForASuspendedThreadWhenAsked) {
-  Gate gate;
-  Stubborn t(gate.h);
-  ASSERT_TRUE(t.ThreadStart(0));
+  // Suspended, and asked to: the end skips the wait.
   plat::ThreadSuspend(t.ThreadHandle());
-  auto t0 = std::chrono::steady_clock::now();
+  t0 = std::chrono::steady_clock::now();
   EXPECT_TRUE(t.ThreadEnd(true, 5000, false));
   EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(4000));
   EXPECT_NE(t.ThreadHandle(), nullptr);
   plat::ThreadResume(t.ThreadHandle());
   gate.Open();
+  EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
+  EXPECT_EQ(t.ThreadHandle(), nullptr);
 }
 
 TEST(ThreadBase, ForcedEndReportsFalseAndClosesTheHandle) {
@@ -312,7 +299,7 @@ TEST(ThreadBase, PriorityIsSetAfterTheHandshake) {
 }
 
 TEST(ThreadBase, AttachInputFailureIsReported) {
-  zxtest::DiagCapture diag;
+  DiagCapture diag;
   Looper t;   // no thread: identifier 0, which no system accepts
   t.ThreadAttachInput(plat::ThreadId(), true);
   EXPECT_EQ(diag.Count("clsThreadBase(" + std::string(t.ThreadName()) + ")::ThreadAttachInput(): "), 1);
