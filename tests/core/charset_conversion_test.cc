@@ -29,31 +29,17 @@ std::u16string W(const char16_t* s) { return s ? std::u16string(s) : std::u16str
 
 TEST(CharsetConversion, InputOf63StaysInlineAnd64GoesToTheHeap) {
   DefaultCodePageGuard cp(1252);
-  std::string s63(63, 'n'), s64(64, 'n');
-  {
-    clsCharsetConversionString c(s63.c_str());
-    EXPECT_TRUE(InsideObject(c.narrow(), c));
-    EXPECT_TRUE(InsideObject(c.wide(), c));
-    EXPECT_EQ(std::u16string(c.wide()), std::u16string(63, u'n'));
-  }
-  {
-    clsCharsetConversionString c(s64.c_str());
-    EXPECT_FALSE(InsideObject(c.narrow(), c));
-    EXPECT_FALSE(InsideObject(c.wide(), c));
-    EXPECT_EQ(std::u16string(c.wide()), std::u16string(64, u'n'));
-  }
-  std::u16string w63(63, u'w'), w64(64, u'w');
-  {
-    clsCharsetConversionString c(w63.c_str());
-    EXPECT_TRUE(InsideObject(c.wide(), c));
-    EXPECT_TRUE(InsideObject(c.narrow(), c));
-    EXPECT_EQ(std::string(c.narrow()), std::string(63, 'w'));
-  }
-  {
-    clsCharsetConversionString c(w64.c_str());
-    EXPECT_FALSE(InsideObject(c.wide(), c));
-    EXPECT_FALSE(InsideObject(c.narrow(), c));
-    EXPECT_EQ(std::string(c.narrow()), std::string(64, 'w'));
+  for (size_t len : {63u, 64u}) {
+    SCOPED_TRACE(len);
+    const bool inside = len == 63;
+    clsCharsetConversionString n(std::string(len, 'n').c_str());
+    EXPECT_EQ(InsideObject(n.narrow(), n), inside);
+    EXPECT_EQ(InsideObject(n.wide(), n), inside);
+    EXPECT_EQ(std::u16string(n.wide()), std::u16string(len, u'n'));
+    clsCharsetConversionString w(std::u16string(len, u'w').c_str());
+    EXPECT_EQ(InsideObject(w.wide(), w), inside);
+    EXPECT_EQ(InsideObject(w.narrow(), w), inside);
+    EXPECT_EQ(std::string(w.narrow()), std::string(len, 'w'));
   }
 }
 

@@ -14,6 +14,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "core/WCSkipList.h"
@@ -355,15 +356,20 @@ class Driver {
     Expect(list.levelInUse() == top, what);
     Expect(list.levelInUse() < list.levels(), what);
   }
-  void CheckDictAgainst(const Dict& d, const std::map<int, int>& model, const char* what) {
-    Expect(d.entries() == model.size(), what);
-    WCValSkipListDictIter<int, int> it(d);
+  // Walks the container's iterator beside the model; same(it, modelElement).
+  template <class It, class Model, class Same>
+  void CheckSeq(It it, const Model& model, Same same, const char* what) {
     auto m = model.begin();
     while (++it) {
-      if (m == model.end() || it.key() != m->first || it.value() != m->second) return Fail(what);
+      if (m == model.end() || !same(it, *m)) return Fail(what);
       ++m;
     }
     Expect(m == model.end(), what);
+  }
+  void CheckDictAgainst(const Dict& d, const std::map<int, int>& model, const char* what) {
+    Expect(d.entries() == model.size(), what);
+    CheckSeq(WCValSkipListDictIter<int, int>(d), model,
+             [](auto& it, auto& m) { return it.key() == m.first && it.value() == m.second; }, what);
   }
   void CheckDict() {
     CheckDictAgainst(dict_, dictModel_, "dict contents");
@@ -371,53 +377,30 @@ class Driver {
   }
   void CheckBag() {
     Expect(bag_.entries() == bagModel_.size(), "bag entries");
-    WCValSkipListSetIter<Tagged> it(bag_);
-    auto m = bagModel_.begin();
-    while (++it) {
-      if (m == bagModel_.end() || it.current().key != m->first || it.current().tag != m->second)
-        return Fail("bag contents or order of equal elements");
-      ++m;
-    }
-    Expect(m == bagModel_.end(), "bag contents");
+    CheckSeq(WCValSkipListSetIter<Tagged>(bag_), bagModel_,
+             [](auto& it, auto& m) { return it.current().key == m.first && it.current().tag == m.second; },
+             "bag contents or order of equal elements");
     CheckLevels(bag_, 1, kBagSpace, "bag level in use");
   }
   void CheckSet() {
     Expect(set_.entries() == setModel_.size(), "set entries");
-    WCValSkipListSetIter<int> it(set_);
-    auto m = setModel_.begin();
-    while (++it) {
-      if (m == setModel_.end() || it.current() != *m) return Fail("set contents");
-      ++m;
-    }
-    Expect(m == setModel_.end(), "set contents");
+    CheckSeq(WCValSkipListSetIter<int>(set_), setModel_, [](auto& it, int m) { return it.current() == m; },
+             "set contents");
     CheckLevels(set_, 2, kSetSpace, "set level in use");
   }
   void CheckPtrSet() {
     Expect(ptrSet_.entries() == ptrModel_.size(), "pointer set entries");
-    WCValSkipListSetIter<int*> it(ptrSet_);
-    auto m = ptrModel_.begin();
-    while (++it) {
-      if (m == ptrModel_.end() || it.current() != m->second) return Fail("pointer set contents");
-      ++m;
-    }
-    Expect(m == ptrModel_.end(), "pointer set contents");
+    CheckSeq(WCValSkipListSetIter<int*>(ptrSet_), ptrModel_,
+             [](auto& it, auto& m) { return it.current() == m.second; }, "pointer set contents");
     CheckLevels(ptrSet_, 3, kPtrSpace, "pointer set level in use");
   }
   template <class List>
   void CheckList(const List& list, const std::vector<int>& model) {
     Expect(list.entries() == static_cast<int>(model.size()), "list entries");
     Expect(list.findLast() == (model.empty() ? 0 : model.back()), "list tail");
-    size_t i = 0;
-    if constexpr (std::is_same_v<List, WCValSList<int>>) {
-      WCValConstSListIter<int> it(list);
-      while (++it)
-        if (i >= model.size() || it.current() != model[i++]) return Fail("list contents");
-    } else {
-      WCValConstDListIter<int> it(list);
-      while (++it)
-        if (i >= model.size() || it.current() != model[i++]) return Fail("list contents");
-    }
-    Expect(i == model.size(), "list length by iteration");
+    using It = std::conditional_t<std::is_same_v<List, WCValSList<int>>, WCValConstSListIter<int>,
+                                  WCValConstDListIter<int>>;
+    CheckSeq(It(list), model, [](auto& it, int m) { return it.current() == m; }, "list contents");
   }
   void CheckVector() {
     Expect(vector_.entries() == static_cast<int>(vectorModel_.size()), "vector entries");

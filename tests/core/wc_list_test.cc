@@ -2,7 +2,6 @@
 // count, link memory, iterators and defaults on misuse.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -24,133 +23,29 @@ std::vector<int> Contents(const List& list) {
   return out;
 }
 
-// Link memory that logs sizes.
-struct LinkLog {
-  std::map<void*, size_t> live;
-  std::vector<size_t> freedSizes;
-  bool fail = false;
-};
-LinkLog g_links;
-void* LinkAlloc(size_t bytes) {
-  if (g_links.fail) return nullptr;
-  void* p = ::operator new(bytes);
-  g_links.live[p] = bytes;
-  return p;
-}
-void LinkFree(void* block, size_t bytes) {
-  auto it = g_links.live.find(block);
-  ASSERT_NE(it, g_links.live.end());
-  EXPECT_EQ(it->second, bytes);
-  g_links.freedSizes.push_back(bytes);
-  g_links.live.erase(it);
-  ::operator delete(block);
-}
-
 template <class List>
 class ListTest : public ::testing::Test {};
 using ListTypes = ::testing::Types<WCValSList<int>, WCValDList<int>>;
 TYPED_TEST_SUITE(ListTest, ListTypes);
 
-TYPED_TEST(ListTest, AppendAtTailInsertAtFront) {
+// Append, insert, get and find with clamped indexes, index, tail and link memory
+// (also when it fails) run against std::vector in the differential test.
+TYPED_TEST(ListTest, TailAndCountFollowTheLinks) {
   Peek<TypeParam> list;
   EXPECT_EQ(list.Tail(), nullptr);
   EXPECT_TRUE(list.insert(2));  // into an empty list: becomes the tail
-  EXPECT_EQ(list.findLast(), 2);
-  EXPECT_TRUE(list.append(3));
   EXPECT_TRUE(list.insert(1));  // front; the tail stays
-  EXPECT_EQ(list.findLast(), 3);
-  EXPECT_TRUE(list.append(4));
-  EXPECT_EQ(Contents(list), (std::vector<int>{1, 2, 3, 4}));
-  EXPECT_EQ(list.Count(), 4);
-  EXPECT_EQ(list.entries(), 4);
-}
-
-TYPED_TEST(ListTest, GetClampsTheIndexAndRemoves) {
-  TypeParam list;
-  for (int i = 1; i <= 6; ++i) list.append(i * 10);
-  EXPECT_EQ(list.get(-5), 10);    // negative: the first
-  EXPECT_EQ(list.get(1000), 60);  // too large: the last
-  EXPECT_EQ(list.get(2), 40);
-  EXPECT_EQ(Contents(list), (std::vector<int>{20, 30, 50}));
-  EXPECT_EQ(list.find(-1), 20);
-  EXPECT_EQ(list.find(99), 50);
-  EXPECT_EQ(list.getLast(), 50);
-  EXPECT_EQ(list.findLast(), 30);
-  // New tail after removing the last link: append goes behind it.
-  list.append(70);
-  EXPECT_EQ(Contents(list), (std::vector<int>{20, 30, 70}));
-}
-
-TYPED_TEST(ListTest, RemovingTheLastElementEmptiesTheList) {
-  Peek<TypeParam> list;
-  list.append(5);
-  EXPECT_EQ(list.get(0), 5);
+  EXPECT_EQ(list.findLast(), 2);
+  EXPECT_EQ(list.Count(), 2);
+  EXPECT_EQ(list.get(1), 2);
+  EXPECT_EQ(list.get(0), 1);
   EXPECT_EQ(list.Tail(), nullptr);
   EXPECT_EQ(list.Count(), 0);
   EXPECT_TRUE(list.isEmpty());
-  // An empty list yields defaults.
-  EXPECT_EQ(list.get(0), 0);
-  EXPECT_EQ(list.get(-1), 0);
-  EXPECT_EQ(list.find(3), 0);
-  EXPECT_EQ(list.findLast(), 0);
-  EXPECT_EQ(list.index(0), -1);
-  list.insert(8);
-  EXPECT_EQ(Contents(list), std::vector<int>{8});
-}
-
-TYPED_TEST(ListTest, IndexContainsAndOccurrences) {
-  TypeParam list;
   for (int v : {4, 7, 4, 9}) list.append(v);
-  EXPECT_EQ(list.index(4), 0);
-  EXPECT_EQ(list.index(9), 3);
-  EXPECT_EQ(list.index(5), -1);
   EXPECT_TRUE(list.contains(7));
+  EXPECT_FALSE(list.contains(5));
   EXPECT_EQ(list.occurrencesOf(4), 2u);
-}
-
-TYPED_TEST(ListTest, RemovalAtEveryIndexMatchesAModel) {
-  for (int n = 1; n <= 9; ++n) {
-    for (int k = -2; k <= n + 1; ++k) {
-      TypeParam list;
-      std::vector<int> model;
-      for (int i = 0; i < n; ++i) {
-        list.append(i);
-        model.push_back(i);
-      }
-      int at = k < 0 ? 0 : k >= n ? n - 1 : k;
-      EXPECT_EQ(list.get(k), model[at]);
-      model.erase(model.begin() + at);
-      EXPECT_EQ(Contents(list), model) << "n " << n << " k " << k;
-      // The links stay circular and the tail is right: append still lands last.
-      list.append(100);
-      model.push_back(100);
-      EXPECT_EQ(Contents(list), model);
-    }
-  }
-}
-
-TYPED_TEST(ListTest, LinkMemoryThroughCallbacks) {
-  g_links = LinkLog{};
-  {
-    TypeParam list(LinkAlloc, LinkFree);
-    for (int i = 0; i < 10; ++i) ASSERT_TRUE(list.append(i));
-    EXPECT_EQ(g_links.live.size(), 10u);
-    EXPECT_EQ(list.get(3), 3);
-    EXPECT_EQ(g_links.freedSizes.size(), 1u);
-    g_links.fail = true;
-    EXPECT_FALSE(list.append(42));
-    EXPECT_FALSE(list.insert(42));
-    EXPECT_EQ(list.entries(), 9);
-    EXPECT_EQ(Contents(list), (std::vector<int>{0, 1, 2, 4, 5, 6, 7, 8, 9}));
-    TypeParam copy(list);  // cannot allocate: stays empty
-    EXPECT_TRUE(copy.isEmpty());
-    g_links.fail = false;
-    list.clear();
-    EXPECT_TRUE(g_links.live.empty());
-    EXPECT_EQ(g_links.freedSizes.size(), 10u);
-    list.append(1);
-  }
-  EXPECT_TRUE(g_links.live.empty());  // destructor
 }
 
 TYPED_TEST(ListTest, CopyAndMove) {
@@ -261,15 +156,11 @@ TEST(WCListIter, DoublyLinkedAndConstIterators) {
 
 // ---- vector and stack
 
+// Growth by writing an index runs against std::vector in the differential test.
 TEST(WCValVector, IndexGrowsTheVector) {
   WCValVector<int> v;
   EXPECT_TRUE(v.isEmpty());
   v[10] = 7;
-  EXPECT_EQ(v.entries(), 11);
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(v[i], 0);
-  EXPECT_EQ(v[10], 7);
-  EXPECT_EQ(v.entries(), 11);  // reading an existing index does not grow
-  v[3] = 3;
   EXPECT_EQ(v.entries(), 11);
   const WCValVector<int>& cv = v;
   EXPECT_EQ(cv[50], 0);  // the const form never grows
@@ -305,18 +196,10 @@ TEST(WCValVector, ElementsSurviveGrowthCopyAndMove) {
   EXPECT_EQ(c.entries(), 3);
 }
 
-TEST(WCStack, PushPopTop) {
+// push, pop and top run against std::vector in the differential test.
+TEST(WCStack, ClearAndExceptions) {
   WCStack<int> s;
-  EXPECT_EQ(s.pop(), 0);  // empty: default element
-  EXPECT_EQ(s.top(), 0);
   s.push(1);
-  s.push(2);
-  s.push(3);
-  EXPECT_EQ(s.entries(), 3);
-  EXPECT_EQ(s.top(), 3);
-  EXPECT_EQ(s.pop(), 3);
-  EXPECT_EQ(s.pop(), 2);
-  EXPECT_EQ(s.entries(), 1);
   s.clear();
   EXPECT_TRUE(s.isEmpty());
   EXPECT_EQ(s.pop(), 0);
