@@ -71,37 +71,25 @@ TEST(ProfTyped, DoubleFormMatchesTheCRuntime) {
 
 TEST(ProfTyped, EveryFormRoundTrips) {
   Job job;
+  // Writes v with set, reads it back with get; hex forms need no type information.
+  auto roundTrip = [&](auto set, auto get, auto v) {
+    decltype(v) out = v == decltype(v)(99) ? 98 : 99;
+    set(job, nullptr, W(u"v"), v);
+    ASSERT_EQ(get(job, nullptr, W(u"v"), &out, 7), 0) << v;
+    EXPECT_EQ(out, v);
+  };
   for (LONG v : {0, 1, -1, 31, INT_MAX, INT_MIN}) {
-    LONG out = 12345;
-    ProfSetIntW(job, nullptr, W(u"i"), v);
-    ASSERT_EQ(ProfGetIntW(job, nullptr, W(u"i"), &out, 7), 0);
-    EXPECT_EQ(out, v);
-    ProfSetIntHexW(job, nullptr, W(u"h"), v);  // no type information needed to read hex back
-    ASSERT_EQ(ProfGetIntW(job, nullptr, W(u"h"), &out, 7), 0);
-    EXPECT_EQ(out, v);
+    roundTrip(ProfSetIntW, ProfGetIntW, v);
+    roundTrip(ProfSetIntHexW, ProfGetIntW, v);
   }
   for (LONGLONG v : {0LL, 1LL, -1LL, LLONG_MAX, LLONG_MIN, 0x123456789ALL}) {
-    LONGLONG out = 99;
-    ProfSetInt64W(job, nullptr, W(u"l"), v);
-    ASSERT_EQ(ProfGetInt64W(job, nullptr, W(u"l"), &out, 7), 0);
-    EXPECT_EQ(out, v);
-    ProfSetInt64HexW(job, nullptr, W(u"lh"), v);
-    ASSERT_EQ(ProfGetInt64W(job, nullptr, W(u"lh"), &out, 7), 0);
-    EXPECT_EQ(out, v);
+    roundTrip(ProfSetInt64W, ProfGetInt64W, v);
+    roundTrip(ProfSetInt64HexW, ProfGetInt64W, v);
   }
   // Every double keeps its integral part: even "%f" of the largest one fits.
-  for (double v : {0.5, -2.25, 1e6, 123.456, DBL_MAX, -1e300}) {
-    double out = 0;
-    ProfSetDoubleW(job, nullptr, W(u"d"), v);
-    ASSERT_EQ(ProfGetDoubleW(job, nullptr, W(u"d"), &out, 7), 0);
-    EXPECT_DOUBLE_EQ(out, v);
-  }
-  for (BOOL v : {TRUE, FALSE}) {
-    BOOL out = 5;
-    ProfSetBoolW(job, nullptr, W(u"b"), v);
-    ASSERT_EQ(ProfGetBoolW(job, nullptr, W(u"b"), &out, 7), 0);
-    EXPECT_EQ(out, v);
-  }
+  for (double v : {0.5, -2.25, 1e6, 123.456, DBL_MAX, -1e300}) roundTrip(ProfSetDoubleW, ProfGetDoubleW, v);
+  for (BOOL v : {TRUE, FALSE}) roundTrip(ProfSetBoolW, ProfGetBoolW, v);
+  for (COLORREF v : {0x000000u, 0x00FFFFFFu, 0x00123456u}) roundTrip(ProfSetColorrefW, ProfGetColorrefW, v);
   POINT p{-7, 2147483647}, pd{0, 0}, po{};
   ProfSetPointW(job, nullptr, W(u"p"), &p);
   ASSERT_EQ(ProfGetPointW(job, nullptr, W(u"p"), &po, &pd), 0);
@@ -115,12 +103,6 @@ TEST(ProfTyped, EveryFormRoundTrips) {
   ro = {};
   ASSERT_EQ(ProfGetRectLTWHW(job, nullptr, W(u"w"), &ro, &rd), 0);
   EXPECT_EQ((std::vector<LONG>{ro.left, ro.top, ro.right, ro.bottom}), (std::vector<LONG>{-1, -2, 300, 400}));
-  for (COLORREF c : {0x000000u, 0x00FFFFFFu, 0x00123456u}) {
-    COLORREF out = 1;
-    ProfSetColorrefW(job, nullptr, W(u"c"), c);
-    ASSERT_EQ(ProfGetColorrefW(job, nullptr, W(u"c"), &out, 7), 0);
-    EXPECT_EQ(out, c);
-  }
 }
 
 TEST(ProfTyped, MissingAndEmptyItemsDeliverTheDefaultThroughItsTextForm) {
