@@ -21,9 +21,9 @@
 
 using namespace plat;
 
+// No system call may run between setting and reading (on Windows any may change
+// the number), so the threads meet through atomics only.
 TEST(Errors, LastErrorIsPerThread) {
-  // No system call may run between setting and reading (on Windows they all may
-  // change the number), so the threads meet through atomics only.
   std::atomic<int> step{0};
   uint32_t seenByOther = 99, otherAfter = 0;
   std::thread t([&] {
@@ -86,8 +86,7 @@ TEST(Errors, SystemTextsEndWithCrLf) {
   for (const auto& c : cases) {
     std::u16string text;
     ASSERT_TRUE(SystemErrorText(c.code, 0, text)) << c.code;
-#ifdef _WIN32
-    // The system's own texts: only their shape is ours to check.
+#ifdef _WIN32  // the system's own texts: only their shape is ours to check
     EXPECT_GE(text.size(), 2u);
     EXPECT_EQ(text.substr(text.size() - 2), u"\r\n");
 #else
@@ -110,7 +109,6 @@ struct Captured {
   std::mutex mutex;
   std::vector<std::u16string> lines;
 };
-
 void Capture(const char16_t* text, void* context) {
   auto* c = static_cast<Captured*>(context);
   std::lock_guard<std::mutex> lock(c->mutex);
