@@ -1,7 +1,6 @@
-// The waits that pump messages or take APCs. On Windows: an end that pumps keeps a
-// thread's SendMessage to the ender's window from dead-locking, ThreadWait reports
-// input (-4) and APCs (-3). Where there is no message queue the same classes wait
-// plainly.
+// Waits that pump messages or take APCs. On Windows: a pumping end serves the
+// thread's SendMessage, ThreadWait reports input (-4) and APCs (-3). Elsewhere the
+// same classes wait plainly.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -49,34 +48,26 @@ TEST(MessageWait, ArgumentHandlesWakeAWaitThatAlsoTakesMessages) {
 }
 
 #ifdef _WIN32
-TEST(MessageWait, PostedInputEndsTheWaitWithMinusFour) {
-  MessageWaiter t(false);
-  ASSERT_TRUE(t.ThreadStart(0));
-  // The thread's queue exists once it waits in the message form; post until it does.
-  for (int i = 0; i < 200 && !::PostThreadMessageW(t.ThreadId(), WM_USER, 0, 0); ++i) ::Sleep(5);
-  ::Sleep(50);
-  plat::EventSet(t.wake);
-  ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
-  t.ThreadEnd(false, 1000, false);
-  ASSERT_GE(t.results.size(), 2u);
-  EXPECT_EQ(t.results.front(), -4);
-  plat::HandleClose(t.wake);
-}
-
 void CALLBACK NoOpApc(ULONG_PTR) {}
 
-TEST(MessageWait, AQueuedApcEndsAnAlertableWaitWithMinusThree) {
-  MessageWaiter t(true);
-  ASSERT_TRUE(t.ThreadStart(0));
-  ::Sleep(50);
-  ASSERT_NE(::QueueUserAPC(&NoOpApc, t.ThreadHandle(), 0), 0u);
-  ::Sleep(50);
-  plat::EventSet(t.wake);
-  ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
-  t.ThreadEnd(false, 1000, false);
-  ASSERT_GE(t.results.size(), 2u);
-  EXPECT_EQ(t.results.front(), -3);
-  plat::HandleClose(t.wake);
+TEST(MessageWait, PostedInputOrAQueuedApcEndsTheWait) {
+  for (bool apc : {false, true}) {
+    MessageWaiter t(apc);   // alertable for the APC, the message form for input
+    ASSERT_TRUE(t.ThreadStart(0));
+    if (apc) {
+      ::Sleep(50);
+      ASSERT_NE(::QueueUserAPC(&NoOpApc, t.ThreadHandle(), 0), 0u);
+    } else {   // the thread's queue exists once it waits in the message form
+      for (int i = 0; i < 200 && !::PostThreadMessageW(t.ThreadId(), WM_USER, 0, 0); ++i) ::Sleep(5);
+    }
+    ::Sleep(50);
+    plat::EventSet(t.wake);
+    ASSERT_EQ(plat::WaitOne(t.ThreadHandle(), 10000), 0u);
+    t.ThreadEnd(false, 1000, false);
+    ASSERT_GE(t.results.size(), 2u);
+    EXPECT_EQ(t.results.front(), apc ? -3 : -4);
+    plat::HandleClose(t.wake);
+  }
 }
 
 // Sends a message to a window of the thread that ends it.

@@ -74,7 +74,10 @@ void MarkHook(zx::clsThreadBase*) { g_hookRan = true; }
 
 TEST(ThreadBase, StartRunsEndStopsAndCollectsTheExitCode) {
   DiagCapture diag;
-  Looper t;
+  Looper t("DocuList::Reload");
+  const std::string module = Ascii(zx::Identity().libraryBaseName.wchar());
+  EXPECT_EQ(std::string(t.ThreadName()), module + "::DocuList::Reload");
+  EXPECT_EQ(std::string(Looper(nullptr).ThreadName()), module + "::");
   EXPECT_EQ(t.ThreadGetState(), 0);
   g_hookRan = false;
   zx::clsThreadBase::SetBeforeHandshakeHookForTests(&MarkHook);
@@ -91,22 +94,9 @@ TEST(ThreadBase, StartRunsEndStopsAndCollectsTheExitCode) {
   EXPECT_EQ(t.ThreadExitCode(), 7u);
   EXPECT_EQ(t.lastResult, static_cast<int32_t>(0x80000000u));
   EXPECT_EQ(t.ThreadGetState(), 0);
-  // Developer mode: the thread's times.
-  EXPECT_EQ(diag.Count("thread '" + Ascii(zx::Identity().libraryBaseName.wchar()) +
-                       "::Test::Looper' was alive for "), 1);
+  EXPECT_EQ(t.channelName, "DocuList::Reload");   // the channel sees the part behind the module
+  EXPECT_EQ(diag.Count("thread '" + module + "::DocuList::Reload' was alive for "), 1);   // developer mode
   EXPECT_TRUE(t.ThreadEnd(false, 10000, false));   // nothing left to end
-}
-
-TEST(ThreadBase, NameCarriesTheModuleAndTheChannelSeesThePartBehindIt) {
-  Looper t("DocuList::Reload");
-  const std::string module = Ascii(zx::Identity().libraryBaseName.wchar());
-  EXPECT_EQ(std::string(t.ThreadName()), module + "::DocuList::Reload");
-  ASSERT_TRUE(t.ThreadStart(0));
-  t.ThreadEnd(false, 10000, false);
-  EXPECT_EQ(t.channelName, "DocuList::Reload");
-
-  Looper unnamed(nullptr);
-  EXPECT_EQ(std::string(unnamed.ThreadName()), module + "::");
 }
 
 plat::WaitHandle g_holdHandshake = nullptr;
@@ -150,7 +140,7 @@ TEST(ThreadBase, HandshakeTimesOutAfterTwentySecondsOnTheLibraryClock) {
   EXPECT_EQ(t.ThreadHandle(), nullptr);
 }
 
-TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
+TEST(ThreadBase, RestartGivesANewThreadAndStartOnARunningOneIsHarmless) {
   class Once : public zx::clsThreadBase {
    public:
     Once() : clsThreadBase("Test::Once") {}
@@ -166,18 +156,16 @@ TEST(ThreadBase, RestartAfterAFinishedRunGivesANewThreadAndExitCode) {
   EXPECT_TRUE(t.ThreadEnd(false, 10000, false));
   EXPECT_EQ(t.ThreadExitCode(), 2u);
   EXPECT_EQ(t.runs.load(), 2u);
-}
 
-TEST(ThreadBase, StartOnARunningThreadIsHarmlessAndResumesASuspendedOne) {
-  Looper t;
-  ASSERT_TRUE(t.ThreadStart(0));
-  const uint32_t id = t.ThreadId();
-  EXPECT_TRUE(t.ThreadStart(0));
-  EXPECT_EQ(t.ThreadId(), id);
-  EXPECT_EQ(plat::ThreadSuspend(t.ThreadHandle()), 0u);
-  EXPECT_TRUE(t.ThreadStart(0));                            // resumes
-  EXPECT_EQ(plat::ThreadSuspend(t.ThreadHandle()), 0u);     // count back at 0
-  EXPECT_EQ(plat::ThreadResume(t.ThreadHandle()), 1u);
+  Looper l;   // start on a running thread is harmless and resumes a suspended one
+  ASSERT_TRUE(l.ThreadStart(0));
+  const uint32_t id = l.ThreadId();
+  EXPECT_TRUE(l.ThreadStart(0));
+  EXPECT_EQ(l.ThreadId(), id);
+  EXPECT_EQ(plat::ThreadSuspend(l.ThreadHandle()), 0u);
+  EXPECT_TRUE(l.ThreadStart(0));                            // resumes
+  EXPECT_EQ(plat::ThreadSuspend(l.ThreadHandle()), 0u);     // count back at 0
+  EXPECT_EQ(plat::ThreadResume(l.ThreadHandle()), 1u);
 }
 
 TEST(ThreadBase, EndFromInsideTheThreadSignalsTheStopAndClosesNothing) {
@@ -249,57 +237,46 @@ TEST(ThreadBase, EndWithoutForceOnABusyThreadLeavesItRunning) {
   EXPECT_EQ(t.ThreadHandle(), nullptr);
 }
 
-TEST(ThreadBase, ForcedEndReportsFalseAndClosesTheHandle) {
-  DiagCapture diag;
-  Gate gate;
-  plat::WaitHandle dup = nullptr;
-  {
-    Stubborn t(gate.h);
-    ASSERT_TRUE(t.ThreadStart(0));
-    t.WaitEntered();
-    ASSERT_TRUE(plat::HandleDuplicate(t.ThreadHandle(), &dup));
-    EXPECT_FALSE(t.ThreadEnd(false, 50, true));
-    EXPECT_EQ(t.ThreadHandle(), nullptr);
-    EXPECT_EQ(t.ThreadExitCode(), 0u);
-    EXPECT_EQ(diag.Count("forced to exit!") + diag.Count("was alive for"), 1);
+TEST(ThreadBase, ForcedEndAndTheDestructorOfAClassThatForgotToEnd) {
+  for (bool byDestructor : {false, true}) {
+    DiagCapture diag;
+    Gate gate;
+    plat::WaitHandle dup = nullptr;
+    auto t0 = std::chrono::steady_clock::now();
+    {
+      Stubborn t(gate.h, !byDestructor);
+      ASSERT_TRUE(t.ThreadStart(0));
+      t.WaitEntered();
+      ASSERT_TRUE(plat::HandleDuplicate(t.ThreadHandle(), &dup));
+      t0 = std::chrono::steady_clock::now();
+      if (!byDestructor) {   // a forced end reports false and closes the handle
+        EXPECT_FALSE(t.ThreadEnd(false, 50, true));
+        EXPECT_EQ(t.ThreadHandle(), nullptr);
+        EXPECT_EQ(t.ThreadExitCode(), 0u);
+        EXPECT_EQ(diag.Count("forced to exit!") + diag.Count("was alive for"), 1);
+      }
+    }
+    if (byDestructor) {   // warns and forces after one second
+      EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(900));
+      EXPECT_EQ(diag.Count("::~clsThreadBase: warning: derived class does not end thread. I do it here - cross your "
+                           "fingers that the derived class does not access any members in the thread function!!!"),
+                1);
+    }
+    gate.Open();   // an abandoned thread (Linux) runs to its end
+    EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
+    plat::HandleClose(dup);
   }
-  gate.Open();   // an abandoned thread (Linux) runs to its end
-  EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
-  plat::HandleClose(dup);
 }
 
-TEST(ThreadBase, DestructorOfAClassThatForgotToEndWarnsAndForcesAfterOneSecond) {
-  DiagCapture diag;
-  Gate gate;
-  plat::WaitHandle dup = nullptr;
-  auto t0 = std::chrono::steady_clock::now();
-  {
-    Stubborn t(gate.h, false);
-    ASSERT_TRUE(t.ThreadStart(0));
-    t.WaitEntered();
-    ASSERT_TRUE(plat::HandleDuplicate(t.ThreadHandle(), &dup));
-    t0 = std::chrono::steady_clock::now();
-  }
-  EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(900));
-  EXPECT_EQ(diag.Count("::~clsThreadBase: warning: derived class does not end thread. I do it here - cross your "
-                       "fingers that the derived class does not access any members in the thread function!!!"),
-            1);
-  gate.Open();
-  EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
-  plat::HandleClose(dup);
-}
-
-TEST(ThreadBase, PriorityIsSetAfterTheHandshake) {
+TEST(ThreadBase, PriorityIsSetAfterTheHandshakeAndAttachInputFailureIsReported) {
   Looper below;
   ASSERT_TRUE(below.ThreadStart(-1));
   EXPECT_EQ(plat::ThreadGetPriority(below.ThreadHandle()), -1);
   Looper idle;
   ASSERT_TRUE(idle.ThreadStart(plat::kThreadPriorityIdle));
   EXPECT_EQ(plat::ThreadGetPriority(idle.ThreadHandle()), plat::kThreadPriorityIdle);
-}
 
-TEST(ThreadBase, AttachInputFailureIsReported) {
-  DiagCapture diag;
+  DiagCapture diag;   // an attach-input failure is reported
   Looper t;   // no thread: identifier 0, which no system accepts
   t.ThreadAttachInput(plat::ThreadId(), true);
   EXPECT_EQ(diag.Count("clsThreadBase(" + std::string(t.ThreadName()) + ")::ThreadAttachInput(): "), 1);
