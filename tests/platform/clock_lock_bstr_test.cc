@@ -109,15 +109,13 @@ TEST(CriticalSection, MutualExclusionUnderContention) {
       inside.fetch_sub(1);
     }
   };
-  std::thread a(work), b(work), c(work);
-  a.join();
-  b.join();
-  c.join();
+  std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
+  for (auto& t : threads) t.join();
   EXPECT_EQ(counter, 60000);
   EXPECT_FALSE(overlap.load());
 }
 
-TEST(Bstr, LayoutLengthPrefixAndTerminator) {
+TEST(Bstr, LayoutAllocationAndReallocation) {
   Bstr b = SysAllocLen(u"abc", 3);
   ASSERT_NE(b, nullptr);
   uint32_t prefix;
@@ -129,10 +127,8 @@ TEST(Bstr, LayoutLengthPrefixAndTerminator) {
   EXPECT_EQ(std::u16string(b), u"abc");
   EXPECT_EQ(reinterpret_cast<uintptr_t>(b) % 4, 0u);
   SysFree(b);
-}
-
-TEST(Bstr, UninitialisedEmbeddedZerosAndRealloc) {
-  Bstr b = SysAllocLen(nullptr, 5);
+  // Uninitialised text, embedded zeros and reallocation.
+  b = SysAllocLen(nullptr, 5);
   ASSERT_NE(b, nullptr);
   EXPECT_EQ(SysLen(b), 5u);
   EXPECT_EQ(b[5], 0);

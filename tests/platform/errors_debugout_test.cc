@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +17,7 @@
 
 #include "platform/debugout.h"
 #include "platform/errors.h"
+#include "test_util.h"
 
 using namespace plat;
 
@@ -164,19 +164,13 @@ TEST(DebugOutput, DestinationFromEnvironment) {
                       " --gtest_filter=DebugOutputChild.Emit >/dev/null 2>" + dir + "/stderr.txt";
     return std::system(cmd.c_str());
   };
-  auto slurp = [](const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  };
   const std::string expected = "one line\ngr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80\n\n";
   ASSERT_EQ(run("ZXUT_ODS=" + file), 0);
-  EXPECT_EQ(slurp(file), "kept\n" + expected);   // appended
+  EXPECT_EQ(ptest::ReadFile(file), "kept\n" + expected);   // appended
   ASSERT_EQ(run("ZXUT_ODS=stderr"), 0);
-  EXPECT_NE(slurp(std::string(dir) + "/stderr.txt").find(expected), std::string::npos);
+  EXPECT_NE(ptest::ReadFile(std::string(dir) + "/stderr.txt").find(expected), std::string::npos);
   ASSERT_EQ(run("ZXUT_ODS="), 0);
-  EXPECT_EQ(slurp(std::string(dir) + "/stderr.txt").find("one line"), std::string::npos);
+  EXPECT_EQ(ptest::ReadFile(std::string(dir) + "/stderr.txt").find("one line"), std::string::npos);
   std::system((std::string("rm -rf ") + dir).c_str());
 }
 #endif

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 #include <string>
+#include <utility>
 
 #include "platform/codepage.h"
 #include "platform/errors.h"
@@ -38,36 +39,26 @@ std::u16string Info(uint32_t lcid, uint32_t type) {
 }
 
 #ifndef _WIN32
-// Sets the locale variables for one test and restores them.
+// Sets the locale variables for one scope and restores them.
 class ScopedLocaleEnv {
  public:
   ScopedLocaleEnv(const char* lcAll, const char* lang) {
-    Save("LC_ALL", lcAll);
-    Save("LC_MESSAGES", nullptr);
-    Save("LANG", lang);
-  }
-  ~ScopedLocaleEnv() {
-    for (auto& s : saved_) {
-      if (s.had)
-        setenv(s.name, s.value.c_str(), 1);
-      else
-        unsetenv(s.name);
+    for (auto [name, value] : {std::pair{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {
+      const char* old = std::getenv(name);
+      saved_.push_back({name, old != nullptr, old ? old : ""});
+      value ? setenv(name, value, 1) : unsetenv(name);
     }
   }
+  ~ScopedLocaleEnv() {
+    for (auto& s : saved_) s.had ? setenv(s.name, s.value.c_str(), 1) : unsetenv(s.name);
+  }
+
  private:
   struct Saved {
     const char* name;
     bool had;
     std::string value;
   };
-  void Save(const char* name, const char* value) {
-    const char* old = std::getenv(name);
-    saved_.push_back({name, old != nullptr, old ? old : ""});
-    if (value)
-      setenv(name, value, 1);
-    else
-      unsetenv(name);
-  }
   std::vector<Saved> saved_;
 };
 #endif

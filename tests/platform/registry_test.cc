@@ -195,12 +195,7 @@ class RegistryStore : public ::testing::Test {
     std::ofstream out(dir_ + "/" + file, std::ios::binary);
     out << text;
   }
-  std::string Read(const char* file) {
-    std::ifstream in(dir_ + "/" + file, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  }
+  std::string Read(const char* file) { return ptest::ReadFile(dir_ + "/" + file); }
   std::string dir_, old_;
   bool hadOld_ = false;
 };

@@ -42,6 +42,17 @@ inline bool RunFilter(const std::string& command, const std::string& input, std:
 }
 #endif
 
+// A whole file, or "" when it cannot be read.
+inline std::string ReadFile(const std::string& path) {
+  std::string out;
+  if (FILE* f = std::fopen(path.c_str(), "rb")) {
+    char buf[4096];
+    for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) out.append(buf, n);
+    std::fclose(f);
+  }
+  return out;
+}
+
 inline std::u16string FromUtf16Le(const std::string& bytes) {
   std::u16string out;
   for (size_t i = 0; i + 1 < bytes.size(); i += 2)
