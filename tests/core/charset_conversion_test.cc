@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -109,46 +110,32 @@ TEST(CharsetConversion, NarrowOutputBufferOfSizeFourGetsThreeCharactersAndATermi
   EXPECT_EQ(out[5], 'X');
 }
 
-TEST(CharsetConversion, WriteBackPadsWithZerosLikeStrncpy) {
-  DefaultCodePageGuard cp(1252);
-  char out[8];
-  std::memset(out, 'X', sizeof out);
-  {
-    clsCharsetConversionString c(out, 8);
-    std::memcpy(c.wideBuffer(), u"ab", 3 * sizeof(char16_t));
+// The callee's wide text goes back in the object's code page, cut to the buffer's
+// size in bytes (a UTF-8 sequence too) and padded with zeros like strncpy.
+TEST(CharsetConversion, WriteBackConvertsCutsAndPads) {
+  const struct {
+    uint32_t codePage;
+    int size;
+    const char16_t* written;
+    std::string expected;
+  } cases[] = {
+      {1252, 8, u"ab", std::string("ab\0\0\0\0\0\0", 8)},
+      {65001, 8, u"\u00E4\u20AC", std::string("\xC3\xA4\xE2\x82\xAC\0\0\0", 8)},
+      {1252, 8, u"\u00E4\u20AC", std::string("\xE4\x80\0\0\0\0\0\0", 8)},
+      {65001, 3, u"\u00E4b", std::string("\xC3\xA4\0", 3)},  // the terminator replaces "b"
+      {65001, 2, u"\u00E4", std::string("\xC3\0", 2)},       // and cuts the sequence of "ä"
+  };
+  for (const auto& c : cases) {
+    char out[10];
+    std::memset(out, 'X', sizeof out);
+    {
+      clsCharsetConversionStringCP conv(c.codePage, out, c.size);
+      std::u16string w(c.written);
+      std::memcpy(conv.wideBuffer(), w.c_str(), std::min<size_t>(w.size() + 1, c.size) * sizeof(char16_t));
+    }
+    EXPECT_EQ(std::string(out, c.size), c.expected) << c.codePage << " " << c.size;
+    EXPECT_EQ(std::string(out + c.size, sizeof out - c.size), std::string(sizeof out - c.size, 'X'));
   }
-  EXPECT_EQ(std::string(out, 8), std::string("ab\0\0\0\0\0\0", 8));
-}
-
-TEST(CharsetConversion, NarrowOutputIsConvertedInTheObjectsCodePage) {
-  char out[16] = {};
-  {
-    clsCharsetConversionStringCP c(65001, out, sizeof out);
-    std::memcpy(c.wideBuffer(), u"\u00E4\u20AC", 3 * sizeof(char16_t));
-  }
-  EXPECT_STREQ(out, "\xC3\xA4\xE2\x82\xAC");
-  {
-    clsCharsetConversionStringCP c(1252, out, sizeof out);
-    std::memcpy(c.wideBuffer(), u"\u00E4\u20AC", 3 * sizeof(char16_t));
-  }
-  EXPECT_STREQ(out, "\xE4\x80");
-}
-
-TEST(CharsetConversion, TruncationCountsBytesNotCharacters) {
-  // Three UTF-8 bytes for "äb" in a buffer of three: the terminator replaces "b";
-  // in a buffer of two it cuts the sequence of "ä" (the buffer's size rules).
-  char out3[3], out2[2];
-  {
-    clsCharsetConversionStringCP c(65001, out3, 3);
-    std::memcpy(c.wideBuffer(), u"\u00E4", 2 * sizeof(char16_t));
-  }
-  EXPECT_EQ(std::string(out3, 3), std::string("\xC3\xA4\0", 3));
-  {
-    clsCharsetConversionStringCP c(65001, out2, 2);
-    c.wideBuffer()[0] = u'\u00E4';
-    c.wideBuffer()[1] = 0;
-  }
-  EXPECT_EQ(std::string(out2, 2), std::string("\xC3\0", 2));
 }
 
 TEST(CharsetConversion, WideOutputBufferReceivesTheNarrowWorkBuffer) {
