@@ -45,6 +45,13 @@ inline std::u16string Get(HPROFJOB job, HPROFLIST list, const char16_t* path, LO
   return buf;
 }
 
+// Only the export's result of that read.
+inline LONG GetRc(HPROFJOB job, HPROFLIST list, const char16_t* path) {
+  LONG rc = 0;
+  Get(job, list, path, &rc);
+  return rc;
+}
+
 inline void Set(HPROFJOB job, HPROFLIST list, const char16_t* path, const char16_t* value) {
   ProfSetStringW(job, list, W(path), W(value));
 }

@@ -15,9 +15,8 @@ TEST(ProfPaths, NestedSetCreatesListsAndGetsFindThem) {
   EXPECT_EQ(Get(job, nullptr, u"a/b/c"), u"v");
   EXPECT_EQ(Dump(job, nullptr), u"[a]{[b]{c=v}}");
   // A get never creates.
-  LONG rc;
-  EXPECT_EQ(Get(job, nullptr, u"x/y/z", &rc), u"<missing>");
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(Get(job, nullptr, u"x/y/z"), u"<missing>");
+  EXPECT_EQ(GetRc(job, nullptr, u"x/y/z"), PROF_ERR_NOT_FOUND);
   EXPECT_EQ(ProfGetListW(job, nullptr, W(u"x")), nullptr);
 }
 
@@ -80,9 +79,7 @@ TEST(ProfPaths, FirstMatchDecidesAtEveryStep) {
   Set(job, second, u"x", u"second");
   EXPECT_EQ(ProfGetListW(job, nullptr, W(u"a")), first);
   // The first list "a" is entered and its outcome is final.
-  LONG rc;
-  Get(job, nullptr, u"a/x", &rc);
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(GetRc(job, nullptr, u"a/x"), PROF_ERR_NOT_FOUND);
   Set(job, nullptr, u"a/x", u"first");
   EXPECT_EQ(Get(job, first, u"x"), u"first");
   EXPECT_EQ(Get(job, second, u"x"), u"second");
@@ -96,9 +93,7 @@ TEST(ProfPaths, NamesCompareCaseSensitively) {
   Set(job, nullptr, u"key", u"lower");
   EXPECT_EQ(Get(job, nullptr, u"Key"), u"upper");
   EXPECT_EQ(Get(job, nullptr, u"key"), u"lower");
-  LONG rc;
-  Get(job, nullptr, u"KEY", &rc);
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(GetRc(job, nullptr, u"KEY"), PROF_ERR_NOT_FOUND);
   ProfCreateListW(job, nullptr, W(u"L"));
   EXPECT_EQ(ProfGetListW(job, nullptr, W(u"l")), nullptr);
 }
@@ -120,17 +115,13 @@ TEST(ProfPaths, NamesBeforeASlashCountWithTheirFirst255Characters) {
   HPROFLIST full = ProfCreateListW(other, nullptr, W(n300.c_str()));
   Set(other, full, u"v", u"2");
   EXPECT_EQ(ProfGetListW(other, nullptr, W(n300.c_str())), full);
-  LONG rc;
-  Get(other, nullptr, (n300 + u"/v").c_str(), &rc);
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(GetRc(other, nullptr, (n300 + u"/v").c_str()), PROF_ERR_NOT_FOUND);
 
   // As the last name the whole text counts.
   Set(job, nullptr, n300.c_str(), u"long");
   EXPECT_EQ(Get(job, nullptr, n300.c_str()), u"long");
-  Get(job, nullptr, n255.c_str(), &rc);
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
-  Get(job, nullptr, (n300 + u"n").c_str(), &rc);
-  EXPECT_EQ(rc, PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(GetRc(job, nullptr, n255.c_str()), PROF_ERR_NOT_FOUND);
+  EXPECT_EQ(GetRc(job, nullptr, (n300 + u"n").c_str()), PROF_ERR_NOT_FOUND);
 }
 
 TEST(ProfPaths, EmptyNamesAreNames) {

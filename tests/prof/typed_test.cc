@@ -315,15 +315,12 @@ TEST(ProfTyped, GetStringCutsAtTheBufferAndReturnsTheFullLength) {
 }
 
 TEST(ProfTyped, TextReadersWithoutAJob) {
-  BOOL b = 9;
-  ProfLPSTRtoBOOLW(W(u""), &b, 0);
-  EXPECT_EQ(b, 1);  // the search of "TY" finds the terminator too
-  ProfLPSTRtoBOOLW(W(u"yes"), &b, 1);
-  EXPECT_EQ(b, 0);
-  ProfLPSTRtoBOOLW(W(u"Y"), &b, 0);
-  EXPECT_EQ(b, 1);
-  ProfLPSTRtoBOOLW(nullptr, &b, 5);
-  EXPECT_EQ(b, 5);
+  // The search of "TY" finds the terminator too, so "" is true.
+  for (auto [text, def, expected] : {std::tuple{u"", 0, 1}, {u"yes", 1, 0}, {u"Y", 0, 1}, {nullptr, 5, 5}}) {
+    BOOL b = 9;
+    ProfLPSTRtoBOOLW(W(text), &b, def);
+    EXPECT_EQ(b, expected) << (text ? ToUtf8(text) : "null");
+  }
 
   LONG i = 0;
   EXPECT_EQ(ProfLPSTRtoINTW(W(u"12"), &i, 7), 1);
