@@ -57,13 +57,10 @@ class OddStream : public IStream {
   HRESULT lockAnswer = plat::kE_NOTIMPL;
 
   HRESULT ZX_COMCALL QueryInterface(REFIID riid, void** ppv) override {
-    if (plat::SameGuid(riid, plat::kIID_IStream) || plat::SameGuid(riid, plat::kIID_IUnknown)) {
-      *ppv = static_cast<IStream*>(this);
-      AddRef();
-      return plat::kS_OK;
-    }
-    *ppv = nullptr;
-    return plat::kE_NOINTERFACE;
+    const bool ok = plat::SameGuid(riid, plat::kIID_IStream) || plat::SameGuid(riid, plat::kIID_IUnknown);
+    *ppv = ok ? static_cast<IStream*>(this) : nullptr;
+    if (ok) AddRef();
+    return ok ? plat::kS_OK : plat::kE_NOINTERFACE;
   }
   ULONG ZX_COMCALL AddRef() override { return ++refs; }
   ULONG ZX_COMCALL Release() override { return --refs; }   // lives on the test's stack
