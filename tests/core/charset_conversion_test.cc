@@ -373,27 +373,9 @@ TEST(CharsetConversion, ShortTextWithALongResultMovesToTheHeap) {
 
 // ---- code pages, judged by iconv
 
-struct CodePageSample {
-  uint32_t codePage;
-  const char* iconvName;
-  const char16_t* text;
-  const char* knownBytes;   // a few bytes checked on every platform
-};
-
-const CodePageSample kSamples[] = {
-    {1252, "CP1252", u"Gr\u00FC\u00DFe, \u20AC100 \u2013 \u201EZitat\u201C \u2026 \u0152uvre \u2122 \u00FF",
-     "Gr\xFC\xDF" "e, \x80" "100 \x96 \x84Zitat\x93 \x85 \x8Cuvre \x99 \xFF"},
-    {65001, "UTF-8", u"Gr\u00FC\u00DFe \u65E5\u672C \u20AC \U0001D11E",
-     "Gr\xC3\xBC\xC3\x9F" "e \xE6\x97\xA5\xE6\x9C\xAC \xE2\x82\xAC \xF0\x9D\x84\x9E"},
-    {1251, "CP1251", u"\u041F\u0440\u0438\u0432\u0435\u0442, \u043C\u0438\u0440! \u0401\u0451 \u2116",
-     "\xCF\xF0\xE8\xE2\xE5\xF2, \xEC\xE8\xF0! \xA8\xB8 \xB9"},
-    {932, "CP932", u"\u65E5\u672C\u8A9E\u306E\u30C6\u30AD\u30B9\u30C8 \uFF71\uFF72\uFF73",
-     "\x93\xFA\x96{\x8C\xEA\x82\xCC\x83" "e\x83L\x83X\x83g \xB1\xB2\xB3"},
-};
-
 TEST(CharsetConversion, CodePageBytesAgreeWithIconv) {
   bool judged = false;
-  for (const CodePageSample& s : kSamples) {
+  for (const charset_test::CodePageSample& s : charset_test::kSamples) {
     SCOPED_TRACE(s.iconvName);
     clsCharsetConversionStringCP toNarrow(s.codePage, s.text);
     std::string ours = toNarrow.narrow();

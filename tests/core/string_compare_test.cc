@@ -12,48 +12,41 @@ using zx::String;
 
 namespace {
 
-TEST(StringCompare, NullAndEmpty) {
-  EXPECT_EQ(CompareText(nullptr, nullptr, -1, false, true), 0);
-  EXPECT_EQ(CompareText(u"", nullptr, -1, false, true), 0);   // empty equals null
-  EXPECT_EQ(CompareText(nullptr, u"", -1, true, false), 0);
-  EXPECT_EQ(CompareText(nullptr, u"a", -1, false, true), -1);
-  EXPECT_EQ(CompareText(u"", u"a", -1, true, true), -1);
-  EXPECT_EQ(CompareText(u"a", nullptr, -1, false, true), 1);
-  EXPECT_EQ(CompareText(u"a", u"", -1, true, true), 1);
+TEST(StringCompare, CompareTextRows) {
+  const char16_t* p = u"abc";
+  const struct {
+    const char16_t* a;
+    const char16_t* b;
+    int64_t count;
+    bool locale, caseSensitive;
+    int expected;
+  } cases[] = {
+      // Null and empty: empty equals null.
+      {nullptr, nullptr, -1, false, true, 0}, {u"", nullptr, -1, false, true, 0},
+      {nullptr, u"", -1, true, false, 0}, {nullptr, u"a", -1, false, true, -1}, {u"", u"a", -1, true, true, -1},
+      {u"a", nullptr, -1, false, true, 1}, {u"a", u"", -1, true, true, 1},
+      // A count of zero and the same pointer.
+      {p, p, -1, false, true, 0}, {u"abc", u"xyz", 0, false, true, 0}, {u"abc", u"xyz", 0, true, true, 0},
+      // Ordinal, with and without a count; code unit order, units above 0x7FFF unsigned.
+      {u"abc", u"abd", -1, false, true, -1}, {u"abd", u"abc", -1, false, true, 1},
+      {u"ab", u"abc", -1, false, true, -1}, {u"abc", u"abd", 2, false, true, 0},
+      {u"abc", u"abd", 3, false, true, -1}, {u"abc", u"abc", zx::kWholeString, false, true, 0},
+      {u"B", u"a", -1, false, true, -1}, {u"\xFF01", u"a", -1, false, true, 1},
+      // Without case, A to Z fold to lower case: '_' (0x5F) sorts before 'A'.
+      {u"HELLO", u"hello", -1, false, false, 0}, {u"B", u"a", -1, false, false, 1},
+      {u"_", u"A", -1, false, false, -1}, {u"_", u"A", -1, false, true, 1},
+      {u"HELLO!", u"helloX", 5, false, false, 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(CompareText(c.a, c.b, c.count, c.locale, c.caseSensitive), c.expected)
+        << "row " << (&c - cases);
+  }
+  // Only A to Z fold in the ordinal form.
+  EXPECT_NE(CompareText(u"\u00C4", u"\u00E4", -1, false, false), 0);
   const String empty, none;
   EXPECT_EQ(empty.Compare(none), 0);
   EXPECT_EQ(empty.Compare(static_cast<const char16_t*>(nullptr)), 0);
   EXPECT_EQ(String(u"x").Compare(static_cast<const char16_t*>(nullptr)), 1);
-}
-
-TEST(StringCompare, CountZeroAndSamePointer) {
-  const char16_t* p = u"abc";
-  EXPECT_EQ(CompareText(p, p, -1, false, true), 0);
-  EXPECT_EQ(CompareText(u"abc", u"xyz", 0, false, true), 0);
-  EXPECT_EQ(CompareText(u"abc", u"xyz", 0, true, true), 0);
-}
-
-TEST(StringCompare, OrdinalWithAndWithoutCount) {
-  EXPECT_EQ(CompareText(u"abc", u"abd", -1, false, true), -1);
-  EXPECT_EQ(CompareText(u"abd", u"abc", -1, false, true), 1);
-  EXPECT_EQ(CompareText(u"ab", u"abc", -1, false, true), -1);
-  EXPECT_EQ(CompareText(u"abc", u"abd", 2, false, true), 0);
-  EXPECT_EQ(CompareText(u"abc", u"abd", 3, false, true), -1);
-  EXPECT_EQ(CompareText(u"abc", u"abc", zx::kWholeString, false, true), 0);
-  EXPECT_EQ(CompareText(u"B", u"a", -1, false, true), -1);   // code unit order
-  // Units above 0x7FFF compare unsigned.
-  EXPECT_EQ(CompareText(u"\xFF01", u"a", -1, false, true), 1);
-}
-
-TEST(StringCompare, CaseInsensitiveFoldsAscii) {
-  EXPECT_EQ(CompareText(u"HELLO", u"hello", -1, false, false), 0);
-  EXPECT_EQ(CompareText(u"B", u"a", -1, false, false), 1);
-  // Folding is to lower case: '_' (0x5F) sorts before 'a' and so before 'A'.
-  EXPECT_EQ(CompareText(u"_", u"A", -1, false, false), -1);
-  EXPECT_EQ(CompareText(u"_", u"A", -1, false, true), 1);
-  EXPECT_EQ(CompareText(u"HELLO!", u"helloX", 5, false, false), 0);
-  // Only A to Z fold in the ordinal form.
-  EXPECT_NE(CompareText(u"\u00C4", u"\u00E4", -1, false, false), 0);
 }
 
 TEST(StringCompare, LeftOperandDecides) {
