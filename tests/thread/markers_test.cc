@@ -97,59 +97,51 @@ class Markers : public ::testing::Test {
   RecordingTrace trace;
 };
 
-TEST_F(Markers, NoMarksWhenSwitchedOffOrAboveTheSessionsLevel) {
-  for (int level : {-1, 3}) {   // -1: the switch is off; 3: on, but a session below the marks' level 4
+TEST_F(Markers, ThreadMarksItsStartAndEndOnlyWhenSwitchedOnAndEnabled) {
+  for (int level : {-1, 3, 5}) {   // -1: switch off; 3: a session below the marks' level 4; 5: marked
     SCOPED_TRACE(level);
     RecordingTrace rec;
-    if (level >= 0) SetSwitch(u"T");
+    if (level >= 0) SetSwitch(level == 3 ? u"T" : u"True");
 #ifdef _WIN32
     else SetSwitch(u"F");
 #endif
     zx::SetMarkerBackendForTests(&rec);
     {
       Marked t;
-      if (level >= 0) rec.Enable(static_cast<uint8_t>(level));
-      else EXPECT_FALSE(t.MarkersActive());
-      ASSERT_TRUE(t.ThreadStart(0));
+      EXPECT_EQ(rec.registers, level < 0 ? 0 : 1);
+      EXPECT_FALSE(t.MarkersActive());   // off, or registered but no session enabled it yet
+      if (level >= 0) {
+        EXPECT_EQ(rec.guid.data1, 0xAE1860CFu);
+        EXPECT_EQ(rec.guid.data4[7], 0xE4);
+        rec.Enable(static_cast<uint8_t>(level));
+      }
+      if (level == 5) EXPECT_TRUE(t.MarkersActive());
+      EXPECT_TRUE(t.ThreadStart(0));   // no ASSERT: `rec` must be detached below
       t.ThreadEnd(false, 10000, false);
       if (level < 0) EXPECT_EQ(t.EnterSpan(4, u"x"), nullptr);
     }
+    const auto w = rec.Writes();
     zx::SetMarkerBackendForTests(nullptr);
-    EXPECT_EQ(rec.registers, level < 0 ? 0 : 1);
-    EXPECT_TRUE(rec.Writes().empty());
+    if (level < 5) {
+      EXPECT_TRUE(w.empty());
+      continue;
+    }
+    ASSERT_EQ(w.size(), 3u);
+    EXPECT_EQ(w[0].desc.id, 0xFFFE);   // the manifest goes first, once
+    ASSERT_EQ(w[0].blocks.size(), 1u);
+    EXPECT_NE(w[0].blocks[0].find("ConcurrencyVisualizerMarkers"), std::string::npos);
+    const std::string series = Ascii(zx::Identity().libraryBaseName.wchar()) + "::Test::Marked";
+    for (int i : {1, 2}) {
+      EXPECT_EQ(w[i].desc.id, 4);     // WriteMessage
+      EXPECT_EQ(w[i].desc.task, 3);
+      EXPECT_EQ(w[i].desc.opcode, 12);
+      EXPECT_EQ(w[i].desc.level, 4);
+      ASSERT_EQ(w[i].blocks.size(), 2u);
+      EXPECT_EQ(Text(w[i].blocks[0]), series);
+    }
+    EXPECT_EQ(Text(w[1].blocks[1]), "starting");
+    EXPECT_EQ(Text(w[2].blocks[1]), "ending, result=9");
   }
-}
-
-TEST_F(Markers, ThreadMarksItsStartAndEndOnceEnabled) {
-  SetSwitch(u"True");
-  zx::SetMarkerBackendForTests(&trace);
-  {
-    Marked t;
-    EXPECT_EQ(trace.registers, 1);
-    EXPECT_EQ(trace.guid.data1, 0xAE1860CFu);
-    EXPECT_EQ(trace.guid.data4[7], 0xE4);
-    EXPECT_FALSE(t.MarkersActive());   // registered, but no session enabled it yet
-    trace.Enable(5);
-    EXPECT_TRUE(t.MarkersActive());
-    ASSERT_TRUE(t.ThreadStart(0));
-    t.ThreadEnd(false, 10000, false);
-  }
-  auto w = trace.Writes();
-  ASSERT_EQ(w.size(), 3u);
-  EXPECT_EQ(w[0].desc.id, 0xFFFE);   // the manifest goes first, once
-  ASSERT_EQ(w[0].blocks.size(), 1u);
-  EXPECT_NE(w[0].blocks[0].find("ConcurrencyVisualizerMarkers"), std::string::npos);
-  const std::string series = Ascii(zx::Identity().libraryBaseName.wchar()) + "::Test::Marked";
-  for (int i : {1, 2}) {
-    EXPECT_EQ(w[i].desc.id, 4);     // WriteMessage
-    EXPECT_EQ(w[i].desc.task, 3);
-    EXPECT_EQ(w[i].desc.opcode, 12);
-    EXPECT_EQ(w[i].desc.level, 4);
-    ASSERT_EQ(w[i].blocks.size(), 2u);
-    EXPECT_EQ(Text(w[i].blocks[0]), series);
-  }
-  EXPECT_EQ(Text(w[1].blocks[1]), "starting");
-  EXPECT_EQ(Text(w[2].blocks[1]), "ending, result=9");
 }
 
 TEST_F(Markers, TextLimitsAndSeriesNameLimit) {
