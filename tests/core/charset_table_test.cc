@@ -11,18 +11,13 @@ using zx::CodePageFromCharsetName;
 TEST(CharsetTable, RowsInSearchOrder) {
   auto rows = zx::CharsetNameTable();
   ASSERT_EQ(rows.size(), 43u);
-  EXPECT_EQ(std::u16string(rows[0].name), u"windows-1250");
-  EXPECT_EQ(rows[0].codePage, 1250u);
-  EXPECT_EQ(std::u16string(rows[8].name), u"iso-8859-1");
-  EXPECT_EQ(rows[8].codePage, 1252u);
-  EXPECT_EQ(std::u16string(rows[9].name), u"iso-8859-1");
-  EXPECT_EQ(rows[9].codePage, 28591u);
-  EXPECT_EQ(std::u16string(rows[21].name), u"iso-2022-jp");
-  EXPECT_EQ(rows[21].codePage, 50220u);
-  EXPECT_EQ(std::u16string(rows[22].name), u"iso-2022-jp");
-  EXPECT_EQ(rows[22].codePage, 50222u);
-  EXPECT_EQ(std::u16string(rows[42].name), u"x-user-defined");
-  EXPECT_EQ(rows[42].codePage, 50000u);
+  const struct { size_t index; const char16_t* name; uint32_t codePage; } pinned[] = {
+      {0, u"windows-1250", 1250}, {8, u"iso-8859-1", 1252},   {9, u"iso-8859-1", 28591},
+      {21, u"iso-2022-jp", 50220}, {22, u"iso-2022-jp", 50222}, {42, u"x-user-defined", 50000}};
+  for (const auto& p : pinned) {
+    EXPECT_EQ(std::u16string(rows[p.index].name), p.name) << p.index;
+    EXPECT_EQ(rows[p.index].codePage, p.codePage) << p.index;
+  }
 }
 
 TEST(CharsetTable, EveryNameFindsItsFirstRow) {

@@ -32,13 +32,8 @@ TEST(StringBuffer, RecordLayoutAndAlignment) {
 }
 
 TEST(StringBuffer, CapacityRule) {
-  EXPECT_EQ(zx::StringCapacityFor(0), 8);
-  EXPECT_EQ(zx::StringCapacityFor(1), 8);
-  EXPECT_EQ(zx::StringCapacityFor(7), 8);
-  EXPECT_EQ(zx::StringCapacityFor(8), 16);
-  EXPECT_EQ(zx::StringCapacityFor(15), 16);
-  EXPECT_EQ(zx::StringCapacityFor(16), 24);
-  EXPECT_EQ(zx::StringCapacityFor(100), 104);
+  for (auto [length, capacity] : {std::pair{0, 8}, {1, 8}, {7, 8}, {8, 16}, {15, 16}, {16, 24}, {100, 104}})
+    EXPECT_EQ(zx::StringCapacityFor(length), capacity) << length;
 
   String s(u"1234567");   // 7 characters and the terminator fit in 8
   EXPECT_EQ(s.Capacity(), 8);

@@ -1,12 +1,7 @@
-// Differential driver for the WC containers: a byte string is read as a
-// sequence of operations applied both to our containers and to standard
-// models (std::map, std::multimap, std::set, std::vector). After each step the
-// touched container's size, contents and order must equal the model's, and the
-// skip lists' level in use must equal the highest node level. Node and link
-// memory goes through logging callbacks that can be told to fail, and a failed
-// allocation must leave the container unchanged.
-//
-// Shared by the randomised test (tests/core) and the fuzz target (fuzz/).
+// Differential driver for the WC containers, shared by tests/core and fuzz/: bytes
+// are read as operations applied to our containers and to std::map, multimap, set
+// and vector. After each step size, contents, order and the skip lists' level in
+// use must agree; node and link memory goes through callbacks that can fail.
 #pragma once
 #include <cstddef>
 #include <cstdint>
