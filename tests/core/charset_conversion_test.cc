@@ -52,6 +52,14 @@ TEST(CharsetConversion, EachWidthChoosesItsStorageByItsOwnLength) {
   EXPECT_FALSE(InsideObject(c.narrow(), c));
   EXPECT_TRUE(InsideObject(c.wide(), c));
   EXPECT_EQ(std::u16string(c.wide()), std::u16string(63, u'\u00E4'));
+  // 40 characters that need 120 bytes in UTF-8: the conversion into the inline
+  // storage does not fit, so the result is measured and put on the heap.
+  clsCharsetConversionStringCP euros(65001, std::u16string(40, u'\u20AC').c_str());
+  std::string expected;
+  for (int i = 0; i < 40; ++i) expected += "\xE2\x82\xAC";
+  EXPECT_EQ(std::string(euros.narrow()), expected);
+  EXPECT_FALSE(InsideObject(euros.narrow(), euros));
+  EXPECT_TRUE(InsideObject(euros.wide(), euros));
 }
 
 TEST(CharsetConversion, HeapAllocationsAtThe63And64Boundary) {
@@ -357,18 +365,6 @@ TEST(CharsetConversion, AsciiTextAgreesWithTheConverter) {
       EXPECT_EQ(std::string(back.narrow()), text);
     }
   }
-}
-
-TEST(CharsetConversion, ShortTextWithALongResultMovesToTheHeap) {
-  // 40 characters that need 120 bytes in UTF-8: the conversion into the inline
-  // storage does not fit, so the result is measured and put on the heap.
-  std::u16string text(40, u'\u20AC');
-  clsCharsetConversionStringCP c(65001, text.c_str());
-  std::string expected;
-  for (int i = 0; i < 40; ++i) expected += "\xE2\x82\xAC";
-  EXPECT_EQ(std::string(c.narrow()), expected);
-  EXPECT_FALSE(InsideObject(c.narrow(), c));
-  EXPECT_TRUE(InsideObject(c.wide(), c));
 }
 
 // ---- code pages, judged by iconv

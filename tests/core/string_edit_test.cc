@@ -17,23 +17,16 @@ TEST(StringAssign, WideTextAndRanges) {
   s.Assign(u"");
   EXPECT_EQ(s.Length(), 0);
 
-  s.Assign(u"hello world", 6, 3);
-  EXPECT_EQ(s.View(), u"wor");
-  s.Assign(u"hello world", 6, kWholeString);
-  EXPECT_EQ(s.View(), u"world");
-  s.Assign(u"hello", 2, 100);   // at most count, stops at the terminator
-  EXPECT_EQ(s.View(), u"llo");
-  s.Assign(u"hello", 5, 1);     // start at the end
-  EXPECT_EQ(s.Length(), 0);
-  s.Assign(u"abc");
-  s.Assign(u"hello", 9, 1);     // start behind the end clears
-  EXPECT_EQ(s.Length(), 0);
-  s.Assign(u"abc");
-  s.Assign(u"hello", 0, 0);     // count below 1 clears
-  EXPECT_EQ(s.Length(), 0);
-  s.Assign(u"abc");
-  s.Assign(zx::kEmptyWide, 0, 5);
-  EXPECT_EQ(s.Length(), 0);
+  // {text, start, count, result}: at most count, stopping at the terminator; a
+  // start at or behind the end and a count below 1 clear.
+  const struct { const char16_t* text; int64_t start, count; const char16_t* result; } ranges[] = {
+      {u"hello world", 6, 3, u"wor"}, {u"hello world", 6, kWholeString, u"world"}, {u"hello", 2, 100, u"llo"},
+      {u"hello", 5, 1, u""}, {u"hello", 9, 1, u""}, {u"hello", 0, 0, u""}, {zx::kEmptyWide, 0, 5, u""}};
+  for (const auto& r : ranges) {
+    s.Assign(u"abc");
+    s.Assign(r.text, r.start, r.count);
+    EXPECT_EQ(s.View(), r.result) << r.start << " " << r.count;
+  }
   // The range scan stops at start + count: nothing behind it is read.
   const char16_t unterminated[4] = {u'w', u'x', u'y', u'z'};
   s.Assign(unterminated, 1, 2);
