@@ -29,21 +29,17 @@ struct N {
   char s[40];
 };
 
-W Wide(const std::u16string& text, bool terminate = true) {
-  W w;
-  std::fill(std::begin(w.s), std::end(w.s), u'#');
-  std::copy(text.begin(), text.end(), w.s);
-  if (terminate) w.s[text.size()] = u'\0';
-  return w;
+template <typename T, typename S>
+T Text(const S& text, bool terminate) {
+  T t;
+  std::fill(std::begin(t.s), std::end(t.s), '#');
+  std::copy(text.begin(), text.end(), t.s);
+  if (terminate) t.s[text.size()] = 0;
+  return t;
 }
-W WideRaw(const std::u16string& text) { return Wide(text, false); }
-N NarrowText(const std::string& text, bool terminate = true) {
-  N n;
-  std::fill(std::begin(n.s), std::end(n.s), '#');
-  std::copy(text.begin(), text.end(), n.s);
-  if (terminate) n.s[text.size()] = '\0';
-  return n;
-}
+W Wide(const std::u16string& text, bool terminate = true) { return Text<W>(text, terminate); }
+W WideRaw(const std::u16string& text) { return Text<W>(text, false); }
+N NarrowText(const std::string& text, bool terminate = true) { return Text<N>(text, terminate); }
 
 template <typename T>
 void Init(T& v) {
