@@ -109,22 +109,18 @@ TEST(ProfTyped, MissingAndEmptyItemsDeliverTheDefaultThroughItsTextForm) {
   Job job;
   Set(job, nullptr, u"empty", u"");
   for (const char16_t* path : {u"missing", u"empty", u"no/such/list"}) {
-    SCOPED_TRACE(std::string(path, path + std::char_traits<char16_t>::length(path)));
-    LONG i = 0;
-    EXPECT_EQ(ProfGetIntW(job, nullptr, W(path), &i, -42), PROF_ERR_NOT_FOUND);
-    EXPECT_EQ(i, -42);
-    LONGLONG l = 0;
-    EXPECT_EQ(ProfGetInt64W(job, nullptr, W(path), &l, LLONG_MIN), PROF_ERR_NOT_FOUND);
-    EXPECT_EQ(l, LLONG_MIN);
-    double d = 0;
-    EXPECT_EQ(ProfGetDoubleW(job, nullptr, W(path), &d, 1.23456789), PROF_ERR_NOT_FOUND);
-    EXPECT_EQ(d, 1.234568);  // "%f" keeps six decimals
-    COLORREF c = 0;
-    EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(path), &c, 0x01020304), PROF_ERR_NOT_FOUND);
-    EXPECT_EQ(c, 0x00020304u);  // "(4,3,2)" has no room for the high byte
-    BOOL b = 0;
-    EXPECT_EQ(ProfGetBoolW(job, nullptr, W(path), &b, 7), PROF_ERR_NOT_FOUND);
-    EXPECT_EQ(b, 7);  // the default itself
+    SCOPED_TRACE(ToUtf8(path));
+    auto gives = [&](auto get, auto def, auto expected) {
+      decltype(expected) out{};
+      EXPECT_EQ(get(job, nullptr, W(path), &out, def), PROF_ERR_NOT_FOUND);
+      EXPECT_EQ(out, expected);
+    };
+    gives(ProfGetIntW, LONG(-42), LONG(-42));
+    gives(ProfGetInt64W, LONGLONG(LLONG_MIN), LONGLONG(LLONG_MIN));
+    gives(ProfGetDoubleW, 1.23456789, 1.234568);  // "%f" keeps six decimals
+    // "(4,3,2)" has no room for the high byte.
+    gives(ProfGetColorrefW, COLORREF(0x01020304), COLORREF(0x00020304));
+    gives(ProfGetBoolW, BOOL(7), BOOL(7));  // the default itself
     POINT pd{3, 4}, p{};
     EXPECT_EQ(ProfGetPointW(job, nullptr, W(path), &p, &pd), PROF_ERR_NOT_FOUND);
     EXPECT_EQ(p.x, 3);
@@ -142,18 +138,16 @@ TEST(ProfTyped, MissingAndEmptyItemsDeliverTheDefaultThroughItsTextForm) {
 TEST(ProfTyped, TextsNoReadFormAcceptsGiveFormatErrorAndLeaveOut) {
   Job job;
   Set(job, nullptr, u"abc", u"abc");
-  LONG i = 77;
-  EXPECT_EQ(ProfGetIntW(job, nullptr, W(u"abc"), &i, 1), PROF_ERR_FORMAT);
-  EXPECT_EQ(i, 77);
-  LONGLONG l = 77;
-  EXPECT_EQ(ProfGetInt64W(job, nullptr, W(u"abc"), &l, 1), PROF_ERR_FORMAT);
-  EXPECT_EQ(l, 77);
-  COLORREF c = 77;
-  EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"abc"), &c, 1), PROF_ERR_FORMAT);
-  EXPECT_EQ(c, 77u);
   Set(job, nullptr, u"c2", u"(1,2)");
-  EXPECT_EQ(ProfGetColorrefW(job, nullptr, W(u"c2"), &c, 1), PROF_ERR_FORMAT);
-  EXPECT_EQ(c, 77u);
+  auto leaves = [&](auto get, const char16_t* path, auto init) {
+    auto out = init;
+    EXPECT_EQ(get(job, nullptr, W(path), &out, 1), PROF_ERR_FORMAT) << ToUtf8(path);
+    EXPECT_EQ(out, init);
+  };
+  leaves(ProfGetIntW, u"abc", LONG(77));
+  leaves(ProfGetInt64W, u"abc", LONGLONG(77));
+  leaves(ProfGetColorrefW, u"abc", COLORREF(77));
+  leaves(ProfGetColorrefW, u"c2", COLORREF(77));
   double d = 77;
   EXPECT_EQ(ProfGetDoubleW(job, nullptr, W(u"abc"), &d, 1), 0);  // doubles never give -9
   EXPECT_EQ(d, 0.0);
