@@ -35,12 +35,17 @@ class SteppingClock {
   std::atomic<uint64_t> sleeps_{0};
 };
 
+// A scratch file of 100 bytes.
+class FileLock : public ::testing::Test {
+ protected:
+  void SetUp() override { ftest::WriteBytes(path, std::string(100, 'x')); }
+  ftest::ScratchDir dir;
+  const ftest::fs::path path = dir / "locked.dat";
+};
+
 }  // namespace
 
-TEST(FileLock, OverlappingRangesOfTwoOpensConflictWith33) {
-  ftest::ScratchDir dir;
-  const auto path = dir / "locked.dat";
-  ftest::WriteBytes(path, std::string(100, 'x'));
+TEST_F(FileLock, OverlappingRangesOfTwoOpensConflictWith33) {
   clsFile a(Str(path), 2, 0, 3, 0x100);
   clsFile b(Str(path), 0, 0, 3, 0x100);
   ASSERT_TRUE(a.IsOpen() && b.IsOpen());
@@ -67,10 +72,7 @@ TEST(FileLock, OverlappingRangesOfTwoOpensConflictWith33) {
   }
 }
 
-TEST(FileLock, ALockedRangeRefusesTheReadsAndWritesOfOtherOpens) {
-  ftest::ScratchDir dir;
-  const auto path = dir / "guarded.dat";
-  ftest::WriteBytes(path, std::string(100, 'x'));
+TEST_F(FileLock, ALockedRangeRefusesTheReadsAndWritesOfOtherOpens) {
   clsFileRW owner(Str(path), 2, 0, 3, 0x100);
   clsFileRW other(Str(path), 2, 0, 3, 0x100);
   ASSERT_TRUE(owner.IsOpen() && other.IsOpen());
@@ -100,10 +102,7 @@ TEST(FileLock, ALockedRangeRefusesTheReadsAndWritesOfOtherOpens) {
   EXPECT_EQ(std::string(buf, 16), std::string(15, 'x') + "o");
 }
 
-TEST(FileLock, LockRetriesForTenSecondsThenGivesUp) {
-  ftest::ScratchDir dir;
-  const auto path = dir / "locked.dat";
-  ftest::WriteBytes(path, std::string(100, 'x'));
+TEST_F(FileLock, LockRetriesForTenSecondsThenGivesUp) {
   clsFile a(Str(path), 2, 0, 3, 0x100);
   clsFile b(Str(path), 2, 0, 3, 0x100);
   scFileLock* held = a.Lock(0, 50);
@@ -132,10 +131,7 @@ TEST(FileLock, LockRetriesForTenSecondsThenGivesUp) {
   b.Unlock(now);
 }
 
-TEST(FileLock, TheListKeepsOrderAndReportsDoubleUnlocks) {
-  ftest::ScratchDir dir;
-  const auto path = dir / "list.dat";
-  ftest::WriteBytes(path, std::string(100, 'x'));
+TEST_F(FileLock, TheListKeepsOrderAndReportsDoubleUnlocks) {
   ftest::DiagCapture diag;
   {
     clsFile f(Str(path), 2, 0, 0, 0x100);
