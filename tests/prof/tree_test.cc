@@ -245,6 +245,7 @@ TEST(ProfTree, DebugListPrintsTheTreeIndentedByNesting) {
 }
 
 TEST(ProfJobs, OpenWithoutANameGivesAnEmptyWorkingJob) {
+  int mode = 0;  // shared, then exclusive: recorded even without a file
   for (HPROFJOB h : {ProfJobOpenW(nullptr), ProfJobOpenExclusiveW(nullptr)}) {
     Job job(h);
     ASSERT_NE(h, nullptr);
@@ -255,12 +256,10 @@ TEST(ProfJobs, OpenWithoutANameGivesAnEmptyWorkingJob) {
     EXPECT_EQ(job->file, nullptr);
     EXPECT_EQ(job->baseLevel, 0);
     EXPECT_FALSE(job->wasCompressed);
+    EXPECT_EQ(job->openMode, mode++);
+    EXPECT_EQ(std::u16string(job->rootList.name.Chars()), u"/");
+    EXPECT_EQ(job->rootList.parent, nullptr);
   }
-  Job shared(ProfJobOpenW(nullptr)), exclusive(ProfJobOpenExclusiveW(nullptr));
-  EXPECT_EQ(shared->openMode, 0);
-  EXPECT_EQ(exclusive->openMode, 1);  // recorded even without a file
-  EXPECT_EQ(std::u16string(shared->rootList.name.Chars()), u"/");
-  EXPECT_EQ(shared->rootList.parent, nullptr);
 }
 
 TEST(ProfJobs, OpenWithANameKeepsItAndReportsThatNoFileWasRead) {
