@@ -1,6 +1,12 @@
-// Opening: share modes, error kinds and texts, names, retries, delete-on-close, writes.
+// Opening: share modes (threads racing too), error kinds and texts, names, retries,
+// delete-on-close, writes, the line of a failed open in developer mode.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+#include "debug/DebugChannel.h"
 #include "file/File.h"
 #include "file_test_util.h"
 #include "platform/clock.h"
@@ -13,6 +19,16 @@ using namespace zx;
 using ftest::Str;
 
 namespace {
+
+// Developer mode ("user" is "zrk") is read once: set before any test runs.
+const bool kDeveloperModeSet = [] {
+#ifdef _WIN32
+  SetEnvironmentVariableW(L"user", L"zrk");
+#else
+  setenv("user", "zrk", 1);
+#endif
+  return true;
+}();
 
 struct Opening {
   uint32_t access, create, share;
@@ -77,6 +93,51 @@ TEST(FileOpen, ShareModesOfTwoOpensConflictAsOnWindows) {
     a.Close();   // frees the file for the second
     EXPECT_EQ(0, b.Open(Str(path), c.second.access, c.second.create, c.second.share, 0x100));
   }
+}
+
+TEST(FileShareThreads, RacingExclusiveOpensNeverBothSucceed) {
+  ftest::ScratchDir dir;
+  const String name = Str(dir / "race.dat");
+  ftest::WriteBytes(dir / "race.dat", "x");
+  for (int round = 0; round < 200; ++round) {
+    std::atomic<int> start{0};
+    bool got[2] = {false, false};
+    clsFile files[2];
+    auto racer = [&](int i) {
+      start.fetch_add(1);
+      while (start.load() < 2) {
+      }
+      got[i] = files[i].Open(name, 2, 0, 0, 0x100) == 0;
+    };
+    std::thread a(racer, 0), b(racer, 1);
+    a.join();
+    b.join();
+    ASSERT_FALSE(got[0] && got[1]) << "round " << round;
+    for (int i = 0; i < 2; ++i) {
+      if (!got[i]) {
+        EXPECT_EQ(kFileErrInUse, files[i].GetLastErrorKind());
+      }
+    }
+  }
+}
+
+TEST(FileDeveloperMode, AFailedOpenWritesItsLine) {
+  ASSERT_TRUE(kDeveloperModeSet);
+  ASSERT_TRUE(DeveloperMode());
+  ftest::ScratchDir dir;
+  ftest::DiagCapture diag;
+  const String missing = Str(dir / "absent.txt");
+  clsFile f(missing, 0, 0, 2, 0x100);
+  EXPECT_FALSE(f.IsOpen());
+  String expected(kFormat, u"clsFile::Open('%s') failed: '%s'", missing.wchar(), ftest::ErrorText(2).c_str());
+  EXPECT_TRUE(diag.Contains(std::u16string(expected.View()))) << expected.narrow();
+
+  clsFile reserved(String(u"NUL"), 0, 0, 2, 0x100);
+  EXPECT_TRUE(diag.Contains(u"clsFile::Open('NUL') failed: 'file name is reserved by Windows'"));
+  const size_t before = diag.lines().size();
+  clsFile good(Str(dir / "made.txt"), 2, 2, 0, 0x100);
+  EXPECT_TRUE(good.IsOpen());
+  EXPECT_EQ(before, diag.lines().size());   // a good open is silent
 }
 
 TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKinds) {
