@@ -121,32 +121,19 @@ TEST(FileShareThreads, RacingExclusiveOpensNeverBothSucceed) {
   }
 }
 
-TEST(FileDeveloperMode, AFailedOpenWritesItsLine) {
+TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKindsAndWriteTheirLine) {
   ASSERT_TRUE(kDeveloperModeSet);
   ASSERT_TRUE(DeveloperMode());
   ftest::ScratchDir dir;
   ftest::DiagCapture diag;
   const String missing = Str(dir / "absent.txt");
-  clsFile f(missing, 0, 0, 2, 0x100);
-  EXPECT_FALSE(f.IsOpen());
-  String expected(kFormat, u"clsFile::Open('%s') failed: '%s'", missing.wchar(), ftest::ErrorText(2).c_str());
-  EXPECT_TRUE(diag.Contains(std::u16string(expected.View()))) << expected.narrow();
-
-  clsFile reserved(String(u"NUL"), 0, 0, 2, 0x100);
-  EXPECT_TRUE(diag.Contains(u"clsFile::Open('NUL') failed: 'file name is reserved by Windows'"));
-  const size_t before = diag.lines().size();
-  clsFile good(Str(dir / "made.txt"), 2, 2, 0, 0x100);
-  EXPECT_TRUE(good.IsOpen());
-  EXPECT_EQ(before, diag.lines().size());   // a good open is silent
-}
-
-TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKinds) {
-  ftest::ScratchDir dir;
-  clsFile f(Str(dir / "absent.txt"), 0, 0, 2, 0x102);
+  clsFile f(missing, 0, 0, 2, 0x102);
   EXPECT_FALSE(f.IsOpen());
   EXPECT_EQ(kFileErrOther, f.GetLastErrorKind());
   EXPECT_EQ(2u, plat::LastError());
   EXPECT_EQ(ftest::ErrorText(2), std::u16string(f.GetLastErrorText().View()));
+  String expected(kFormat, u"clsFile::Open('%s') failed: '%s'", missing.wchar(), ftest::ErrorText(2).c_str());
+  EXPECT_TRUE(diag.Contains(std::u16string(expected.View()))) << expected.narrow();
 
   EXPECT_EQ(-1, f.Open(Str(dir / "no" / "such" / "folder.txt"), 2, 2, 0, 0x102));
   EXPECT_EQ(kFileErrPath, f.GetLastErrorKind());
@@ -156,8 +143,14 @@ TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKinds) {
   f.Close();
   EXPECT_EQ(kFileErrPath, f.GetLastErrorKind());
 
-  ftest::DiagCapture diag;   // creating without write access warns and goes on
-  clsFile c(Str(dir / "new.txt"), 0, 1, 2, 0x100);
+  clsFile reserved(String(u"NUL"), 0, 0, 2, 0x100);
+  EXPECT_TRUE(diag.Contains(u"clsFile::Open('NUL') failed: 'file name is reserved by Windows'"));
+  const size_t before = diag.lines().size();
+  clsFile good(Str(dir / "made.txt"), 2, 2, 0, 0x100);
+  EXPECT_TRUE(good.IsOpen());
+  EXPECT_EQ(before, diag.lines().size());   // a good open is silent
+
+  clsFile c(Str(dir / "new.txt"), 0, 1, 2, 0x100);   // without write access: a warning, no failure
   EXPECT_TRUE(c.IsOpen());
   EXPECT_TRUE(diag.Contains(u"creating a file without write access does not make much sense"));
   EXPECT_TRUE(ftest::fs::exists(dir / "new.txt"));
