@@ -106,11 +106,16 @@ bool ParseInsert(const char16_t*& p, Insert& ins) {
   return true;
 }
 
+// The system's message formatter writes at most 64 KB: an insert longer than that
+// (a width taken from the arguments, say) fails the message instead of asking for
+// gigabytes.
+constexpr int kLongestInsert = 32767;
+
 template <typename... A>
 bool Print(std::u16string& out, const std::u16string& format, A... a) {
   char16_t small[256];
   int n = FormatTo(small, 256, format.c_str(), a...);
-  if (n < 0) return false;
+  if (n < 0 || n > kLongestInsert) return false;
   if (n < 256) {
     out.append(small, static_cast<size_t>(n));
     return true;

@@ -86,6 +86,10 @@ TEST(MessageInserts, BadInsertsFail) {
   EXPECT_EQ(Expand(u"%1!Zs!", u"x"), u"<failed>");
   EXPECT_EQ(Expand(u"%1!-08.3I64x!", 0x123456789ull), u"123456789");
   EXPECT_FALSE(zx::ExpandMessageInserts(nullptr, nullptr, out));
+  // A width from the arguments that would make an insert longer than the system's
+  // 64 KB fails the message instead of allocating it.
+  EXPECT_EQ(Expand(u"%1!*d!", 0x7FFFFFF0, 7), u"<failed>");
+  EXPECT_EQ(Expand(u"%1!*d!", 32767, 7).size(), 32767u);
 }
 
 bool VMessageOf(String& s, const char16_t* format, ...) {
