@@ -11,8 +11,8 @@
 #include <new>
 #include <string>
 
-#include "core/CharsetConversion.h"
-#include "core/String.h"
+#include "core/strings/CharsetConversion.h"
+#include "core/strings/String.h"
 
 #include "alloc_counter.h"
 #include "ratio.h"

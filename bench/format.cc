@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <string>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "ratio.h"
 
 namespace {

@@ -14,7 +14,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "core/RegEx.h"
+#include "core/regex/RegEx.h"
 #include "ratio.h"
 
 namespace {

@@ -13,8 +13,8 @@
 
 #include <unistd.h>
 
-#include "core/String.h"
-#include "core/WCSkipList.h"
+#include "core/strings/String.h"
+#include "core/containers/WCSkipList.h"
 #include "platform/lock.h"
 #include "ratio.h"
 

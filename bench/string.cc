@@ -9,7 +9,7 @@
 #include <new>
 #include <string>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 #include "alloc_counter.h"
 #include "ratio.h"

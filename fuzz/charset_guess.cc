@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "core/CharsetConversion.h"
-#include "core/CharsetGuess.h"
-#include "core/String.h"
-#include "core/Utf8Decode.h"
+#include "core/strings/CharsetConversion.h"
+#include "core/charset/CharsetGuess.h"
+#include "core/strings/String.h"
+#include "core/charset/Utf8Decode.h"
 #include "platform/codepage.h"
 
 namespace {

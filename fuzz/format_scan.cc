@@ -17,7 +17,7 @@
 #include <cstring>
 #include <vector>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 
 namespace {
 

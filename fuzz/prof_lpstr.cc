@@ -12,8 +12,8 @@
 #include <cstring>
 #include <vector>
 
-#include "core/CharsetConversion.h"
-#include "core/Format.h"
+#include "core/strings/CharsetConversion.h"
+#include "core/format/Format.h"
 #include "prof/Prof.h"
 
 namespace {

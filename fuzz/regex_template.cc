@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/RegEx.h"
-#include "core/RegExTemplate.h"
-#include "core/String.h"
+#include "core/regex/RegEx.h"
+#include "core/regex/RegExTemplate.h"
+#include "core/strings/String.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/regfile.h"
+#include "platform/internal/regfile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/MessageInserts.h"
-#include "core/String.h"
+#include "core/format/MessageInserts.h"
+#include "core/strings/String.h"
 
 namespace {
 

@@ -7,12 +7,11 @@
 #include <cstring>
 #include <new>
 
-#include "core/Format.h"
-#include "core/Registry.h"
+#include "core/format/Format.h"
+#include "core/registry/Registry.h"
 #include "debug/Debug.h"
 #include "debug/Ods.h"
-#include "module/Identity.h"
-#include "module/ModuleUtils.h"
+#include "core/identity/Identity.h"
 #include "platform/clock.h"
 #include "platform/debugout.h"
 #include "platform/errors.h"
@@ -53,15 +52,6 @@ bool StartsWithNoCase(const String& text, const char16_t* prefix, int count) {
 }
 
 }  // namespace
-
-bool DeveloperMode() {
-  static const bool on = [] {
-    bool found = false;
-    std::u16string v = plat::EnvironmentVariable(u"user", &found);
-    return found && v.size() == 3 && v == u"zrk";
-  }();
-  return on;
-}
 
 std::atomic<clsDebugChannel*> g_debugChannel{nullptr};
 
@@ -287,10 +277,11 @@ const String& clsDebugChannel::VersionText() {
 }
 
 void clsDebugChannel::ReadLogSettings() {
-  String name;
-  bool haveName = RegReadString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename", name);
+  std::u16string value;
+  bool haveName = RegReadString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename", value);
   bool flushOn = RegReadBool(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFile.Flush", false);
-  if (!haveName) name.Clear();
+  String name;
+  if (haveName && !value.empty()) name.Assign(value.data(), 0, static_cast<int64_t>(value.size()));
   std::u16string temp;
   if (!name.IsEmpty() && FolderOfPath(name).IsEmpty() && plat::SystemTempPath(temp)) {
     String full(temp.c_str());

@@ -6,8 +6,9 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "core/String.h"
-#include "core/WCSkipList.h"
+#include "core/diag/Diag.h"   // DeveloperMode
+#include "core/strings/String.h"
+#include "core/containers/WCSkipList.h"
 #include "debug/Travue.h"
 #include "platform/lock.h"
 #include "platform/registry.h"
@@ -148,9 +149,6 @@ inline bool DebugActiveInline() {
   clsDebugChannel* ch = DebugChannel();
   return ch && ch->IsDebugActive();
 }
-
-// Developer mode: the environment variable "user" is "zrk" (read once).
-bool DeveloperMode();
 
 // Sends the library's diagnostic lines (core/Diag.h) through the channel.
 void DebugTakeOverDiagnostics();

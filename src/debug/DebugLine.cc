@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/Diag.h"
-#include "core/Format.h"
-#include "core/Registry.h"
+#include "core/diag/Diag.h"
+#include "core/format/Format.h"
+#include "core/registry/Registry.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
 #include "file/File.h"
@@ -70,10 +70,10 @@ void clsDebugChannel::InitTiming() {
   int64_t now = 0, frequency = 0;
   if (!plat::PerformanceCounter(&now) || !plat::PerformanceFrequency(&frequency) || frequency <= 0)
     return;
-  String value;
+  std::u16string value;
   if (!RegReadString(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters", value))
     return;
-  char16_t first = value.GetAt(0);
+  char16_t first = value.empty() ? 0 : value[0];
   if (first == u'F' || first == u'0') return;
   g_timing.performance = true;
   g_timing.frequency = frequency;
@@ -297,6 +297,11 @@ void PrintLibraryLine(int indentChange, const char16_t* format, va_list args) {
   if (!g_debugAllowed.load(std::memory_order_relaxed)) return;
   if (clsDebugChannel* ch = DebugChannel()) ch->PrintV(indentChange, ch->LibraryTag(), format, args);
 }
+
+// The trace face of the layers below the channel (files, waits), registered
+// whenever the channel is linked into the program.
+const scDiagTrace kTrace{&IsDebugActive, &PrintLibraryLine};
+[[maybe_unused]] const bool g_traceRegistered = (SetDiagTrace(&kTrace), true);
 
 }  // namespace
 

@@ -1,7 +1,7 @@
 // Trace scopes and the remaining small pieces of the printing interface.
 #include <cstdarg>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/Debug.h"
 
 namespace zx {

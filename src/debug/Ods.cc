@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "platform/debugout.h"
 
 namespace zx {

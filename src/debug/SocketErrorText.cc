@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/Travue.h"
 #include "platform/errors.h"
 #include "platform/udp.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/Ods.h"
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"

@@ -1,5 +1,5 @@
 // The charset export.
-#include "core/CharsetGuess.h"
+#include "core/charset/CharsetGuess.h"
 #include "zxUT22.h"
 
 ZXUT_EXPORT int ZXUT_API UtilGetLikelyCharsetFromString(LPCWSTR text) {

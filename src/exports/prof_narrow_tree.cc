@@ -1,6 +1,6 @@
 // Prof exports: narrow forms of job and tree operations. Each converts its text
 // arguments in the default code page and calls the wide export.
-#include "core/CharsetConversion.h"
+#include "core/strings/CharsetConversion.h"
 #include "exports/prof_exports.h"
 
 using namespace zx;

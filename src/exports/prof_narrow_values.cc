@@ -1,7 +1,7 @@
 // Prof exports: narrow forms of the value operations. Each converts its text
 // arguments in the default code page and calls the wide export; a narrow output
 // buffer is filled from a wide work buffer of the same size when the call ends.
-#include "core/CharsetConversion.h"
+#include "core/strings/CharsetConversion.h"
 #include "exports/prof_exports.h"
 
 using namespace zx;

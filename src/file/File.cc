@@ -3,8 +3,7 @@
 
 #include <cstring>
 
-#include "core/Diag.h"
-#include "debug/DebugChannel.h"
+#include "core/diag/Diag.h"
 #include "platform/clock.h"
 #include "platform/errors.h"
 

@@ -8,7 +8,7 @@
 #pragma once
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "file/UnknownImpl.h"
 #include "platform/com.h"
 #include "platform/file.h"

@@ -1,6 +1,6 @@
 // The attributes, times and size of a file by its name.
 #pragma once
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/file.h"
 
 namespace zx {

@@ -2,7 +2,7 @@
 // CopyFrom.
 #include <cstdlib>
 
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 #include "file/File.h"
 
 namespace zx {

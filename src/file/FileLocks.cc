@@ -1,9 +1,9 @@
 // Region locks with their list. A lock is retried for 10,000 ms (the first three
 // attempts always), with an idle step of the backoff between attempts.
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 #include "file/File.h"
-#include "thread/Backoff.h"
-#include "thread/TickCount.h"
+#include "core/timing/Backoff.h"
+#include "core/timing/TickCount.h"
 
 namespace zx {
 namespace {

@@ -3,7 +3,7 @@
 // pattern is case-sensitive on purpose: "CON.txt" fails, "con.txt" passes.
 #include <mutex>
 
-#include "core/RegEx.h"
+#include "core/regex/RegEx.h"
 #include "file/File.h"
 
 namespace zx {

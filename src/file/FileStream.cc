@@ -6,9 +6,8 @@
 #include <cstdarg>
 #include <cstring>
 
-#include "core/Format.h"
-#include "debug/Debug.h"
-#include "debug/DebugChannel.h"
+#include "core/format/Format.h"
+#include "core/diag/Diag.h"
 #include "file/File.h"
 #include "file/FileAttributes.h"
 
@@ -17,7 +16,7 @@ namespace {
 
 class StreamTrace {
  public:
-  explicit StreamTrace(const char16_t* format, ...) : m_bOn(DeveloperMode() && IsDebugActive()) {
+  explicit StreamTrace(const char16_t* format, ...) : m_bOn(DeveloperMode() && DiagTraceActive()) {
     m_szExtra[0] = 0;
     if (!m_bOn) return;
     char16_t text[160];
@@ -25,7 +24,7 @@ class StreamTrace {
     va_start(args, format);
     VFormatTo(text, 160, format, args);
     va_end(args);
-    DebugPrintIndent(1, u">%s", text);
+    DiagTraceIndent(1, u">%s", text);
   }
   bool On() const { return m_bOn; }
   void Extra(const char16_t* format, ...) {
@@ -39,8 +38,8 @@ class StreamTrace {
     if (!m_bOn) return hr;
     String result = hr == plat::kS_OK ? String(u"S_OK") : hr == plat::kS_FALSE ? String(u"S_FALSE")
                                                                                : String::SystemMessage(static_cast<uint32_t>(hr));
-    if (m_szExtra[0]) DebugPrintIndent(-1, u"<%s (%s)", result.wchar(), m_szExtra);
-    else DebugPrintIndent(-1, u"<%s", result.wchar());
+    if (m_szExtra[0]) DiagTraceIndent(-1, u"<%s (%s)", result.wchar(), m_szExtra);
+    else DiagTraceIndent(-1, u"<%s", result.wchar());
     return hr;
   }
 
@@ -71,7 +70,7 @@ HRESULT clsFile::Read(void* pv, ULONG cb, ULONG* pcbRead) {
   if (m_pStream) return trace.Done(m_pStream->Read(pv, cb, pcbRead));
   if (!IsOpen()) return trace.Done(plat::kE_HANDLE);
   const uint32_t n = Read(pv, static_cast<uint32_t>(cb));
-  if (trace.On()) DebugPrint(u"read %d bytes", static_cast<int>(n));
+  if (trace.On()) DiagTraceIndent(0, u"read %d bytes", static_cast<int>(n));
   if (pcbRead) *pcbRead = n;
   return trace.Done(n < cb ? plat::kS_FALSE : plat::kS_OK);
 }

@@ -2,8 +2,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 #include "file/File.h"
+#include "platform/utf16_sniff.h"
 
 namespace zx {
 namespace {

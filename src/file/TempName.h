@@ -4,7 +4,7 @@
 #pragma once
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "file/File.h"
 
 namespace zx {

@@ -7,7 +7,7 @@
 #include <new>
 #include <unordered_set>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
 #include "module/HeapNode.h"

@@ -3,9 +3,9 @@
 #include <atomic>
 #include <cstdlib>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "debug/Debug.h"
-#include "module/Identity.h"
+#include "core/identity/Identity.h"
 #include "module/StaticSetup.h"
 #include "platform/codepage.h"
 #include "platform/debugout.h"

@@ -3,13 +3,12 @@
 #include <cstdarg>
 #include <string>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/Debug.h"
-#include "module/Identity.h"
+#include "core/identity/Identity.h"
 #include "module/Lifecycle.h"
 #include "platform/debugout.h"
 #include "platform/fatal_dialog.h"
-#include "platform/version_info.h"
 
 namespace zx {
 namespace {
@@ -49,26 +48,6 @@ void Assertion(const char16_t* expression, const char16_t* file, uint32_t line) 
   AssertionText(text, expression, file, line);
   // Neither button answers OK: the process ends whichever is pressed.
   if (plat::ShowAssertionBox(u"Assertion Failure", text) != plat::kIdOk) plat::EndProcess(-1);
-}
-
-String ModuleVersionText(const char16_t* path) {
-  String upper(path ? path : u"");
-  upper.ToUpper();
-  std::u16string fileVersion, build;
-  if (!path || !plat::ModuleVersionStrings(path, &fileVersion, &build)) {
-    String text = FileNameOfPath(upper);
-    text.Append(u" <no version info>");
-    return text;
-  }
-  if (fileVersion.empty()) return String();
-  String text = upper;
-  text.Append(u' ');
-  text.Append(fileVersion.c_str());
-  if (!build.empty()) {
-    text.Append(u' ');
-    text.Append(build.c_str());
-  }
-  return text;
 }
 
 void ModuleOnAttach(const char16_t* path) {

@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/cbt_hook.h"
 
 namespace zx {
@@ -23,9 +23,6 @@ void AssertionText(char16_t (&text)[kAssertChars], const char16_t* expression, c
 // UtilAssert: shows the box and ends the process with -1 whichever button is pressed.
 void Assertion(const char16_t* expression, const char16_t* file, uint32_t line);
 
-// The version text of a client module: its path upper-cased, its file version and
-// build, or its file name and " <no version info>".
-String ModuleVersionText(const char16_t* path);
 // UtilModuleOnAttach / UtilModuleOnDetach.
 void ModuleOnAttach(const char16_t* path);
 void ModuleOnDetach(const char16_t* path);

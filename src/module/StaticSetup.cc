@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "platform/debugout.h"
 #include "platform/window_names.h"
 

@@ -1,8 +1,8 @@
 // Hook dispatch of the clock and FakeClock, the same on both OSes.
 #include "platform/clock.h"
 
-#include "platform/clock_hooks.h"
-#include "platform/keep_alive.h"
+#include "platform/internal/clock_hooks.h"
+#include "platform/internal/keep_alive.h"
 
 namespace plat {
 namespace {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/codepage_system.h"
+#include "platform/internal/codepage_system.h"
 #include "platform/errors.h"
 
 namespace plat {
@@ -28,7 +28,7 @@ struct BestFit {
 // WC_NO_BEST_FIT_CHARS): accented Latin letters to their base letter, fullwidth
 // ASCII to ASCII, look-alike punctuation, letterlike and box-drawing symbols.
 constexpr BestFit k1252BestFit[] = {
-#include "platform/codepage_1252_bestfit.inc"
+#include "platform/internal/codepage_1252_bestfit.inc"
 };
 
 char16_t Decode1252(unsigned char b) {

@@ -91,9 +91,4 @@ class NoOpenFileErrorBox {
   [[maybe_unused]] uint32_t old_;   // the mode to restore (Windows)
 };
 
-// IsTextUnicode over `size` bytes with the test mask; true when the text passes.
-// The bits are the system's: 0x1 ASCII16, 0x2 statistics, 0x4 controls, 0x8
-// signature, and the same shifted by 4 for byte-reversed text.
-bool LooksLikeUtf16(const void* buffer, int size, uint32_t mask);
-
 }  // namespace plat

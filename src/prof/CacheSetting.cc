@@ -1,7 +1,7 @@
 // The string cache switch of new jobs, read from the registry once per job.
-#include "core/Registry.h"
+#include "core/registry/Registry.h"
 #include "platform/process.h"
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 
 namespace zx {
 

@@ -1,6 +1,6 @@
-#include "prof/clsItem.h"
+#include "prof/Item.h"
 
-#include "prof/clsItemList.h"
+#include "prof/ItemList.h"
 
 namespace zx {
 

@@ -1,6 +1,6 @@
-#include "prof/clsItemList.h"
+#include "prof/ItemList.h"
 
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 
 namespace zx {
 

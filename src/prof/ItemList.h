@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/WCList.h"
-#include "prof/clsItem.h"
+#include "core/containers/WCList.h"
+#include "prof/Item.h"
 
 namespace zx {
 

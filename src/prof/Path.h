@@ -5,7 +5,7 @@
 #pragma once
 #include <cstdint>
 
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 
 namespace zx::prof {
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "prof/TextForms.h"
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 
 namespace zx::prof {
 

@@ -1,4 +1,4 @@
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 
 #include <cstring>
 #include <new>

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "prof/StringCache.h"
-#include "prof/clsItemList.h"
+#include "prof/ItemList.h"
 
 namespace zx {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <new>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace zx {
 

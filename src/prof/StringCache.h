@@ -6,7 +6,7 @@
 #pragma once
 #include <memory>
 
-#include "core/WCSkipList.h"
+#include "core/containers/WCSkipList.h"
 #include "prof/SharedString.h"
 
 namespace zx {

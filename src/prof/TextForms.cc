@@ -1,6 +1,6 @@
 #include "prof/TextForms.h"
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 
 namespace zx::prof {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "core/Diag.h"
-#include "core/WCList.h"
+#include "core/diag/Diag.h"
+#include "core/containers/WCList.h"
 #include "prof/Path.h"
 #include "prof/Prof.h"
 

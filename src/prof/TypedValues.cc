@@ -1,7 +1,7 @@
 // Typed values: each is stored in its written text form and read back by
 // trying its read forms. A missing or empty item delivers the default after a
 // trip through the type's text form.
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "prof/Prof.h"
 
 namespace zx::prof {

@@ -4,10 +4,10 @@
 #include <memory>
 #include <mutex>
 
-#include "core/Diag.h"
-#include "core/Format.h"
-#include "core/Registry.h"
-#include "module/Identity.h"
+#include "core/diag/Diag.h"
+#include "core/format/Format.h"
+#include "core/registry/Registry.h"
+#include "core/identity/Identity.h"
 #include "platform/process.h"
 
 namespace zx {

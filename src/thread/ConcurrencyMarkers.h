@@ -8,8 +8,8 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "core/String.h"
-#include "core/WCSkipList.h"
+#include "core/strings/String.h"
+#include "core/containers/WCSkipList.h"
 #include "platform/event_trace.h"
 #include "platform/lock.h"
 

@@ -6,15 +6,15 @@
 #include <cstring>
 #include <new>
 
-#include "core/Diag.h"
-#include "core/Format.h"
+#include "core/diag/Diag.h"
+#include "core/format/Format.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
-#include "module/Identity.h"
+#include "core/identity/Identity.h"
 #include "platform/errors.h"
 #include "platform/process.h"
 #include "platform/thread.h"
-#include "thread/TickCount.h"
+#include "core/timing/TickCount.h"
 
 namespace zx {
 namespace {

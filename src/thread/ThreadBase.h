@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/event.h"
 #include "platform/lock.h"
 #include "thread/ConcurrencyMarkers.h"

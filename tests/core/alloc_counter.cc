@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "charset_test_util.h"
+#include "core_test_util.h"
 
 namespace {
 std::atomic<long> g_allocations{0};

@@ -12,7 +12,7 @@
 #endif
 
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace charset_test {
 

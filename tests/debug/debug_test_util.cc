@@ -1,4 +1,4 @@
-#include "DebugTestUtil.h"
+#include "debug_test_util.h"
 
 #include <gtest/gtest.h>
 

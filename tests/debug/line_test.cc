@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "DebugTestUtil.h"
+#include "debug_test_util.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
 #include "file/File.h"

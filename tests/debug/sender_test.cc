@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "DebugTestUtil.h"
+#include "debug_test_util.h"
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"
 #include "platform/debugout.h"

@@ -12,7 +12,7 @@
 #include <string>
 #include <thread>
 
-#include "DebugTestUtil.h"
+#include "debug_test_util.h"
 #include "zxUT22.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "core/Diag.h"
-#include "core/String.h"
+#include "core/diag/Diag.h"
+#include "core/strings/String.h"
 #include "file/File.h"
 #include "platform/errors.h"
 

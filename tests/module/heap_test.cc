@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "ModuleTestUtil.h"
+#include "module_test_util.h"
 #include "module/HeapNode.h"
 #include "module/ModuleList.h"
 #include "module/TraceScope.h"

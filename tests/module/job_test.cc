@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "ModuleTestUtil.h"
+#include "module_test_util.h"
 #include "module/HeapNode.h"
 #include "module/ModuleList.h"
 #include "module/TraceScope.h"

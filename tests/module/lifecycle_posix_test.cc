@@ -12,7 +12,7 @@
 #include <iterator>
 #include <string>
 
-#include "ModuleTestUtil.h"
+#include "module_test_util.h"
 #include "zxUT22.h"
 
 namespace {

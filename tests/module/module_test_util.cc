@@ -1,4 +1,4 @@
-#include "ModuleTestUtil.h"
+#include "module_test_util.h"
 
 #include <sys/stat.h>
 
@@ -10,7 +10,7 @@
 #include <regex>
 #include <sstream>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "debug/DebugChannel.h"
 #include "module/HeapNode.h"
 #include "platform/process.h"

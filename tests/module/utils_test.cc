@@ -5,8 +5,8 @@
 #include <regex>
 #include <string>
 
-#include "ModuleTestUtil.h"
-#include "module/Identity.h"
+#include "module_test_util.h"
+#include "core/identity/Identity.h"
 #include "module/ModuleUtils.h"
 #include "module/StackRecord.h"
 #include "module/TraceScope.h"

@@ -7,7 +7,7 @@
 
 #include "platform/codepage.h"
 #include "platform/errors.h"
-#include "test_util.h"
+#include "platform_test_util.h"
 
 using namespace plat;
 

@@ -17,7 +17,7 @@
 
 #include "platform/debugout.h"
 #include "platform/errors.h"
-#include "test_util.h"
+#include "platform_test_util.h"
 
 using namespace plat;
 

@@ -11,7 +11,7 @@
 #include "platform/errors.h"
 #include "platform/locale.h"
 #include "platform/resources.h"
-#include "test_util.h"
+#include "platform_test_util.h"
 
 using namespace plat;
 

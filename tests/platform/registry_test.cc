@@ -18,10 +18,10 @@
 #include <unistd.h>
 #endif
 
-#include "core/Registry.h"
-#include "platform/regfile.h"
+#include "core/registry/Registry.h"
+#include "platform/internal/regfile.h"
 #include "platform/registry.h"
-#include "test_util.h"
+#include "platform_test_util.h"
 
 using namespace plat;
 
@@ -336,13 +336,13 @@ TEST_F(RegistryStore, ReaderRetriesOnTheHeapBeyond512Bytes) {
   const std::u16string longer(700, u'b');
   ASSERT_EQ(zx::RegWriteString(Hive::LocalMachine, u"software\\zarnik", u"Fits", fits.c_str()), 0);
   ASSERT_EQ(zx::RegWriteString(Hive::LocalMachine, u"software\\zarnik", u"Long", longer.c_str()), 0);
-  zx::String out;
+  std::u16string out;
   ASSERT_TRUE(zx::RegReadString(Hive::LocalMachine, u"software\\zarnik", u"Fits", out));
-  EXPECT_EQ(out.View(), fits);
+  EXPECT_EQ(out, fits);
   ASSERT_TRUE(zx::RegReadString(Hive::LocalMachine, u"software\\zarnik", u"Long", out));
-  EXPECT_EQ(out.View(), longer);
+  EXPECT_EQ(out, longer);
   EXPECT_FALSE(zx::RegReadString(Hive::LocalMachine, u"software\\zarnik", u"Missing", out));
-  EXPECT_EQ(out.View(), longer);   // untouched
+  EXPECT_EQ(out, longer);   // untouched
   uint32_t v = 7;
   ASSERT_EQ(SetRegValue(Hive::LocalMachine, u"software\\zarnik", u"Num", kRegDword, &v, 4), 0);
   EXPECT_FALSE(zx::RegReadString(Hive::LocalMachine, u"software\\zarnik", u"Num", out));   // wrong type
@@ -396,9 +396,9 @@ TEST_F(RegistryStore, HiveRuleImpersonationAwareAndItsFallback) {
   g_probeResult = true;
   zx::ResetHiveRuleForTests(&Probe);
   EXPECT_EQ(zx::UserHive(), Hive::ThreadUser);
-  zx::String v;
+  std::u16string v;
   EXPECT_TRUE(zx::RegReadString(Hive::CurrentUser, u"software\\zarnik", u"UseGPFHandler", v));
-  EXPECT_EQ(v.View(), u"F");
+  EXPECT_EQ(v, u"F");
   EXPECT_EQ(g_probeCalls, 2);
   // The first failure falls back to HKCU for the rest of the process.
   g_probeResult = false;
@@ -430,9 +430,9 @@ TEST(RegistryWindows, RoundTripAndReaderRulesInTheRealRegistry) {
 
   const std::u16string longer(700, u'b');
   ASSERT_EQ(zx::RegWriteString(Hive::CurrentUser, key.c_str(), u"Long", longer.c_str()), 0);
-  zx::String out;
+  std::u16string out;
   ASSERT_TRUE(zx::RegReadString(Hive::CurrentUser, key.c_str(), u"Long", out));
-  EXPECT_EQ(out.View(), longer);
+  EXPECT_EQ(out, longer);
   ASSERT_EQ(zx::RegWriteString(Hive::CurrentUser, key.c_str(), u"Flag", u"Tja"), 0);
   EXPECT_TRUE(zx::RegReadBool(Hive::CurrentUser, key.c_str(), u"Flag", false));
   ASSERT_EQ(zx::RegWriteDword(Hive::CurrentUser, key.c_str(), u"N", 670375), 0);

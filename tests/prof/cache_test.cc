@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "ProfTestUtil.h"
+#include "prof_test_util.h"
 #include "prof/Prof.h"
 
 using namespace proftest;

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "ProfTestUtil.h"
+#include "prof_test_util.h"
 
 using namespace proftest;
 

@@ -2,7 +2,7 @@
 // of names before a "/", "..", first match, case, empty names, section names.
 #include <string>
 
-#include "ProfTestUtil.h"
+#include "prof_test_util.h"
 
 using namespace proftest;
 

@@ -1,11 +1,11 @@
-#include "ProfTestUtil.h"
+#include "prof_test_util.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
-#include "core/Registry.h"
-#include "core/String.h"
+#include "core/registry/Registry.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 #include "platform/process.h"
 #include "platform/registry.h"

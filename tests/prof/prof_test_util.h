@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "prof/clsProfJob.h"
+#include "prof/ProfJob.h"
 #include "zxUT22.h"
 
 #ifndef TRUE

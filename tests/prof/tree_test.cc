@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "ProfTestUtil.h"
-#include "core/Diag.h"
+#include "prof_test_util.h"
+#include "core/diag/Diag.h"
 #include "platform/debugout.h"
 #include "prof/Prof.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "ProfTestUtil.h"
+#include "prof_test_util.h"
 
 using namespace proftest;
 

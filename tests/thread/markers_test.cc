@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "ThreadTestUtil.h"
-#include "core/Registry.h"
-#include "module/Identity.h"
+#include "thread_test_util.h"
+#include "core/registry/Registry.h"
+#include "core/identity/Identity.h"
 #include "platform/process.h"
 #include "thread/ConcurrencyMarkers.h"
 #include "thread/ThreadBase.h"

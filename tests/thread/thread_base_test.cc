@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
-#include "ThreadTestUtil.h"
+#include "thread_test_util.h"
 #include "debug/DebugChannel.h"
-#include "module/Identity.h"
+#include "core/identity/Identity.h"
 #include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/process.h"

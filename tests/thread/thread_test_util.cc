@@ -1,10 +1,10 @@
-#include "ThreadTestUtil.h"
+#include "thread_test_util.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 #include "debug/DebugChannel.h"
 #include "platform/process.h"
 

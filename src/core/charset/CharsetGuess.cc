@@ -1,8 +1,8 @@
-#include "core/CharsetGuess.h"
+#include "core/charset/CharsetGuess.h"
 
 #include <bit>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace zx {
 namespace {

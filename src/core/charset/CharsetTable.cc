@@ -1,6 +1,6 @@
-#include "core/CharsetTable.h"
+#include "core/charset/CharsetTable.h"
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 
 namespace zx {

@@ -1,8 +1,8 @@
-#include "core/Utf8Decode.h"
+#include "core/charset/Utf8Decode.h"
 
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace zx {
 namespace {

@@ -1,5 +1,5 @@
 // Link handling of the singly and doubly linked lists.
-#include "core/WCList.h"
+#include "core/containers/WCList.h"
 
 void WCIsvListBase::FreeAllLinks() {
   WCSLink* l = First();

@@ -9,8 +9,8 @@
 #include <new>
 #include <utility>
 
-#include "core/WCExcept.h"
-#include "core/WCKeyTraits.h"
+#include "core/containers/WCExcept.h"
+#include "core/containers/WCKeyTraits.h"
 
 struct WCSLink {
   WCSLink* next = nullptr;

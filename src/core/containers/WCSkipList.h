@@ -14,12 +14,12 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/WCExcept.h"
-#include "core/WCKeyTraits.h"
-#include "core/WCList.h"
-#include "core/WCSkipNonTempBase.h"
-#include "core/WCStack.h"
-#include "core/WCVector.h"
+#include "core/containers/WCExcept.h"
+#include "core/containers/WCKeyTraits.h"
+#include "core/containers/WCList.h"
+#include "core/containers/WCSkipNonTempBase.h"
+#include "core/containers/WCStack.h"
+#include "core/containers/WCVector.h"
 
 template <class K, class V>
 struct WCSkipListDictKeyVal {

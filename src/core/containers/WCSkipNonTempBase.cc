@@ -1,5 +1,5 @@
 // Skip-list core: the shared level chooser and the node bookkeeping.
-#include "core/WCSkipNonTempBase.h"
+#include "core/containers/WCSkipNonTempBase.h"
 
 #include <atomic>
 #include <cstring>

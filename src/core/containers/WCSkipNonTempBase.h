@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/WCExcept.h"
+#include "core/containers/WCExcept.h"
 
 struct WCSkipNode;  // opaque: always used through its forward pointers
 

@@ -1,7 +1,7 @@
 // The stack of the WC family: an adapter over a singly linked list whose front
 // is the top.
 #pragma once
-#include "core/WCList.h"
+#include "core/containers/WCList.h"
 
 template <class T, class List = WCValSList<T>>
 class WCStack : private List {

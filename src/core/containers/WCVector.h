@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/WCExcept.h"
+#include "core/containers/WCExcept.h"
 
 template <class T>
 class WCBareVectorBase : public WCExcept {

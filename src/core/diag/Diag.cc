@@ -1,10 +1,11 @@
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 
 #include <atomic>
 #include <cstdarg>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "platform/debugout.h"
+#include "platform/process.h"
 
 namespace zx {
 namespace {
@@ -19,6 +20,8 @@ struct SinkSlot {
 // Swapped as a whole so that a reader never sees a sink with another's context.
 std::atomic<const SinkSlot*> g_slot{nullptr};
 const SinkSlot g_default{&DefaultSink, nullptr, nullptr};
+
+std::atomic<const scDiagTrace*> g_trace{nullptr};
 
 }  // namespace
 
@@ -46,6 +49,31 @@ DiagSink SetDiagSink(DiagSink sink, void* context, void** previousContext) {
   if (old && old->sink == &DefaultSink) old = nullptr;  // null stands for the default
   if (previousContext) *previousContext = old ? old->context : nullptr;
   return old ? old->sink : nullptr;
+}
+
+void SetDiagTrace(const scDiagTrace* trace) { g_trace.store(trace, std::memory_order_release); }
+
+bool DiagTraceActive() {
+  const scDiagTrace* t = g_trace.load(std::memory_order_acquire);
+  return t && t->active();
+}
+
+void DiagTraceIndent(int indentChange, const char16_t* format, ...) {
+  const scDiagTrace* t = g_trace.load(std::memory_order_acquire);
+  if (!t) return;
+  va_list ap;
+  va_start(ap, format);
+  t->printIndentV(indentChange, format, ap);
+  va_end(ap);
+}
+
+bool DeveloperMode() {
+  static const bool on = [] {
+    bool found = false;
+    std::u16string v = plat::EnvironmentVariable(u"user", &found);
+    return found && v == u"zrk";
+  }();
+  return on;
 }
 
 }  // namespace zx

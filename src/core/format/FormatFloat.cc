@@ -1,4 +1,4 @@
-#include "core/FormatFloat.h"
+#include "core/format/FormatFloat.h"
 
 #include <algorithm>
 #include <charconv>

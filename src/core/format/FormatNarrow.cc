@@ -1,9 +1,9 @@
-#include "core/FormatNarrow.h"
+#include "core/format/FormatNarrow.h"
 
 #include <atomic>
 #include <climits>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "platform/codepage.h"
 
 namespace zx {

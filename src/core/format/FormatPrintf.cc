@@ -5,9 +5,9 @@
 #include <cstring>
 #include <memory>
 
-#include "core/Format.h"
-#include "core/FormatFloat.h"
-#include "core/FormatNarrow.h"
+#include "core/format/Format.h"
+#include "core/format/FormatFloat.h"
+#include "core/format/FormatNarrow.h"
 
 namespace zx {
 namespace {

@@ -16,8 +16,8 @@
 #include <memory>
 #include <new>
 
-#include "core/Format.h"
-#include "core/FormatNarrow.h"
+#include "core/format/Format.h"
+#include "core/format/FormatNarrow.h"
 
 namespace zx {
 namespace {

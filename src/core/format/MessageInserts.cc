@@ -1,9 +1,9 @@
-#include "core/MessageInserts.h"
+#include "core/format/MessageInserts.h"
 
 #include <cstdint>
 #include <vector>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "platform/errors.h"
 
 namespace zx {

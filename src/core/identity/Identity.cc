@@ -1,8 +1,9 @@
-#include "module/Identity.h"
+#include "core/identity/Identity.h"
 
 #include "platform/locale.h"
 #include "platform/process.h"
 #include "platform/startup.h"
+#include "platform/version_info.h"
 
 namespace zx {
 namespace {
@@ -50,6 +51,26 @@ String BaseNameOfFile(const String& fileName) {
 const scIdentity& Identity() {
   static const scIdentity id = Build();
   return id;
+}
+
+String ModuleVersionText(const char16_t* path) {
+  String upper(path ? path : u"");
+  upper.ToUpper();
+  std::u16string fileVersion, build;
+  if (!path || !plat::ModuleVersionStrings(path, &fileVersion, &build)) {
+    String text = FileNameOfPath(upper);
+    text.Append(u" <no version info>");
+    return text;
+  }
+  if (fileVersion.empty()) return String();
+  String text = upper;
+  text.Append(u' ');
+  text.Append(fileVersion.c_str());
+  if (!build.empty()) {
+    text.Append(u' ');
+    text.Append(build.c_str());
+  }
+  return text;
 }
 
 }  // namespace zx

@@ -3,7 +3,7 @@
 #pragma once
 #include <cstdint>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace zx {
 
@@ -26,5 +26,9 @@ const scIdentity& Identity();
 String FileNameOfPath(const String& path);
 String FolderOfPath(const String& path);
 String BaseNameOfFile(const String& fileName);
+
+// The version text of a module: its path upper-cased, its file version and build,
+// or its file name and " <no version info>".
+String ModuleVersionText(const char16_t* path);
 
 }  // namespace zx

@@ -1,4 +1,4 @@
-#include "core/RegEx.h"
+#include "core/regex/RegEx.h"
 
 #include <pcre2.h>
 
@@ -6,8 +6,8 @@
 #include <climits>
 #include <cstring>
 
-#include "core/Diag.h"
-#include "core/RegExTemplate.h"
+#include "core/diag/Diag.h"
+#include "core/regex/RegExTemplate.h"
 
 namespace zx {
 

@@ -11,8 +11,8 @@
 #include <cstdint>
 #include <functional>
 
-#include "core/String.h"
-#include "core/WCList.h"
+#include "core/strings/String.h"
+#include "core/containers/WCList.h"
 
 struct pcre2_real_code_16;
 struct pcre2_real_match_data_16;

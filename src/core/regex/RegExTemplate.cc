@@ -1,4 +1,4 @@
-#include "core/RegExTemplate.h"
+#include "core/regex/RegExTemplate.h"
 
 namespace zx {
 

@@ -1,6 +1,7 @@
-#include "core/Registry.h"
+#include "core/registry/Registry.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -17,7 +18,7 @@ plat::Hive Resolve(plat::Hive hive) {
 }
 
 // Reads a string value with the 512-byte stack buffer and the heap retry.
-bool ReadRaw(plat::Hive hive, const char16_t* key, const char16_t* name, String& out) {
+bool ReadRaw(plat::Hive hive, const char16_t* key, const char16_t* name, std::u16string& out) {
   char16_t stack[256];
   char16_t* text = stack;
   std::unique_ptr<char16_t[]> heap;
@@ -31,12 +32,9 @@ bool ReadRaw(plat::Hive hive, const char16_t* key, const char16_t* name, String&
     rc = plat::QueryRegValue(hive, key, name, &type, text, &size);
   }
   if (rc != 0 || (type != plat::kRegSz && type != plat::kRegExpandSz)) return false;
-  int64_t units = size / 2;
+  uint32_t units = size / 2;
   while (units > 0 && text[units - 1] == 0) --units;
-  if (units == 0)
-    out.Clear();
-  else
-    out.Assign(text, 0, units);
+  out.assign(text, units);
   return true;
 }
 
@@ -45,10 +43,10 @@ bool ReadRaw(plat::Hive hive, const char16_t* key, const char16_t* name, String&
 plat::Hive UserHive() {
   int rule = g_rule.load(std::memory_order_acquire);
   if (rule == 0) {
-    String value;
+    std::u16string value;
     bool aware = ReadRaw(plat::Hive::LocalMachine, u"software\\zarnik", u"Registry.ImpersonationAware",
                          value) &&
-                 value.Length() > 0 && value.wchar()[0] == u'T';
+                 !value.empty() && value[0] == u'T';
     int expected = 0;
     g_rule.compare_exchange_strong(expected, aware ? 2 : 1, std::memory_order_acq_rel);
     rule = g_rule.load(std::memory_order_acquire);
@@ -65,14 +63,14 @@ void ResetHiveRuleForTests(bool (*openCurrentUser)()) {
   g_rule.store(0);
 }
 
-bool RegReadString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out) {
+bool RegReadString(plat::Hive hive, const char16_t* key, const char16_t* name, std::u16string& out) {
   return ReadRaw(Resolve(hive), key, name, out);
 }
 
 bool RegReadBool(plat::Hive hive, const char16_t* key, const char16_t* name, bool absent) {
-  String value;
+  std::u16string value;
   if (!RegReadString(hive, key, name, value)) return absent;
-  return value.Length() > 0 && value.wchar()[0] == u'T';
+  return !value.empty() && value[0] == u'T';
 }
 
 bool RegReadDword(plat::Hive hive, const char16_t* key, const char16_t* name, uint32_t& out) {

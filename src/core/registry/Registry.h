@@ -12,15 +12,16 @@
 // Passing plat::Hive::CurrentUser to these functions applies the hive rule.
 #pragma once
 #include <cstdint>
+#include <string>
 
-#include "core/String.h"
+
 #include "platform/registry.h"
 
 namespace zx {
 
 // REG_SZ or REG_EXPAND_SZ (not expanded), without trailing terminators. False (and
 // `out` untouched) when the value is missing, of another type or unreadable.
-bool RegReadString(plat::Hive hive, const char16_t* key, const char16_t* name, String& out);
+bool RegReadString(plat::Hive hive, const char16_t* key, const char16_t* name, std::u16string& out);
 // True when the string value exists and begins with "T"; `absent` when it is missing
 // or not a string.
 bool RegReadBool(plat::Hive hive, const char16_t* key, const char16_t* name, bool absent);

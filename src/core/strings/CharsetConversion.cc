@@ -1,4 +1,4 @@
-#include "core/CharsetConversion.h"
+#include "core/strings/CharsetConversion.h"
 
 #include <algorithm>
 #include <climits>
@@ -6,7 +6,7 @@
 #include <new>
 #include <type_traits>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 
 namespace zx {

@@ -1,11 +1,11 @@
 // String: construction, assignment, access, the index cell and the process-wide
 // values; IString's slot.
-#include "core/String.h"
+#include "core/strings/String.h"
 
 #include <cstring>
 
-#include "core/Diag.h"
-#include "core/Format.h"
+#include "core/diag/Diag.h"
+#include "core/format/Format.h"
 #include "platform/codepage.h"
 #include "platform/lock.h"
 #include "platform/locale.h"

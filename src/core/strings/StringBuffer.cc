@@ -3,9 +3,9 @@
 #include <cstring>
 #include <new>
 
-#include "core/Diag.h"
-#include "core/StackTraceHook.h"
-#include "core/String.h"
+#include "core/diag/Diag.h"
+#include "core/diag/StackTraceHook.h"
+#include "core/strings/String.h"
 #include "platform/debugout.h"
 
 namespace zx {

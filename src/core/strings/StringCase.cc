@@ -2,9 +2,9 @@
 #include <atomic>
 #include <memory>
 
-#include "core/Diag.h"
-#include "core/Registry.h"
-#include "core/String.h"
+#include "core/diag/Diag.h"
+#include "core/registry/Registry.h"
+#include "core/strings/String.h"
 #include "platform/errors.h"
 #include "platform/locale.h"
 

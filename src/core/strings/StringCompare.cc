@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstring>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/locale.h"
 
 namespace zx {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <new>
 
-#include "core/Format.h"
-#include "core/String.h"
+#include "core/format/Format.h"
+#include "core/strings/String.h"
 
 namespace zx {
 namespace {

@@ -2,9 +2,9 @@
 // expansion and system error texts.
 #include <string>
 
-#include "core/Diag.h"
-#include "core/MessageInserts.h"
-#include "core/String.h"
+#include "core/diag/Diag.h"
+#include "core/format/MessageInserts.h"
+#include "core/strings/String.h"
 #include "platform/errors.h"
 #include "platform/process.h"
 #include "platform/resources.h"

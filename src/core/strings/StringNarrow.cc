@@ -2,8 +2,8 @@
 // companion clsCHARString.
 #include <cstring>
 
-#include "core/CharsetConversion.h"
-#include "core/String.h"
+#include "core/strings/CharsetConversion.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 
 namespace zx {

@@ -1,9 +1,9 @@
-#include "thread/Backoff.h"
+#include "core/timing/Backoff.h"
 
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 #include "platform/clock.h"
 #include "platform/thread.h"
-#include "thread/TickCount.h"
+#include "core/timing/TickCount.h"
 
 namespace zx {
 

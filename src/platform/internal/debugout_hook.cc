@@ -1,8 +1,8 @@
-#include "platform/debugout_hook.h"
+#include "platform/internal/debugout_hook.h"
 
 #include <atomic>
 
-#include "platform/keep_alive.h"
+#include "platform/internal/keep_alive.h"
 
 namespace plat {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/keep_alive.h"
+#include "platform/internal/keep_alive.h"
 
 #include <mutex>
 #include <vector>

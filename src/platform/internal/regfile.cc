@@ -1,4 +1,4 @@
-#include "platform/regfile.h"
+#include "platform/internal/regfile.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/string_table.h"
+#include "platform/internal/string_table.h"
 
 #include "platform/errors.h"
 

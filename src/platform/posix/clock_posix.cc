@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "platform/clock_hooks.h"
+#include "platform/internal/clock_hooks.h"
 
 namespace plat::detail {
 

@@ -11,7 +11,7 @@
 #include <unordered_map>
 
 #include "platform/codepage.h"
-#include "platform/codepage_system.h"
+#include "platform/internal/codepage_system.h"
 #include "platform/errors.h"
 
 namespace plat {

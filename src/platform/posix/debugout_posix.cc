@@ -11,7 +11,7 @@
 
 #include "platform/codepage.h"
 #include "platform/debugout.h"
-#include "platform/debugout_hook.h"
+#include "platform/internal/debugout_hook.h"
 
 namespace plat {
 namespace {

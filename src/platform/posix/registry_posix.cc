@@ -17,7 +17,7 @@
 
 #include "platform/codepage.h"
 #include "platform/errors.h"
-#include "platform/regfile.h"
+#include "platform/internal/regfile.h"
 #include "platform/registry.h"
 
 namespace plat {

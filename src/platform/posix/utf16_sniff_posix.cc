@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "platform/file.h"
+#include "platform/utf16_sniff.h"
 
 namespace plat {
 namespace {

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "platform/clock_hooks.h"
+#include "platform/internal/clock_hooks.h"
 
 namespace plat::detail {
 

@@ -2,7 +2,7 @@
 #include <windows.h>
 
 #include "platform/codepage.h"
-#include "platform/codepage_system.h"
+#include "platform/internal/codepage_system.h"
 
 namespace plat {
 

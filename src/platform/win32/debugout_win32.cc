@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "platform/debugout.h"
-#include "platform/debugout_hook.h"
+#include "platform/internal/debugout_hook.h"
 
 namespace plat {
 

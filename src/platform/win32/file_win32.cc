@@ -145,9 +145,4 @@ NoOpenFileErrorBox::NoOpenFileErrorBox() : old_(::SetErrorMode(SEM_NOOPENFILEERR
 }
 NoOpenFileErrorBox::~NoOpenFileErrorBox() { ::SetErrorMode(old_); }
 
-bool LooksLikeUtf16(const void* buffer, int size, uint32_t mask) {
-  INT m = static_cast<INT>(mask);
-  return ::IsTextUnicode(buffer, size, &m) != FALSE;
-}
-
 }  // namespace plat

@@ -6,7 +6,7 @@
 #include "platform/errors.h"
 #include "platform/locale.h"
 #include "platform/resources.h"
-#include "platform/string_table.h"
+#include "platform/internal/string_table.h"
 
 namespace plat {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "charset_test_util.h"
-#include "core/CharsetGuess.h"
-#include "core/String.h"
+#include "../core_test_util.h"
+#include "core/charset/CharsetGuess.h"
+#include "core/strings/String.h"
 #include "zxUT22.h"
 
 using charset_test::DefaultCodePageGuard;

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "core/CharsetTable.h"
-#include "core/String.h"
+#include "core/charset/CharsetTable.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 
 using zx::CodePageFromCharsetName;

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "core/String.h"
-#include "core/Utf8Decode.h"
+#include "core/strings/String.h"
+#include "core/charset/Utf8Decode.h"
 
 namespace {
 

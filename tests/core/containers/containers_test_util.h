@@ -12,7 +12,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "core/WCSkipList.h"
+#include "core/containers/WCSkipList.h"
 
 namespace wcdiff {
 

@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-#include "wc_diff_driver.h"
+#include "containers_test_util.h"
 
 namespace {
 

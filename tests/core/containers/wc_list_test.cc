@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/WCSkipList.h"
+#include "core/containers/WCSkipList.h"
 
 namespace {
 

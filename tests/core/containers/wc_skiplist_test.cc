@@ -10,8 +10,8 @@
 #include <tuple>
 #include <vector>
 
-#include "core/WCSkipList.h"
-#include "wc_diff_driver.h"
+#include "core/containers/WCSkipList.h"
+#include "containers_test_util.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "core/String.h"
-#include "core/WCSkipList.h"
+#include "core/strings/String.h"
+#include "core/containers/WCSkipList.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "format_test_util.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include <string>
 #include <tuple>
 
-#include "core/Format.h"
+#include "core/format/Format.h"
 #include "format_test_util.h"
 
 namespace {

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/RegEx.h"
+#include "core/regex/RegEx.h"
 #include "regex_test_util.h"
-#include "string_test_util.h"
+#include "../strings/strings_test_util.h"
 
 using regex_test::Offsets;
 using regex_test::Pieces;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "core/RegEx.h"
+#include "core/regex/RegEx.h"
 
 namespace regex_test {
 

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "charset_test_util.h"
-#include "core/CharsetConversion.h"
-#include "core/String.h"
+#include "../core_test_util.h"
+#include "core/strings/CharsetConversion.h"
+#include "core/strings/String.h"
 #include "platform/codepage.h"
 
 using zx::clsCharsetConversionString;

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/StackTraceHook.h"
-#include "core/String.h"
-#include "string_test_util.h"
+#include "core/diag/StackTraceHook.h"
+#include "core/strings/String.h"
+#include "strings_test_util.h"
 
 using zx::String;
 

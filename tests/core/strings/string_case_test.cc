@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/Registry.h"
-#include "core/String.h"
+#include "core/registry/Registry.h"
+#include "core/strings/String.h"
 #include "platform/locale.h"
 #include "platform/registry.h"
-#include "string_test_util.h"
+#include "strings_test_util.h"
 
 using zx::String;
 

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 using zx::CompareText;
 using zx::IString;

@@ -1,7 +1,7 @@
 // String's edit operations and their edge rules.
 #include <gtest/gtest.h>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 using zx::kWholeString;
 using zx::String;

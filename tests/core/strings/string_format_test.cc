@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 #include "platform/bstr.h"
 
 using zx::String;

@@ -1,8 +1,8 @@
 // String's index operators and the out-of-range cell with its WRN line.
 #include <gtest/gtest.h>
 
-#include "core/String.h"
-#include "string_test_util.h"
+#include "core/strings/String.h"
+#include "strings_test_util.h"
 
 using zx::String;
 

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-#include "core/MessageInserts.h"
-#include "core/String.h"
+#include "core/format/MessageInserts.h"
+#include "core/strings/String.h"
 #include "platform/errors.h"
 #include "platform/resources.h"
-#include "string_test_util.h"
+#include "strings_test_util.h"
 
 using zx::String;
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "charset_test_util.h"
-#include "core/String.h"
+#include "../core_test_util.h"
+#include "core/strings/String.h"
 
 using zx::String;
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Diag.h"
+#include "core/diag/Diag.h"
 
 namespace string_test {
 
