@@ -1,4 +1,4 @@
-// OLE strings with the system's layout: a 16-byte aligned block holding the 4-byte
+// Linux: OLE strings with the system's layout: a 16-byte aligned block holding the 4-byte
 // byte length right before the text, then the text and a terminator.
 #include <cstdlib>
 #include <cstring>

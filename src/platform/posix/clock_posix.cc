@@ -1,3 +1,4 @@
+// Linux: the real clock (CLOCK_MONOTONIC) and sleep behind the library clock.
 #include <sched.h>
 #include <time.h>
 

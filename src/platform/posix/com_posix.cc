@@ -1,4 +1,4 @@
-// The in-memory stream and the task allocator of the COM shapes.
+// Linux: the in-memory stream and the task allocator of the COM shapes.
 #include <atomic>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-// Per-thread error numbers and the system's English error texts, from a table.
+// Linux: per-thread error numbers and the system's English error texts, from a table.
 #include <algorithm>
 
 #include "platform/errors.h"

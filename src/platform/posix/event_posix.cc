@@ -1,4 +1,4 @@
-// Events and the wait for any of several objects, on one mutex and a futex word
+// Linux: events and the wait for any of several objects, on one mutex and a futex word
 // per waiter. A setter doesn't just wake waiters to race for the signal: it
 // decides under the lock who gets it (for an auto-reset event, the first waiter in
 // line), so an auto-reset signal wakes exactly one thread and nobody spins. The

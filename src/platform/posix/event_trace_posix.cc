@@ -1,3 +1,4 @@
+// Linux: no system event tracing; concurrency markers stay off.
 #include "platform/event_trace.h"
 
 namespace plat {

@@ -1,4 +1,4 @@
-// No old viewer exists outside Windows: nothing is found, nothing opens.
+// Linux: no old viewer exists outside Windows: nothing is found, nothing opens.
 #include "platform/legacy_viewer.h"
 
 #include "platform/errors.h"

@@ -1,4 +1,4 @@
-// Critical sections on a recursive pthread mutex. With a spin count, Enter first
+// Linux: critical sections on a recursive pthread mutex. With a spin count, Enter first
 // retries the try-lock that often (on machines with two or more processors) before
 // it blocks, as the system's critical section spins before it waits.
 #include <pthread.h>

@@ -1,4 +1,4 @@
-// Named shared blocks on POSIX shared memory. Each object starts with a header
+// Linux: named shared blocks on POSIX shared memory. Each object starts with a header
 // naming its creator (pid and start time), so that a block left behind by a dead
 // process is recognised; creation and take-over happen under an exclusive flock so
 // that an opener never sees a half-written header.

@@ -1,4 +1,4 @@
-// Return addresses through the unwinder (backtrace), module look-up through the
+// Linux: return addresses through the unwinder (backtrace), module look-up through the
 // dynamic loader's list of objects, and the mapped images from /proc/self/maps.
 #include <execinfo.h>
 #include <link.h>

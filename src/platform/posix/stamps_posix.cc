@@ -1,4 +1,4 @@
-// The coarse monotonic clock is read from the vDSO without a hardware counter; the
+// Linux: the coarse monotonic clock is read from the vDSO without a hardware counter; the
 // thread pointer is the thread's own control block.
 #include <time.h>
 

@@ -1,4 +1,4 @@
-// Threads on pthreads. A thread is created detached and waits at a gate until its
+// Linux: threads on pthreads. A thread is created detached and waits at a gate until its
 // suspend count reaches 0, which is how "created suspended" is done; its end is
 // published through its wait object, never by joining. There is no safe way to
 // end another thread on Linux (pthread_cancel unwinds through code that doesn't

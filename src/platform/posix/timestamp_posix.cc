@@ -1,4 +1,4 @@
-// Local time from CLOCK_REALTIME and the time zone; the counter is CLOCK_MONOTONIC
+// Linux: local time from CLOCK_REALTIME and the time zone; the counter is CLOCK_MONOTONIC
 // in nanoseconds.
 #include "platform/timestamp.h"
 

@@ -1,4 +1,4 @@
-// Loopback UDP on BSD sockets, with errno translated to Winsock error numbers.
+// Linux: loopback UDP on BSD sockets, with errno translated to Winsock error numbers.
 #include "platform/udp.h"
 
 #include <arpa/inet.h>

@@ -1,4 +1,4 @@
-// The UTF-16 sniffing of the file layer where the system has none: the tests of
+// Linux: the UTF-16 sniffing of the file layer where the system has none: the tests of
 // the Windows call, read the same way. Each test looks at the text as
 // little-endian (bits 0x1-0x8) or byte-reversed (0x10-0x80) characters; a text
 // passes when one asked-for test holds and the reading asked for shows no

@@ -1,4 +1,4 @@
-// Shared objects carry no version resource; this library's own version is compiled
+// Linux: shared objects carry no version resource; this library's own version is compiled
 // in, the same values its Windows build keeps in its resource.
 #include "platform/version_info.h"
 

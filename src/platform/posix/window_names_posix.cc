@@ -1,4 +1,4 @@
-// One table of names for messages and clipboard formats, as the atom table is on
+// Linux: one table of names for messages and clipboard formats, as the atom table is on
 // Windows: the first registration of a name takes the next number from 0xC000.
 #include <mutex>
 #include <string>
