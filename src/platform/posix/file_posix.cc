@@ -106,7 +106,9 @@ bool OthersHold(int fd, off_t start, off_t length) {
   return fl.l_type != F_UNLCK;
 }
 
+// An open without data access takes part in no share test, as on Windows.
 bool ShareConflict(int lockFd, bool read, bool write, bool deniesRead, bool deniesWrite) {
+  if (!read && !write) return false;
   const bool mine[4] = {read, write, deniesRead, deniesWrite};
   for (int m = 0; m < 4; ++m)
     if (mine[m] && !SetMarkerLock(lockFd, kMarkerBase + m, 1, F_RDLCK)) return false;  // no locks here: no emulation
@@ -250,7 +252,9 @@ FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint3
     return InvalidFile();
   }
   struct stat st;
-  if (fstat(d.fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+  // A folder is no file; a read-only file refuses writers even to a privileged
+  // user, as the read-only attribute does on Windows.
+  if (fstat(d.fd, &st) == 0 && (S_ISDIR(st.st_mode) || (existed && wants.write && !(st.st_mode & S_IWUSR)))) {
     CloseBoth(d);
     SetLastError(kErrAccessDenied);
     return InvalidFile();
@@ -323,7 +327,7 @@ bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
     if (n < 0) {
       if (errno == EINTR) continue;
       if (done) *done = total;
-      SetLastErrorFromErrno();
+      SetLastError(errno == EBADF ? kErrAccessDenied : ErrorFromErrno(errno));   // not opened for reading
       return false;
     }
     if (n == 0) break;
@@ -345,7 +349,9 @@ bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done)
     if (n <= 0) {
       if (n < 0 && errno == EINTR) continue;
       if (done) *done = total;
-      SetLastError(n == 0 ? kErrDiskFull : (errno == ENOSPC ? kErrDiskFull : ErrorFromErrno(errno)));
+      SetLastError(n == 0 || errno == ENOSPC ? kErrDiskFull
+                   : errno == EBADF            ? kErrAccessDenied   // not opened for writing
+                                               : ErrorFromErrno(errno));
       return false;
     }
     total += static_cast<uint32_t>(n);
