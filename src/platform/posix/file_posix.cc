@@ -24,6 +24,7 @@
 #include "platform/codepage.h"
 #include "platform/errors.h"
 #include "platform/file.h"
+#include "platform/internal/file_faults.h"
 
 namespace plat {
 namespace {
@@ -200,8 +201,8 @@ Made CreateLocked(const std::string& path, int mode, mode_t perms, const ShareWa
 
 }  // namespace
 
-FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
-                    uint32_t flags) {
+FileHandle detail::RealFileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
+                                uint32_t flags) {
   const std::string path = ToPosixPath(name);
   if (path.empty()) {
     SetLastError(kErrPathNotFound);
@@ -337,7 +338,7 @@ bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
   return true;
 }
 
-bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
+bool detail::RealFileWriteCall(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
   if (done) *done = 0;
   PosixFile* f = Get(h);
   if (!f) return BadHandle();
