@@ -1,10 +1,28 @@
 // Files: open with access, share mode and disposition, read, write, seek, size,
 // truncation, flushing, byte-range locks, attributes, folders and the temporary
-// path. Every call reports failure through the thread's Windows error number
-// (platform/errors.h). On Linux paths are converted to UTF-8 and both "\" and "/"
-// separate folders; share modes are emulated with open-file-description locks so
-// that two opens in one process conflict as on Windows (error 32), and byte-range
-// locks of two opens conflict with error 33.
+// path. On Linux paths are converted to UTF-8 and both "\" and "/" separate
+// folders; share modes are emulated with open-file-description locks so that two
+// opens, in one process or in two, conflict as on Windows (error 32), and
+// byte-range locks of two opens conflict with error 33. An open that creates a
+// file holds it before any other open can reach it.
+//
+// Errors: a call returns false (FileOpen: InvalidFile()) and sets the thread's
+// error number (plat::LastError(), platform/errors.h) to the Windows number; the
+// numbers each call can give are named at its declaration. A call that succeeds
+// may leave any number behind except where a number is promised on success
+// (FileOpen: 183 or 0).
+//
+// Threads: every function may be called from any thread. One handle may be used
+// by several threads, but its position is shared: a seek and the read after it
+// are two calls, so threads that share a handle take turns themselves.
+//
+//   plat::FileHandle h = plat::FileOpen(u"C:\\log.txt", plat::kGenericWrite, plat::kShareRead,
+//                                       plat::kOpenAlways, plat::kAttrNormal);
+//   if (!plat::IsValidFile(h)) return plat::LastError();   // 2, 3, 5, 32, ...
+//   uint32_t done = 0;
+//   plat::FileSeek(h, 0, plat::kSeekEnd, nullptr);
+//   const bool ok = plat::FileWrite(h, "line\r\n", 6, &done);   // done: what reached the file
+//   plat::FileClose(h);
 #pragma once
 #include <cstdint>
 #include <string>
@@ -41,14 +59,21 @@ constexpr uint32_t kSeekCurrent = 1;
 constexpr uint32_t kSeekEnd = 2;
 
 // CreateFileW(name, access, share, nullptr, disposition, flags, nullptr). Returns
-// InvalidFile() on failure. OPEN_ALWAYS and CREATE_ALWAYS on an existing file set
-// error 183 and succeed.
+// InvalidFile() on failure: 2 no such file, 3 no such folder (an empty name too),
+// 5 a folder or a read-only file opened for writing, 32 a share-mode conflict, 80
+// CREATE_NEW on an existing file, 87 an unknown disposition. OPEN_ALWAYS and
+// CREATE_ALWAYS on an existing file set error 183 and succeed; a new file sets 0.
+// An open without read or write access takes part in no share test.
 FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
                     uint32_t flagsAndAttributes);
 bool FileClose(FileHandle h);
 bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done);
+// Read and write: 5 when the handle lacks that access, 33 when another open has
+// locked bytes in the way, 6 for a bad handle; a failed write reports in `done`
+// what reached the file (112 when the disk is full).
 bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done);
-// SetFilePointerEx: a negative resulting position fails with error 131.
+// SetFilePointerEx: a negative resulting position fails with error 131 and leaves
+// the position; past the end is allowed. An unknown method is 87.
 bool FileSeek(FileHandle h, int64_t distance, uint32_t method, uint64_t* newPosition);
 bool FileSize(FileHandle h, uint64_t* size);            // GetFileSizeEx
 bool FileSetEnd(FileHandle h);                          // SetEndOfFile at the position

@@ -5,7 +5,8 @@
 // tests, so of two racing opens at least one sees the other (at worst both fail
 // with 32, never both succeed). Byte-range locks work the same way on the range
 // itself, which gives Windows' exclusive LockFile without needing a writable
-// descriptor.
+// descriptor. A new file gets its markers before it has a name (CreateLocked), so
+// that the open which creates a file always holds it first.
 #include <dirent.h>
 #include <fcntl.h>
 #include <fnmatch.h>
@@ -23,6 +24,7 @@
 #include "platform/codepage.h"
 #include "platform/errors.h"
 #include "platform/file.h"
+#include "platform/internal/file_faults.h"
 
 namespace plat {
 namespace {
@@ -105,7 +107,9 @@ bool OthersHold(int fd, off_t start, off_t length) {
   return fl.l_type != F_UNLCK;
 }
 
+// An open without data access takes part in no share test, as on Windows.
 bool ShareConflict(int lockFd, bool read, bool write, bool deniesRead, bool deniesWrite) {
+  if (!read && !write) return false;
   const bool mine[4] = {read, write, deniesRead, deniesWrite};
   for (int m = 0; m < 4; ++m)
     if (mine[m] && !SetMarkerLock(lockFd, kMarkerBase + m, 1, F_RDLCK)) return false;  // no locks here: no emulation
@@ -143,8 +147,62 @@ void FillInfo(const struct stat& st, const std::string& path, FileInfo* info) {
 
 }  // namespace
 
-FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
-                    uint32_t flags) {
+namespace {
+
+struct ShareWants {
+  bool read, write, deniesRead, deniesWrite;
+};
+
+// The descriptors of an open, without its share markers yet.
+struct Descriptors {
+  int fd = -1;
+  int lockFd = -1;
+};
+
+void CloseBoth(Descriptors& d) {
+  if (d.lockFd >= 0 && d.lockFd != d.fd) ::close(d.lockFd);
+  if (d.fd >= 0) ::close(d.fd);
+  d.fd = d.lockFd = -1;
+}
+
+enum class Made { kDone, kExists, kCannot };
+
+// Creates a new file under `path` with its share markers already taken: an
+// unnamed file in the folder is locked first and then linked under the name, so
+// that no other open can reach it between its creation and its locks (two
+// creators of one log file would otherwise both write at offset 0). kCannot where
+// the folder, the file system or /proc do not allow it: the caller then creates
+// the file by name as before.
+Made CreateLocked(const std::string& path, int mode, mode_t perms, const ShareWants& s, Descriptors& out) {
+  const size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  const int access = mode & O_ACCMODE;
+  const int made = ::open(folder.c_str(), O_TMPFILE | O_CLOEXEC | (access == O_RDONLY ? O_RDWR : access), perms);
+  if (made < 0) return Made::kCannot;
+  const std::string self = "/proc/self/fd/" + std::to_string(made);
+  Descriptors d;
+  d.fd = access == O_RDONLY ? ::open(self.c_str(), O_RDONLY | O_CLOEXEC) : made;
+  d.lockFd = access == O_WRONLY ? ::open(self.c_str(), O_RDONLY | O_CLOEXEC) : d.fd;
+  bool ok = d.fd >= 0 && d.lockFd >= 0 &&
+            !ShareConflict(d.lockFd, s.read, s.write, s.deniesRead, s.deniesWrite);
+  int err = 0;
+  if (ok && ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+    err = errno;
+    ok = false;
+  }
+  if (made != d.fd) ::close(made);
+  if (!ok) {
+    CloseBoth(d);
+    return err == EEXIST ? Made::kExists : Made::kCannot;
+  }
+  out = d;
+  return Made::kDone;
+}
+
+}  // namespace
+
+FileHandle detail::RealFileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
+                                uint32_t flags) {
   const std::string path = ToPosixPath(name);
   if (path.empty()) {
     SetLastError(kErrPathNotFound);
@@ -154,57 +212,74 @@ FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint3
     SetLastError(kErrInvalidParameter);
     return InvalidFile();
   }
-  const bool read = (access & kReadDataBits) != 0;
-  const bool write = (access & kWriteDataBits) != 0;
-  int mode = write ? (read ? O_RDWR : O_WRONLY) : O_RDONLY;
+  const ShareWants wants{(access & kReadDataBits) != 0, (access & kWriteDataBits) != 0,
+                         !(share & kShareRead), !(share & kShareWrite)};
+  int mode = wants.write ? (wants.read ? O_RDWR : O_WRONLY) : O_RDONLY;
   mode |= O_CLOEXEC;
   const mode_t perms = (flags & kAttrReadOnly) ? 0444 : 0666;
 
-  int fd = -1;
+  // An existing file is opened and then its markers taken; a new one is made with
+  // them. When another process makes the file between our two tries, it is opened
+  // again as an existing file.
+  Descriptors d;
   bool existed = true;
-  for (int round = 0; round < 100 && fd < 0; ++round) {
-    if (disposition == kCreateNew) {
-      existed = false;
-      fd = ::open(path.c_str(), mode | O_CREAT | O_EXCL, perms);
+  bool locked = false;
+  for (int round = 0; round < 100; ++round) {
+    if (disposition != kCreateNew) {
+      d.fd = ::open(path.c_str(), mode);
+      if (d.fd >= 0 || errno != ENOENT || disposition == kOpenExisting || disposition == kTruncateExisting)
+        break;
+    }
+    existed = false;
+    const Made made = CreateLocked(path, mode, perms, wants, d);
+    if (made == Made::kDone) {
+      locked = true;
       break;
     }
-    fd = ::open(path.c_str(), mode);
-    if (fd >= 0 || errno != ENOENT || disposition == kOpenExisting || disposition == kTruncateExisting)
-      break;
-    existed = false;
-    fd = ::open(path.c_str(), mode | O_CREAT | O_EXCL, perms);
-    if (fd < 0 && errno == EEXIST) existed = true;  // somebody else made it: open again
-    else break;
+    if (made == Made::kExists) {
+      if (disposition == kCreateNew) {
+        errno = EEXIST;
+        break;
+      }
+      existed = true;
+      continue;
+    }
+    d.fd = ::open(path.c_str(), mode | O_CREAT | O_EXCL, perms);
+    if (d.fd >= 0 || errno != EEXIST || disposition == kCreateNew) break;
+    existed = true;   // somebody else made it: open again
   }
-  if (fd < 0) {
+  if (d.fd < 0) {
     SetLastError(PathError(errno, path));
     return InvalidFile();
   }
   struct stat st;
-  if (fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-    ::close(fd);
+  // A folder is no file; a read-only file refuses writers even to a privileged
+  // user, as the read-only attribute does on Windows.
+  if (fstat(d.fd, &st) == 0 && (S_ISDIR(st.st_mode) || (existed && wants.write && !(st.st_mode & S_IWUSR)))) {
+    CloseBoth(d);
     SetLastError(kErrAccessDenied);
     return InvalidFile();
   }
+  if (!locked) {
+    d.lockFd = (mode & O_ACCMODE) == O_WRONLY ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC) : d.fd;
+    if (d.lockFd >= 0 && ShareConflict(d.lockFd, wants.read, wants.write, wants.deniesRead, wants.deniesWrite)) {
+      CloseBoth(d);
+      if (!existed) ::unlink(path.c_str());   // made by name above, never used
+      SetLastError(kErrSharingViolation);
+      return InvalidFile();
+    }
+  }
   auto* f = new (std::nothrow) PosixFile();
   if (!f) {
-    ::close(fd);
+    CloseBoth(d);
     SetLastError(kErrNotEnoughMemory);
     return InvalidFile();
   }
-  f->fd = fd;
-  f->lockFd = (mode & O_ACCMODE) == O_WRONLY ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC) : fd;
-  if (f->lockFd >= 0 &&
-      ShareConflict(f->lockFd, read, write, !(share & kShareRead), !(share & kShareWrite))) {
-    CloseDescriptors(f);
-    delete f;
-    if (!existed) ::unlink(path.c_str());
-    SetLastError(kErrSharingViolation);
-    return InvalidFile();
-  }
+  f->fd = d.fd;
+  f->lockFd = d.lockFd;
   // Truncation waits for the share test: a file in use keeps its data.
   if (existed && (disposition == kCreateAlways || disposition == kTruncateExisting) &&
-      ::ftruncate(fd, 0) != 0) {
+      ::ftruncate(f->fd, 0) != 0) {
     const uint32_t err = PathError(errno, path);
     CloseDescriptors(f);
     delete f;
@@ -253,7 +328,7 @@ bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
     if (n < 0) {
       if (errno == EINTR) continue;
       if (done) *done = total;
-      SetLastErrorFromErrno();
+      SetLastError(errno == EBADF ? kErrAccessDenied : ErrorFromErrno(errno));   // not opened for reading
       return false;
     }
     if (n == 0) break;
@@ -263,7 +338,7 @@ bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
   return true;
 }
 
-bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
+bool detail::RealFileWriteCall(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
   if (done) *done = 0;
   PosixFile* f = Get(h);
   if (!f) return BadHandle();
@@ -275,7 +350,9 @@ bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done)
     if (n <= 0) {
       if (n < 0 && errno == EINTR) continue;
       if (done) *done = total;
-      SetLastError(n == 0 ? kErrDiskFull : (errno == ENOSPC ? kErrDiskFull : ErrorFromErrno(errno)));
+      SetLastError(n == 0 || errno == ENOSPC ? kErrDiskFull
+                   : errno == EBADF            ? kErrAccessDenied   // not opened for writing
+                                               : ErrorFromErrno(errno));
       return false;
     }
     total += static_cast<uint32_t>(n);

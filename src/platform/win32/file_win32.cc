@@ -5,6 +5,7 @@
 
 #include "platform/errors.h"
 #include "platform/file.h"
+#include "platform/internal/file_faults.h"
 
 namespace plat {
 namespace {
@@ -24,8 +25,8 @@ T Sync(T result) {
 
 }  // namespace
 
-FileHandle FileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
-                    uint32_t flags) {
+FileHandle detail::RealFileOpen(const char16_t* name, uint32_t access, uint32_t share, uint32_t disposition,
+                                uint32_t flags) {
   HANDLE h = ::CreateFileW(W(name), access, share, nullptr, disposition, flags, nullptr);
   return Sync(static_cast<FileHandle>(h));
 }
@@ -39,7 +40,7 @@ bool FileRead(FileHandle h, void* buffer, uint32_t count, uint32_t* done) {
   return Sync(ok);
 }
 
-bool FileWrite(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
+bool detail::RealFileWriteCall(FileHandle h, const void* buffer, uint32_t count, uint32_t* done) {
   DWORD n = 0;
   const bool ok = ::WriteFile(h, buffer, count, &n, nullptr) != FALSE;
   if (done) *done = n;
