@@ -104,7 +104,10 @@ class LogChecker {
     CHECK(got.compare(length, 2, u"\r\n") == 0);
     for (size_t i = 0; i < length; ++i)
       if (i < timeAt || i >= timeAt + kTimeChars) CHECK(got[i] == expected[i]);
-    if (timeAt + kTimeChars <= length) CheckTime(got.substr(timeAt, kTimeChars));
+    if (timeAt + kTimeChars <= length)
+      CheckTime(got.substr(timeAt, kTimeChars));
+    else if (digit_ >= 0)
+      digit_ = (digit_ + 1) % 10;   // a tag filled the line: its digit rolled unseen
   }
   void ExpectNothing() { CHECK(Appended().empty()); }
 
