@@ -5,8 +5,8 @@
 // Checks: an A export finds what the W export finds for the path converted in the
 // default code page (same list handle, same value length); ProfGetStringA writes
 // nothing at or behind `size` bytes, terminates within them and returns the value's
-// full length; what it delivers is the narrow form of the wide value, cut to
-// size - 1 bytes; ProfEnumA hands out terminated names and values; a job opened
+// full length; what it delivers is the narrow form of the wide value cut to
+// size - 1 units, itself cut to size - 1 bytes; ProfEnumA hands out terminated names and values; a job opened
 // with any narrow name comes back.
 #include <algorithm>
 #include <cstddef>
@@ -78,9 +78,12 @@ void CheckPath(HPROFJOB job, const std::string& path) {
   CHECK(ProfGetStringW(job, nullptr, W(wide), reinterpret_cast<LPWSTR>(value.data()), length + 1, nullptr) ==
         length);
   value.resize(static_cast<size_t>(length));
-  zx::clsCharsetConversionString form(value.c_str());
-  const std::string narrow = form.narrow();
   for (int size : {1, 2, 3, 7, 64}) {
+    // The export fills a wide work buffer of `size` units and narrows that: the value
+    // is cut to size - 1 units first (a pair of surrogates may be split), and its
+    // narrow form then to size - 1 bytes.
+    zx::clsCharsetConversionString form(value.substr(0, static_cast<size_t>(size) - 1).c_str());
+    const std::string narrow = form.narrow();
     char buffer[80];
     std::memset(buffer, 0x5A, sizeof buffer);
     CHECK(ProfGetStringA(job, nullptr, path.c_str(), buffer, size, "") == length);
