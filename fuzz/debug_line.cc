@@ -169,6 +169,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   const std::string log = (std::filesystem::temp_directory_path() / (self + ".log")).string();
   g_channel->SetLogFile(zx::String(std::u16string(log.begin(), log.end()).c_str()), false);
   g_log = new LogChecker(log);
+  static std::filesystem::path s_log = log, s_dir = dir;
+  std::atexit([] {
+    std::error_code ec;
+    std::filesystem::remove(s_log, ec);
+    std::filesystem::remove_all(s_dir, ec);
+  });
   return 0;
 }
 
