@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "../tests/core/wc_diff_driver.h"
+#include "../tests/core/containers/containers_test_util.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string difference = wcdiff::Run(data, size);

@@ -1,5 +1,6 @@
-// Tracked heaps under hostile clients: the input is a sequence of allocations,
-// frees, stray writes into objects (their headers and fences too), frees and size
+// Tracked heaps under hostile clients: the input is a sequence of allocations (of
+// any 32-bit size: those above the ceiling of heap_fuzz_util.h must fail cleanly and
+// still count), frees, stray writes into objects (their headers and fences too), frees and size
 // queries of pointers that are no objects, double frees, validation and walks. The
 // heap must answer with its return codes and never fault; its counters must follow
 // the allocations and the successful frees. Debug output is on with discarding
@@ -10,16 +11,20 @@
 #include <vector>
 
 #include "debug/DebugChannel.h"
+#include "heap_fuzz_util.h"
 #include "module/HeapNode.h"
 #include "module/ModuleList.h"
 
 namespace {
+
+constexpr int32_t kWalkLimit = 16;
 
 struct Object {
   uint8_t* user;
   int32_t size;
   bool debug;
   bool live;
+  bool damaged;   // a stray write may have hit its header or fence
 };
 
 class Input {
@@ -27,6 +32,7 @@ class Input {
   Input(const uint8_t* data, size_t size) : p_(data), end_(data + size) {}
   bool More() const { return p_ < end_; }
   uint8_t Byte() { return p_ < end_ ? *p_++ : 0; }
+  size_t Index(size_t n) { return (Byte() | static_cast<size_t>(Byte()) << 8) % n; }
 
  private:
   const uint8_t* p_;
@@ -56,27 +62,28 @@ void Retire(std::vector<Object>& objects, const uint8_t* user, int32_t& live) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool quiet = (zx::DebugChannel()->SetDiscardSinks(true), true);
-  (void)quiet;
+  static const bool setUp = (zx::DebugChannel()->SetDiscardSinks(true), fuzzheap::InstallCappedHeapServices(), true);
+  (void)setUp;
   Input in(data, size);
   zx::clsModuleNode* module = zx::JobOpen(u"fuzz", in.Byte() & 1 ? zx::kJobTrace : 0);
   zx::clsHeapNode* heap = zx::HeapCreate(module, u"heap", in.Byte() & 1 ? zx::kHeapDebug : 0);
   Check(heap != nullptr, "heap created");
   std::vector<Object> objects;
   int32_t live = 0;
-  for (int steps = 0; in.More() && steps < 400; ++steps) {
+  for (int steps = 0; in.More() && steps < 2000; ++steps) {
     const uint8_t op = in.Byte() % 8;
-    Object* o = objects.empty() ? nullptr : &objects[in.Byte() % objects.size()];
+    Object* o = objects.empty() ? nullptr : &objects[in.Index(objects.size())];
     switch (op) {
       case 0: {   // allocate
-        const int32_t n = in.Byte();
+        const int32_t n = fuzzheap::ReadSize(in);
         const uint32_t f = in.Byte();
         const uint32_t flags = (f & 0x7) | (f & 0x8 ? zx::kObjPlain : 0) | (f & 0x10 ? zx::kObjDebug : 0) |
                                zx::kObjNoStack * ((f & 0x20) != 0);
         auto* p = static_cast<uint8_t*>(zx::HeapObjectAlloc(heap, n, flags, f));
-        Check(p != nullptr, "allocation");
-        ++live;
-        objects.push_back({p, n, p[-4] == 0xFE && p[-1] == 0xAF, true});
+        ++live;   // a failed allocation counts as a live object too
+        if (fuzzheap::FitsAlways(n)) Check(p != nullptr, "allocation under the ceiling");
+        if (fuzzheap::FitsNever(n)) Check(p == nullptr, "allocation above the ceiling");
+        if (p) objects.push_back({p, n, p[-4] == 0xFE && p[-1] == 0xAF, true, false});
         break;
       }
       case 1:   // free, a second time too
@@ -91,7 +98,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           const int front = o->debug ? 44 : 4;
           const int back = o->debug ? 4 : 0;
           const int span = front + o->size + back;
-          o->user[static_cast<int>(in.Byte() * 256 + in.Byte()) % span - front] = in.Byte();
+          const int at = static_cast<int>(in.Byte() * 256 + in.Byte()) % span - front;
+          o->user[at] = in.Byte();
+          if (at < 0 || at >= o->size) o->damaged = true;
         }
         break;
       case 3:   // a pointer into the middle of an object
@@ -103,17 +112,27 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
         break;
       case 4:
-        if (o && o->live) zx::HeapObjectSize(heap, o->user);
+        if (o && o->live) {
+          const int32_t n = zx::HeapObjectSize(heap, o->user);
+          if (!o->damaged) Check(n == o->size, "object size");
+        }
         break;
+      // The walks (whole-heap validation, sizes, listing) print every object: they
+      // are kept to small heaps, so that a long input stays fast.
       case 5:
-        zx::HeapValidate(heap, o && o->live ? o->user : nullptr);
+        if (o && o->live)
+          zx::HeapValidate(heap, o->user);
+        else if (live <= kWalkLimit)
+          zx::HeapValidate(heap, nullptr);
         break;
       case 6:
-        zx::HeapSize(heap);
-        zx::HeapSizeObjects(heap);
+        if (live <= kWalkLimit) {
+          zx::HeapSize(heap);
+          zx::HeapSizeObjects(heap);
+        }
         break;
       case 7:
-        heap->Listing();
+        if (live <= kWalkLimit) heap->Listing();
         break;
     }
     Check(heap->objects == live, "live object count");
