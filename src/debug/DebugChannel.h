@@ -36,7 +36,7 @@ class clsDebugChannel {
       const uint64_t epoch = epochCounter_ ? epochCounter_->load(std::memory_order_acquire)
                                            : plat::PublicationEpoch();
       if (epoch < lookupDue_.load(std::memory_order_acquire) &&
-          (!global_ || __atomic_load_n(&global_->viewerWindow, __ATOMIC_RELAXED) == 0))
+          (!global_ || plat::SharedLoad(global_->viewerWindow, std::memory_order_relaxed) == 0))
         return false;
     }
     return IsDebugActiveSlow();

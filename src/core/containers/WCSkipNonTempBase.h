@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "core/containers/WCExcept.h"
+#include "platform/compiler.h"
 
 struct WCSkipNode;  // opaque: always used through its forward pointers
 
@@ -68,7 +69,7 @@ class WCSkipNonTempBase : public WCExcept {
   }
   WCSkipNode* First() const { return Next(head, 0); }
   static void Prefetch(const WCSkipNode* n, size_t payloadSpace) {
-    if (n) __builtin_prefetch(reinterpret_cast<const char*>(n) - payloadSpace);
+    if (n) ZX_PREFETCH(reinterpret_cast<const char*>(n) - payloadSpace);
   }
 
   // Top-down search. lessThanKey(node) tells whether the node's key is less
