@@ -9,6 +9,7 @@
 #include "core/strings/String.h"
 #include "platform/event.h"
 #include "platform/lock.h"
+#include "platform/thread_annotations.h"
 #include "thread/ConcurrencyMarkers.h"
 #include "thread/HandleObject.h"
 
@@ -65,7 +66,7 @@ class clsThreadBase : public clsConcurrencyVisualizerUser {
   struct StartArgs;
   static uint32_t Entry(void* arg);
   void SetError(const char16_t* format, ...);
-  bool WaitForEnd(uint32_t dwTimeoutMs);
+  bool WaitForEnd(uint32_t dwTimeoutMs) ZX_REQUIRES(m_Lock);
   void ReportTimes();
   void Collect(bool forced);
 

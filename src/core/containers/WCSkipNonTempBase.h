@@ -39,6 +39,7 @@ class WCSkipNonTempBase : public WCExcept {
   // The process-wide level choice: coin tosses of levelMask over the reservoir,
   // limited to maxLevels - 1.
   static int ChooseLevel(uint32_t levelMask, int maxLevels);
+  static int TossLevel(uint32_t levelMask);   // ChooseLevel's draw, under the reservoir lock
   // Puts the process-wide generator behind the reservoir into a known state and
   // resets the reservoir, so that tests see reproducible node levels.
   static void SeedForTests(unsigned seed);
