@@ -1,4 +1,10 @@
 // Critical sections: recursive, with try-enter and a spin count.
+// Errors: none; Enter blocks until the lock is free.
+// Threads: a CriticalSection is recursive: the owning thread may enter it again and
+// leaves it as often as it entered; only the owner leaves it.
+//
+//   plat::CriticalSection lock;
+//   { plat::Lock guard(lock); ... }   // left at the end of the scope
 #pragma once
 #include <cstdint>
 
