@@ -5,6 +5,8 @@
 // Node layout: the payload, then level + 1 forward pointers. A node pointer
 // addresses the first forward pointer, so the head (headSlots) is a node without
 // payload and the payload of a real node lies at a fixed negative offset.
+// Threads: a list is used by one thread at a time; only the level chooser is
+// process-wide, behind its own lock.
 #pragma once
 #include <cstddef>
 #include <cstdint>
