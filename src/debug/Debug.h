@@ -2,6 +2,14 @@
 // library goes. Lines carry time, thread, processor, a rolling digit and an
 // indentation that follows the call depth; they reach the viewer, the log file or
 // nobody. While nobody listens a call costs a few loads and formats nothing.
+// Errors: none reported; a line that cannot be delivered is dropped (the sinks
+// report their own trouble through the system's debug output).
+// Threads: every function may be called from any thread at any time, also while the
+// job lock is held; lines are serialised by the channel's output lock, which is
+// recursive, so a line printed while a line is being written is no dead-lock.
+//
+//   DebugSetThreadName("loader");
+//   if (IsDebugActive()) DebugPrint(u"read %d items from '%s'", n, name.wchar());
 #pragma once
 #include <cstdarg>
 #include <cstdint>

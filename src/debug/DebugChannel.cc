@@ -13,6 +13,7 @@
 #include "debug/Ods.h"
 #include "core/identity/Identity.h"
 #include "platform/clock.h"
+#include "platform/compiler.h"
 #include "platform/debugout.h"
 #include "platform/errors.h"
 #include "platform/file.h"
@@ -110,7 +111,7 @@ void clsDebugChannel::CreateBlocks() {
   } else {
     global_ = static_cast<scTRAVUEGlobalData*>(globalBlock_.View());
     globalCreated_ = !existed;
-    if (!existed) __atomic_store_n(&global_->viewerWindow, 0, __ATOMIC_RELEASE);
+    if (!existed) plat::SharedStore(global_->viewerWindow, 0, std::memory_order_release);
   }
   // Blocks of processes that ended without their clean-up.
   plat::RemoveStaleBlocks(u"ZrkTRAVUEAppLocalData_");
@@ -160,7 +161,7 @@ void clsDebugChannel::MapSharedBlock(bool ignoreRetry) {
   }
   auto* view = static_cast<const scTRAVUESharedData*>(sharedBlock_.MapReadOnly(24));
   if (view) {
-    uint32_t size = __atomic_load_n(&view->size, __ATOMIC_ACQUIRE);
+    uint32_t size = plat::SharedLoad(view->size, std::memory_order_acquire);
     if (size > 24) view = static_cast<const scTRAVUESharedData*>(sharedBlock_.MapReadOnly(size));
   }
   if (!view) {
@@ -203,7 +204,7 @@ void clsDebugChannel::ReattachTest(bool published) {
     MapSharedBlock(published && plat::PublicationLiftsBackoff());
   uint64_t window = 0;
   if (!sharedView_.load(std::memory_order_acquire) && global_)
-    window = __atomic_load_n(&global_->viewerWindow, __ATOMIC_ACQUIRE);
+    window = plat::SharedLoad(global_->viewerWindow, std::memory_order_acquire);
   if (window == viewerWindow_ && (window == 0 || plat::IsViewerWindow(window))) return;
   plat::DebugOutput(u"trying to reattach to TRAVUE16");
   if (mailslot_ != plat::kNoMailslot) {
@@ -220,7 +221,7 @@ void clsDebugChannel::Connect() {
     viewerMode_ = 0;
     return;
   }
-  viewerWindow_ = __atomic_load_n(&global_->viewerWindow, __ATOMIC_ACQUIRE);
+  viewerWindow_ = plat::SharedLoad(global_->viewerWindow, std::memory_order_acquire);
   if (viewerWindow_ != 0) {
     mailslot_ = plat::OpenMailslot(kMailslotName);
     if (mailslot_ == plat::kNoMailslot) plat::DebugOutput(u"DebugPipe FAIL");
@@ -250,7 +251,8 @@ void clsDebugChannel::Attach() {
   {
     plat::Lock lock(outputLock_);
     if (global_ && globalCreated_)
-      __atomic_store_n(&global_->viewerWindow, plat::FindViewerWindow(kOldViewerClass), __ATOMIC_RELEASE);
+      plat::SharedStore(global_->viewerWindow, plat::FindViewerWindow(kOldViewerClass),
+                        std::memory_order_release);
     Connect();
   }
   ReadLogSettings();

@@ -13,6 +13,7 @@
 #include "platform/lock.h"
 #include "platform/registry.h"
 #include "platform/shared_memory.h"
+#include "platform/thread_annotations.h"
 
 namespace zx {
 
@@ -36,7 +37,7 @@ class clsDebugChannel {
       const uint64_t epoch = epochCounter_ ? epochCounter_->load(std::memory_order_acquire)
                                            : plat::PublicationEpoch();
       if (epoch < lookupDue_.load(std::memory_order_acquire) &&
-          (!global_ || __atomic_load_n(&global_->viewerWindow, __ATOMIC_RELAXED) == 0))
+          (!global_ || plat::SharedLoad(global_->viewerWindow, std::memory_order_relaxed) == 0))
         return false;
     }
     return IsDebugActiveSlow();
@@ -44,7 +45,7 @@ class clsDebugChannel {
   // The locked test under the output lock.
   bool IsDebugActiveSlow();
   // The test itself; the output lock is held.
-  bool IsDebugActiveLocked();
+  bool IsDebugActiveLocked() ZX_REQUIRES(outputLock_);
 
   // DebugPrintV with this channel (see Debug.h).
   void PrintV(int indentChange, const char16_t* tag, const char16_t* format, va_list args);
@@ -80,46 +81,48 @@ class clsDebugChannel {
 
  private:
   void CreateBlocks();
-  void MapSharedBlock(bool ignoreRetry);
-  void ReattachTest(bool published);
-  void Connect();
+  void MapSharedBlock(bool ignoreRetry) ZX_REQUIRES(outputLock_);
+  void ReattachTest(bool published) ZX_REQUIRES(outputLock_);
+  void Connect() ZX_REQUIRES(outputLock_);
   void SayHello();
   void ReadLogSettings();
-  void UpdateFastPath();
+  void UpdateFastPath() ZX_REQUIRES(outputLock_);
   TravueSenderContext SenderContext() const;
   int32_t AddIndent(int32_t delta);
   int32_t CurrentIndent() const;
   void FormattedLine(int indentChange, int32_t indentation, const char16_t* tag,
-                     const char16_t* format, va_list args);
-  void Sinks(char16_t* line, int32_t length);
-  void OldViewerSink(const char* text);
-  void OldViewerLine(const char* text, uint32_t length);
-  void AppendToLogFile(const char16_t* line, int32_t length);
+                     const char16_t* format, va_list args) ZX_REQUIRES(outputLock_);
+  void Sinks(char16_t* line, int32_t length) ZX_REQUIRES(outputLock_);
+  void OldViewerSink(const char* text) ZX_REQUIRES(outputLock_);
+  void OldViewerLine(const char* text, uint32_t length) ZX_REQUIRES(outputLock_);
+  void AppendToLogFile(const char16_t* line, int32_t length) ZX_REQUIRES(outputLock_);
   void InitTiming();
 
   // ---- fields in the order of the data model
+  // Taken before appLocal_'s mutex, after the job lock; recursive: a line printed
+  // while it is held (hello, goodbye) takes it again.
   plat::CriticalSection outputLock_;
   plat::CriticalSection threadNameLock_;
   plat::SharedBlock globalBlock_;
   scTRAVUEGlobalData* global_ = nullptr;
   plat::SharedBlock appLocalBlock_;
   scTRAVUEAppLocal* appLocal_ = nullptr;
-  uint8_t legacyUsed_ = 0;
-  plat::SharedBlock sharedBlock_;
+  uint8_t legacyUsed_ ZX_GUARDED_BY(outputLock_) = 0;
+  plat::SharedBlock sharedBlock_ ZX_GUARDED_BY(outputLock_);
   std::atomic<const scTRAVUESharedData*> sharedView_{nullptr};
-  uint64_t retryTime_ = 0;
-  uint64_t nextCheck_ = 0;
-  String version_;
-  bool versionBuilt_ = false;
-  int32_t viewerMode_ = 0;
-  uint32_t codePage_ = 0;
-  intptr_t mailslot_ = -1;
-  uint64_t viewerWindow_ = 0;
-  String logFileName_;
-  uint8_t flush_ = 0;
+  uint64_t retryTime_ ZX_GUARDED_BY(outputLock_) = 0;
+  uint64_t nextCheck_ ZX_GUARDED_BY(outputLock_) = 0;
+  String version_ ZX_GUARDED_BY(outputLock_);
+  bool versionBuilt_ ZX_GUARDED_BY(outputLock_) = false;
+  int32_t viewerMode_ ZX_GUARDED_BY(outputLock_) = 0;
+  uint32_t codePage_ ZX_GUARDED_BY(outputLock_) = 0;
+  intptr_t mailslot_ ZX_GUARDED_BY(outputLock_) = -1;
+  uint64_t viewerWindow_ ZX_GUARDED_BY(outputLock_) = 0;
+  String logFileName_ ZX_GUARDED_BY(outputLock_);
+  uint8_t flush_ ZX_GUARDED_BY(outputLock_) = 0;
   std::atomic<int32_t> reentrance_{0};
-  WCValSkipListDict<uint32_t, const char*> threadNames_;
-  uint32_t keyScratch_ = 0;
+  WCValSkipListDict<uint32_t, const char*> threadNames_ ZX_GUARDED_BY(threadNameLock_);
+  uint32_t keyScratch_ ZX_GUARDED_BY(threadNameLock_) = 0;
 
   // ---- state of this copy beyond the data model
   bool globalCreated_ = false;        // this copy created the global block
@@ -128,8 +131,8 @@ class clsDebugChannel {
   std::atomic<bool> fastPathOk_{false};   // no developer mode, no old viewer state
   std::atomic<uint64_t> lookupDue_{0};    // PublicationEpoch() from which to look again
   const std::atomic<uint64_t>* epochCounter_ = plat::PublicationCounter();
-  bool alwaysLocked_ = false;
-  bool discardSinks_ = false;
+  bool alwaysLocked_ ZX_GUARDED_BY(outputLock_) = false;
+  bool discardSinks_ ZX_GUARDED_BY(outputLock_) = false;
   std::atomic<int32_t> localIndent_{0};    // stand-ins while scTRAVUEAppLocal is missing
   std::atomic<int32_t> localCounter_{0};
   String libraryPath_, libraryFileName_, libraryBaseName_, libraryFolder_;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/compiler.h"
 #include "platform/udp.h"
 
 namespace zx {
@@ -33,10 +34,10 @@ inline constexpr char16_t kSharedDataGlobalName[] = u"Global\\TRAVUESharedData";
 
 // Reads of words that another process writes.
 inline uint64_t ReadEnableWord(const scTRAVUESharedData* d) {
-  return __atomic_load_n(&d->enable, __ATOMIC_ACQUIRE);
+  return plat::SharedLoad(d->enable, std::memory_order_acquire);
 }
 inline uint32_t ReadPortWord(const scTRAVUESharedData* d) {
-  return __atomic_load_n(&d->port, __ATOMIC_ACQUIRE);
+  return plat::SharedLoad(d->port, std::memory_order_acquire);
 }
 
 // ---- the message cache: at most 10 records while the socket is closed. List and
@@ -90,7 +91,7 @@ class clsTRAVUE4Info {
   void DropCache(bool keepList);
 
   bool SocketOpen() const {
-    return __atomic_load_n(&socket, __ATOMIC_ACQUIRE) != plat::kInvalidSocket;
+    return plat::SharedLoad(socket, std::memory_order_acquire) != plat::kInvalidSocket;
   }
 
  private:

@@ -7,6 +7,7 @@
 #include "debug/Ods.h"
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"
+#include "platform/compiler.h"
 #include "platform/debugout.h"
 #include "platform/process.h"
 #include "platform/shared_memory.h"
@@ -66,7 +67,7 @@ void clsTRAVUE4Info::OpenSocket(const TravueSenderContext& ctx) {
     Ods(u"%s: socket() returned %s\n", ctx.libraryFileName, err);
     return;
   }
-  __atomic_store_n(&socket, s, __ATOMIC_RELEASE);
+  plat::SharedStore(socket, s, std::memory_order_release);
   uint32_t port = ReadPortWord(ctx.shared);
   char16_t portText[16];
   FormatTo(portText, 16, u"%d", static_cast<int>(port));
@@ -85,7 +86,7 @@ void clsTRAVUE4Info::OpenSocket(const TravueSenderContext& ctx) {
 void clsTRAVUE4Info::CloseSocket(const TravueSenderContext& ctx) {
   if (SocketOpen()) {
     plat::CloseSocket(socket);
-    __atomic_store_n(&socket, plat::kInvalidSocket, __ATOMIC_RELEASE);
+    plat::SharedStore(socket, plat::kInvalidSocket, std::memory_order_release);
   }
   if (startupResult == 0 && plat::SocketCleanup() != 0) {
     char16_t err[512];

@@ -4,6 +4,7 @@
 #include "module/ModuleList.h"
 #include "module/ModuleUtils.h"
 #include "module/StackRecord.h"
+#include "platform/compiler.h"
 #include "platform/library_entry.h"
 #include "platform/startup.h"
 #include "zxUT22.h"
@@ -16,7 +17,7 @@ zx::clsModuleNode* Node(HUTILMODULE module) { return reinterpret_cast<zx::clsMod
 // The library's entry point (DllMain, or the load and unload functions) is linked
 // into the shared library through the first reference; the others pull in, ahead
 // of it, everything it calls.
-[[maybe_unused]] __attribute__((used)) const void* const g_entry[] = {
+[[maybe_unused]] ZX_USED const void* const g_entry[] = {
     reinterpret_cast<const void*>(&plat::LibraryEntryAnchor),
     reinterpret_cast<const void*>(&zx::LibraryProcessAttach),
     reinterpret_cast<const void*>(&zx::LibraryProcessDetach),

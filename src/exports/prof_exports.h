@@ -1,5 +1,6 @@
 // Casts between the C boundary of the Prof exports and the profile store's types.
 // WCHAR is wchar_t on Windows and char16_t elsewhere: both are 16-bit units.
+// Threads: casts only; the profile store's rule (prof/Prof.h) applies.
 #pragma once
 #include <type_traits>
 

@@ -15,10 +15,15 @@ constexpr uint32_t kMaxErrorText = 1024;
 // The error kind of a failed open.
 uint32_t ClassifyOpenError(uint32_t error) {
   switch (error) {
-    case 3: case 15: case 53: case 55: return kFileErrPath;
-    case 32: case 33: return kFileErrInUse;
-    case 183: return kFileErrExists;
-    case 5: case 19: return kFileErrAccess;
+    case plat::kErrPathNotFound:
+    case plat::kErrInvalidDrive:
+    case plat::kErrBadNetPath:
+    case plat::kErrDevNotExist: return kFileErrPath;
+    case plat::kErrSharingViolation:
+    case plat::kErrLockViolation: return kFileErrInUse;
+    case plat::kErrAlreadyExists: return kFileErrExists;
+    case plat::kErrAccessDenied:
+    case plat::kErrWriteProtect: return kFileErrAccess;
     default: return kFileErrOther;
   }
 }
@@ -163,7 +168,9 @@ int32_t clsFile::Open(const String& name, uint32_t access, uint32_t create, uint
       m_eError = ClassifyOpenError(error);
       m_sError = OpenErrorText(error);
       plat::SetLastError(error);
-      if ((systemFlags & plat::kAttrTemporary) && (error == 32 || error == 33)) plat::SleepMs(100);
+      if ((systemFlags & plat::kAttrTemporary) &&
+          (error == plat::kErrSharingViolation || error == plat::kErrLockViolation))
+        plat::SleepMs(100);
     }
   }
 

@@ -5,6 +5,16 @@
 // carries the policy the rest of the library relies on: reserved-name
 // rejection, a classified error per failed open, retries, the region-lock list
 // and text-encoding sniffing.
+// Errors: Open returns 0 or -1 and keeps the classified kind (GetLastErrorKind)
+// and the system's text (GetLastErrorText), with plat::LastError left as the failed
+// open set it; reads and writes return the bytes done (0 on failure), SetPos and
+// SeekRel the new position; the IStream methods return HRESULTs.
+// Threads: one clsFile is used by one thread at a time (nothing inside locks);
+// its COM reference count is atomic, so references may be released anywhere.
+//
+//   clsFileRW file;
+//   if (file.Open(u"out.log", 1, 1, 2, kFileNormal) != 0)
+//     DiagFormat(u"cannot write: %s", file.GetLastErrorText().wchar());
 #pragma once
 #include <cstdint>
 

@@ -1,4 +1,5 @@
 // The attributes, times and size of a file by its name.
+// Threads: any thread; no state.
 #pragma once
 #include "core/strings/String.h"
 #include "platform/file.h"

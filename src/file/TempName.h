@@ -1,6 +1,8 @@
 // The temporary folder and the naming rule of temporary files: "_22_" before the
 // base name (the mark by which the sweeper knows the library's own files) and a
 // rising number, created exclusively so that no two callers get one name.
+// Threads: any thread; the exclusive create keeps names apart, also between
+// processes.
 #pragma once
 #include <cstdint>
 

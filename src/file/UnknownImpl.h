@@ -1,5 +1,6 @@
 // The reference-counting base of the library's COM-style objects and a small
 // owner of interface pointers.
+// Threads: the reference count is atomic: AddRef and Release from any thread.
 #pragma once
 #include <atomic>
 #include <cstdint>

@@ -10,6 +10,7 @@
 #include "module/JobLock.h"
 #include "module/ModuleList.h"
 #include "module/TraceScope.h"
+#include "platform/compiler.h"
 
 namespace zx {
 namespace {
@@ -84,7 +85,7 @@ void SetHeapServicesForTests(const plat::HeapServices* services) {
 // ---- the node
 
 // The creation stack is captured one frame up: past this function and AddHeap.
-__attribute__((noinline)) clsHeapNode* clsHeapNode::New(clsModuleNode* owner, const char16_t* heapName,
+ZX_NOINLINE clsHeapNode* clsHeapNode::New(clsModuleNode* owner, const char16_t* heapName,
                                                         uint32_t heapFlags) {
   void* memory = g_freeNodes;
   if (memory)

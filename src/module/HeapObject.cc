@@ -14,6 +14,7 @@
 #include "module/JobLock.h"
 #include "module/ModuleList.h"
 #include "module/TraceScope.h"
+#include "platform/compiler.h"
 #include "platform/stamps.h"
 #include "platform/stack.h"
 
@@ -42,7 +43,7 @@ scStackRecord* StackOf(const uint8_t* user) {
   return record && ObjectRecords().count(record) ? record : nullptr;
 }
 // Two frames up: past this function and AllocObject, from AllocObject's caller.
-__attribute__((noinline)) scStackRecord* CaptureObjectRecord() {
+ZX_NOINLINE scStackRecord* CaptureObjectRecord() {
   scStackRecord* record = CaptureStackRecord(2);
   if (!record) return nullptr;
   try {
@@ -149,7 +150,7 @@ void DumpDebugObject(const uint8_t* user, size_t blockSize, bool withStack) {
 // ---- allocation and release on a heap
 
 // The object's stack is captured one frame up: past this function, from its caller.
-__attribute__((noinline)) void* clsHeapNode::AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag) {
+ZX_NOINLINE void* clsHeapNode::AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag) {
   if (IsDebugHeap() && !(objectFlags & kObjPlain)) objectFlags |= kObjDebug;
   const bool debug = (objectFlags & kObjDebug) != 0;
   const plat::HeapServices& sys = HeapServices();

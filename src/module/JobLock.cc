@@ -1,5 +1,6 @@
 #include "module/JobLock.h"
 
+#include "platform/thread.h"
 namespace zx {
 
 void clsJobLock::EnterContended() {
@@ -9,9 +10,7 @@ void clsJobLock::EnterContended() {
         state_.compare_exchange_weak(expected, kLocked, std::memory_order_acquire,
                                      std::memory_order_relaxed))
       return;
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#endif
+    plat::CpuPause();
   }
   // Mark the lock as waited for; whoever leaves it then wakes one waiter.
   while (state_.exchange(kWaiters, std::memory_order_acquire) != kFree)

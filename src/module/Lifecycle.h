@@ -1,6 +1,7 @@
 // The library's start and stop: the one attach sequence and the one detach sequence,
 // run by the entry point of the shared library (DllMain on Windows, the load and
 // unload functions on Linux), in this order.
+// Threads: on the loader's thread, under the loader's lock.
 #pragma once
 
 namespace zx {

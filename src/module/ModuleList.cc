@@ -7,6 +7,7 @@
 #include "module/HeapNode.h"
 #include "module/JobLock.h"
 #include "module/TraceScope.h"
+#include "platform/compiler.h"
 
 namespace zx {
 namespace {
@@ -75,7 +76,7 @@ bool clsModuleList::Contains(const clsModuleNode* node) const {
 }
 
 // The stack is captured two frames up: past this function and JobOpen.
-__attribute__((noinline)) clsModuleNode* clsModuleList::Add(const char16_t* name, uint32_t flags) {
+ZX_NOINLINE clsModuleNode* clsModuleList::Add(const char16_t* name, uint32_t flags) {
   void* memory = std::malloc(sizeof(clsModuleNode));
   if (!memory) {
     if (IsDebugActive()) DebugPrint(u"Error: clsModuleList::Add(..): Out of Memory");

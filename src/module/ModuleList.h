@@ -3,7 +3,9 @@
 #pragma once
 #include <cstdint>
 
+#include "module/JobLock.h"
 #include "module/StackRecord.h"
+#include "platform/thread_annotations.h"
 
 namespace zx {
 
@@ -43,17 +45,17 @@ class clsModuleNode {
 
 class clsModuleList {
  public:
-  clsModuleNode* Find(const char16_t* name) const;
+  clsModuleNode* Find(const char16_t* name) const ZX_REQUIRES(g_jobLock);
   // A new node at the tail; null when out of memory.
-  clsModuleNode* Add(const char16_t* name, uint32_t flags);
+  clsModuleNode* Add(const char16_t* name, uint32_t flags) ZX_REQUIRES(g_jobLock);
   // Unlinks and destroys a node: -2 unknown, -5 heaps were left, else 0.
-  int32_t Delete(clsModuleNode* node);
-  bool Contains(const clsModuleNode* node) const;
-  clsModuleNode* Head() const { return head_; }
+  int32_t Delete(clsModuleNode* node) ZX_REQUIRES(g_jobLock);
+  bool Contains(const clsModuleNode* node) const ZX_REQUIRES(g_jobLock);
+  clsModuleNode* Head() const ZX_REQUIRES(g_jobLock) { return head_; }
 
  private:
-  clsModuleNode* head_ = nullptr;
-  clsModuleNode* tail_ = nullptr;
+  clsModuleNode* head_ ZX_GUARDED_BY(g_jobLock) = nullptr;
+  clsModuleNode* tail_ ZX_GUARDED_BY(g_jobLock) = nullptr;
 };
 
 clsModuleList& ModuleList();

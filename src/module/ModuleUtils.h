@@ -1,5 +1,6 @@
 // The small exports of the module frame: flags, error lines, the assertion, client
 // module attach and detach lines, string length, pointer tests and the CBT hook.
+// Threads: any thread; what they print goes through the debug channel's lock.
 #pragma once
 #include <cstdint>
 

@@ -8,6 +8,7 @@
 #include "debug/Debug.h"
 #include "module/JobLock.h"
 #include "module/TraceScope.h"
+#include "platform/compiler.h"
 #include "platform/stack.h"
 
 namespace zx {
@@ -27,7 +28,7 @@ void Print(const char16_t* format, ...) {
 
 }  // namespace
 
-__attribute__((noinline)) scStackRecord* CaptureStackRecord(int skip) {
+ZX_NOINLINE scStackRecord* CaptureStackRecord(int skip) {
   auto* record = static_cast<scStackRecord*>(std::malloc(sizeof(scStackRecord)));
   if (!record) return nullptr;
   std::memset(record, 0, sizeof *record);
@@ -52,7 +53,7 @@ void PrintStackRecord(const scStackRecord* record, const char16_t* title) {
   }
 }
 
-__attribute__((noinline)) void PrintStackTrace(int skip) {
+ZX_NOINLINE void PrintStackTrace(int skip) {
   if (skip > kMaxTraceSkip || !IsDebugActive()) return;
   if (skip < 0) skip = 0;
   void* frames[kMaxTraceSkip + kTraceFrames];

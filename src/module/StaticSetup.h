@@ -1,6 +1,7 @@
 // What the library sets up before the rest of its attach sequence: the window
 // message and clipboard format it registers, and the live-instance counters of two
 // classes, whose leftovers are reported at exit.
+// Threads: set up during attach; the registered numbers and counters are atomic.
 #pragma once
 #include <cstdint>
 

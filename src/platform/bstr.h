@@ -1,5 +1,10 @@
 // OLE strings: a 4-byte byte-length prefix before the text, terminated. On Windows
 // the system's SysAllocString family, elsewhere our own with the same layout.
+// Errors: allocation failure gives null or false; nothing sets plat::LastError.
+// Threads: any thread; one string is not edited by two threads at once.
+//
+//   plat::Bstr b = plat::SysAlloc(u"text");   // SysLen(b) == 4
+//   plat::SysFree(b);
 #pragma once
 #include <cstdint>
 

@@ -1,4 +1,9 @@
 // The one process-wide computer-based-training window hook.
+// Errors: SetCbtHook returns false when the system refused.
+// Threads: install and remove from one thread at a time; the callback runs on the
+// thread whose window event it is.
+//
+//   plat::SetCbtHook(&OnCbt, plat::LibraryModuleHandle());  ...  plat::SetCbtHook(nullptr, nullptr);
 #pragma once
 #include <cstdint>
 

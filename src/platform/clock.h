@@ -1,5 +1,10 @@
 // The one clock and the one sleep behind every wait, retry and time-out. Tests
 // replace both so that a 10-second retry loop runs in milliseconds.
+// Errors: none; the calls cannot fail.
+// Threads: any thread; hooks may be swapped while other threads read the clock.
+//
+//   const uint64_t deadline = plat::TickCount64() + 5000;
+//   while (!Ready() && plat::TickCount64() < deadline) plat::SleepMs(10);
 #pragma once
 #include <atomic>
 #include <cstdint>

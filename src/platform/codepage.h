@@ -2,6 +2,10 @@
 // WideCharToMultiByte. 1252, 65001 and the symbol page 42 use our own tables and
 // decoder on every OS; other code pages go through the system (ICU on Linux, NLS
 // on Windows).
+// Errors: the converters return 0 and set plat::LastError (see below).
+// Threads: any thread; no state beyond tables built once.
+//
+//   int n = plat::MultiByteToWide(plat::kCpUtf8, 0, "abc", -1, nullptr, 0);   // 4
 #pragma once
 #include <cstddef>
 #include <cstdint>

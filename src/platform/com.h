@@ -2,6 +2,10 @@
 // ISequentialStream, IStream, IStorage, STATSTG and the status values. On Windows
 // they are the system's own; elsewhere layout-compatible definitions of ours with
 // the same slot order, so that a stream made here can be handed to any consumer.
+// Errors: HRESULTs, as COM has them; nothing sets plat::LastError.
+// Threads: the objects implementing these say their own rule; the types have none.
+//
+//   IStream* s = ...; ULONG got = 0; if (s->Read(buf, n, &got) < 0) ...
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -2,6 +2,10 @@
 // On Linux it is silent unless ZXUT_ODS=stderr or ZXUT_ODS=/path/file (appended,
 // UTF-8, one line per call; the variable is read once). Tests install a hook that
 // sees every line, whatever the destination.
+// Errors: none; a line that cannot be written is dropped.
+// Threads: any thread; the hook may be swapped while lines are in flight.
+//
+//   plat::DebugOutput(u"the viewer block cannot be mapped\n");
 #pragma once
 
 namespace plat {

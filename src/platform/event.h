@@ -4,6 +4,14 @@
 // releases exactly one waiter and is reset by that wait, a thread handle becomes
 // signalled for good when its thread ends. On Windows these are the system's
 // objects; on Linux our own (a handle is a counted pointer).
+// Errors: creation gives null, the other calls false or kWaitFailed, each with
+// plat::LastError set.
+// Threads: any thread; a handle may be signalled, waited on and closed from
+// different threads, as long as it is closed only once nobody uses it any more.
+//
+//   plat::WaitHandle ev = plat::EventCreate(true, false);
+//   if (plat::WaitOne(ev, 1000) == plat::kWaitTimeout) ...;
+//   plat::HandleClose(ev);
 #pragma once
 #include <cstdint>
 

@@ -1,6 +1,11 @@
 // The system's event tracing for a manifest-based provider: register, write,
 // unregister. Windows has it (EventRegister, EventWrite, EventUnregister); other
 // systems have no backend and SystemEventTrace answers null.
+// Errors: Win32 error numbers as results (0: success); nothing sets plat::LastError.
+// Threads: the backend may be called from any thread; the enable callback comes on
+// a thread of the system's choosing.
+//
+//   if (plat::IEventTrace* t = plat::SystemEventTrace()) t->Register(guid, &OnEnable, this, &handle);
 #pragma once
 #include <cstdint>
 

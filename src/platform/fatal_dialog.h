@@ -1,4 +1,8 @@
 // The assertion box and the immediate end of the process.
+// Errors: none; the box answers cancel where it cannot be shown.
+// Threads: any thread; the box blocks only the calling thread.
+//
+//   if (plat::ShowAssertionBox(u"Assertion", text) == plat::kIdCancel) plat::EndProcess(3);
 #pragma once
 
 namespace plat {

@@ -3,6 +3,13 @@
 // system allocator, so that validation and walks see exactly the blocks it handed
 // out. Every operation is reached through a table, because the walk, validation,
 // compaction and lock functions are late-bound on Windows and may be missing.
+// Errors: as the system's heap functions answer them: null, false, 0 or
+// kHeapBadBlock.
+// Threads: a heap created without kHeapNoSerialize may be used from any thread (its
+// own lock serialises); with it, the caller serialises every call on that heap.
+//
+//   const plat::HeapServices& h = plat::SystemHeapServices();
+//   plat::SysHeap heap = h.create(0, 0, 0); void* p = h.alloc(heap, plat::kHeapZeroMemory, 64);
 #pragma once
 #include <cstddef>
 #include <cstdint>

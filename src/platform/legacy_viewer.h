@@ -1,6 +1,12 @@
 // The old viewer: a window found by its class, text through a mailslot or
 // WM_COPYDATA, and the message beep. Only Windows has these; elsewhere no window is
 // ever found and the mailslot cannot be opened.
+// Errors: null window, kNoMailslot or false; nothing to recover, the caller drops
+// the line.
+// Threads: any thread; the caller serialises writes to one mailslot (the debug
+// channel's output lock does).
+//
+//   if (uint64_t w = plat::FindViewerWindow(u"ZrkClsTRAVUE16")) plat::SendCopyData(w, 6, u"", 0, &reply);
 #pragma once
 #include <cstdint>
 

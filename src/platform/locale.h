@@ -4,6 +4,11 @@
 // Linux: the user's locale comes from the environment (LC_ALL, then LANG; for the
 // UI language LC_ALL, LC_MESSAGES, LANG), "de_DE.UTF-8" -> 0x0407; "C", "POSIX" or
 // nothing -> en-US (0x0409).
+// Errors: the comparison, mapping and locale-data calls return 0 on failure with
+// plat::LastError set; MapStringLocaleEx returns -1 where the system lacks it.
+// Threads: any thread.
+//
+//   int r = plat::CompareStringLocale(plat::kLocaleUserDefault, plat::kNormIgnoreCase, a, -1, b, -1);
 #pragma once
 #include <cstdint>
 

@@ -1,26 +1,35 @@
 // Critical sections: recursive, with try-enter and a spin count.
+// Errors: none; Enter blocks until the lock is free.
+// Threads: a CriticalSection is recursive: the owning thread may enter it again and
+// leaves it as often as it entered; only the owner leaves it.
+//
+//   plat::CriticalSection lock;
+//   { plat::Lock guard(lock); ... }   // left at the end of the scope
 #pragma once
 #include <cstdint>
 
+#include "platform/thread_annotations.h"
+
 namespace plat {
 
-class CriticalSection {
+class ZX_CAPABILITY("mutex") CriticalSection {
  public:
   explicit CriticalSection(uint32_t spinCount = 0);
   ~CriticalSection();
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
-  void Enter();
-  bool TryEnter();
-  void Leave();
+  // The analysis checks the callers; these bodies are the lock itself.
+  void Enter() ZX_ACQUIRE() ZX_NO_THREAD_SAFETY_ANALYSIS;
+  bool TryEnter() ZX_TRY_ACQUIRE(true) ZX_NO_THREAD_SAFETY_ANALYSIS;
+  void Leave() ZX_RELEASE() ZX_NO_THREAD_SAFETY_ANALYSIS;
  private:
   alignas(16) unsigned char storage_[64];
 };
 
-class Lock {
+class ZX_SCOPED_CAPABILITY Lock {
  public:
-  explicit Lock(CriticalSection& cs) : cs_(cs) { cs_.Enter(); }
-  ~Lock() { cs_.Leave(); }
+  explicit Lock(CriticalSection& cs) ZX_ACQUIRE(cs) : cs_(cs) { cs_.Enter(); }
+  ~Lock() ZX_RELEASE() { cs_.Leave(); }
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
  private:

@@ -1,4 +1,8 @@
 // Process and thread identity.
+// Errors: none; an unknown path or variable gives empty text.
+// Threads: any thread.
+//
+//   std::u16string home = plat::EnvironmentVariable(u"HOME");
 #pragma once
 #include <cstdint>
 #include <string>

@@ -6,6 +6,13 @@
 // serialised between processes by a lock file next to it ("<file>.lock").
 // The reading rules (stack buffer and retry, "T" booleans, the hive rule) live
 // above this layer in core/Registry.h.
+// Errors: the value calls return the Windows error number (0: success); they do not
+// set plat::LastError.
+// Threads: any thread; on Linux one lock per process serialises the store, and the
+// lock file serialises writers of different processes.
+//
+//   uint32_t type = 0, size = sizeof(value);
+//   if (plat::QueryRegValue(plat::Hive::CurrentUser, u"Software\\zarnik", u"X", &type, &value, &size) == 0) ...
 #pragma once
 #include <cstdint>
 #include <string>

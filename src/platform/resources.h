@@ -1,6 +1,12 @@
 // String resources of the library: string tables of 16 counted strings per block,
 // per language. Windows: the module's real resources; Linux: the same tables
 // compiled into the library.
+// Errors: false when absent (for a module without resources with plat::LastError
+// 1813, kErrResourceTypeNotFound).
+// Threads: any thread; the tables are read-only.
+//
+//   std::u16string text;
+//   if (plat::LoadStringResource(plat::LibraryModule(), 101, text)) ...
 #pragma once
 #include <cstdint>
 #include <string>

@@ -12,6 +12,13 @@
 // process is never mistaken for a live one. The name stays after its creator ends,
 // like a Windows mapping that somebody still holds, so a restarted publisher takes
 // over the very block that clients keep mapped.
+// Errors: false or null with plat::LastError set, as said at each call.
+// Threads: one SharedBlock object is used by one thread at a time; what lives in a
+// block is shared with other processes, so its words are read and written through
+// plat::SharedLoad and plat::SharedStore (platform/compiler.h) or std::atomic.
+//
+//   plat::SharedBlock block; bool existed = false;
+//   if (block.Create(u"Local\\MyBlock", 64, &existed)) Use(block.View());
 #pragma once
 #include <atomic>
 #include <cstddef>

@@ -1,4 +1,8 @@
 // Return addresses of the calling thread, and the modules that hold code addresses.
+// Errors: 0 frames or an empty path; nothing sets plat::LastError.
+// Threads: any thread; CaptureStack sees only the calling thread.
+//
+//   void* frames[16]; int n = plat::CaptureStack(0, 16, frames);
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -2,6 +2,9 @@
 // (the allocation time in a debug object's header; a few milliseconds of lag are
 // fine) and a token that tells the calling thread from every other live thread
 // (the job lock's owner). Neither enters the kernel.
+// Errors: none. Threads: any thread; ThreadToken answers for the calling thread.
+//
+//   const uintptr_t me = plat::ThreadToken();
 #pragma once
 #include <cstdint>
 

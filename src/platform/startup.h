@@ -1,6 +1,11 @@
 // What the library's process attach asks of the system: the math-library guard,
 // the run-time library's invalid-parameter handler, the library's manifest, the
 // remote session, and whether a module name leads back to a loaded module.
+// Errors: false where the system lacks the feature or refused; nothing sets
+// plat::LastError.
+// Threads: called from the library's process attach, on the loader's thread.
+//
+//   if (!plat::ActivateLibraryManifest(plat::LibraryModuleHandle())) ...
 #pragma once
 #include <cstdint>
 

@@ -2,6 +2,13 @@
 // the forced end, naming for debuggers, input attachment and the scheduler calls
 // of the idle helper. A thread handle is a WaitHandle of platform/event.h: it can
 // be waited on, duplicated and closed like an event.
+// Errors: null, false, 0xFFFFFFFF or kThreadPriorityError; ThreadCreateSuspended
+// also sets plat::LastError and *err.
+// Threads: any thread may act on any thread's handle; the caller serialises starting
+// and ending one thread (clsThreadBase does).
+//
+//   plat::WaitHandle t = plat::ThreadCreateSuspended(0, &Run, this, nullptr, &err);
+//   plat::ThreadResume(t); plat::WaitOne(t, plat::kInfinite); plat::HandleClose(t);
 #pragma once
 #include <cstddef>
 #include <cstdint>

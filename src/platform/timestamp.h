@@ -1,5 +1,9 @@
 // Time stamps for log lines: the local wall-clock time with milliseconds
 // (GetLocalTime) and the high-resolution counter (QueryPerformanceCounter).
+// Errors: the counter calls return false when there is no working counter.
+// Threads: any thread.
+//
+//   plat::SystemTime now; plat::LocalTimeNow(&now);
 #pragma once
 #include <cstdint>
 

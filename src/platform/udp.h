@@ -1,6 +1,11 @@
 // UDP datagrams on the local host: the sending half (the debug channel's viewer
 // transport, with the Winsock call sequence) and the receiving half (a viewer).
 // Errors are Winsock numbers on every OS (10061 refused, 10054 reset, ...).
+// Threads: any thread; the caller serialises the calls on one socket (the sender's
+// mutex in the shared block does).
+//
+//   uint16_t port = 0; uint64_t s = plat::UdpBindLoopback(0, &port);
+//   int n = plat::ReceiveFrom(s, buffer, sizeof buffer, 100);   // 0: time-out
 #pragma once
 #include <cstdint>
 

@@ -1,5 +1,8 @@
 // UTF-16 sniffing of a text's first bytes. Windows: IsTextUnicode. Linux: the
 // same tests, read the same way (utf16_sniff_posix.cc). Thread-safe, no state.
+// Errors: none; a test that fails answers false.
+//
+//   bool wide = plat::LooksLikeUtf16(bytes, n, 0xFFFF);
 #pragma once
 #include <cstdint>
 

@@ -1,4 +1,8 @@
 // The version resource of a module file: its "FileVersion" and "Build" values.
+// Errors: false when the file has none; nothing sets plat::LastError.
+// Threads: any thread.
+//
+//   std::u16string version, build; plat::ModuleVersionStrings(path, &version, &build);
 #pragma once
 #include <string>
 

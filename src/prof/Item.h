@@ -1,6 +1,7 @@
 // One node of a profile tree: a value (no sublist) or a list (sublist set, the
 // value empty and the name the sublist's own shared name). Both kinds live in one
 // sequence and may bear the same name.
+// Threads: an item belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
 #include "prof/SharedString.h"
 

@@ -1,6 +1,7 @@
 // A list of a profile tree: its items in the order of appending, in the circular
 // singly linked list of the base (a walk starts at the successor of the tail).
 // The list owns its items, each item its sublist.
+// Threads: a list belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
 #include <cstdint>
 #include <vector>

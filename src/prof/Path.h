@@ -2,6 +2,7 @@
 // part in comparisons with its first 255 characters only (it is cut where a
 // buffer of 256 characters would cut it); the last name counts at full length.
 // Names compare case-sensitively, character by character.
+// Threads: any thread; no state.
 #pragma once
 #include <cstdint>
 

@@ -3,6 +3,18 @@
 // Every operation tests the job against null: counts and handles give 0 or null,
 // codes give 0, except GetError, DebugList and CopyList, which give
 // PROF_ERR_HANDLE (-5); value operations then do nothing.
+// Errors: the codes below, kept per job (GetError) and returned by the operations
+// that return a code; nothing throws or sets plat::LastError.
+// Threads: a job is not thread-safe; the caller serialises every call on a job and
+// its lists (CopyList: on both jobs). Only the reference count is atomic, so
+// JobAddRef and JobClose may come from any thread. SetOption is process-wide and
+// locked.
+//
+//   clsProfJob* job = JobOpen(nullptr, 0);
+//   SetString(job, nullptr, u"window\\title", u"Main");
+//   char16_t title[64];
+//   GetString(job, nullptr, u"window\\title", title, 64, u"");
+//   JobClose(job);
 #pragma once
 #include <cstdint>
 

@@ -1,6 +1,7 @@
 // The shared pointer to String that items, lists and the string caches hold. One
 // block carries an atomic count and the String; copies of the pointer count up
 // and down, the last one frees the block. Items of different jobs may share one.
+// Threads: the count is atomic, so pointers are copied and dropped on any thread.
 #pragma once
 #include <atomic>
 #include <cstdint>

@@ -3,6 +3,7 @@
 // bucket 0 without hashing) and found by an ordinal, case-sensitive comparison.
 // Entries stay until the cache ends, so deleting items frees no cached strings.
 // Buckets are made on first use.
+// Threads: a cache belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
 #include <memory>
 

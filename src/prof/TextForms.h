@@ -2,6 +2,7 @@
 // forms tried in order. Every form goes through the library's formatter and
 // scanner, so leading white space is skipped and trailing text ignored ("12abc"
 // reads 12), and the hexadecimal forms need their leading "x" in that case.
+// Threads: any thread; no state.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,6 @@
 // Owners of one system handle: the generic holder and the unnamed event.
+// Threads: an owner is used by one thread at a time; the handle it owns may be
+// waited on and signalled from any thread.
 #pragma once
 #include "platform/event.h"
 

@@ -229,10 +229,13 @@ void clsThreadBase::ReportTimes() {
                static_cast<int>(Ms(t.user)), static_cast<int>(Ms(t.kernel)));
 }
 
+// Every return leaves m_Lock through the lambda leave(); the lock analysis sees
+// the lambda as a function of its own and cannot pair the two.
+ZX_NO_THREAD_SAFETY_ANALYSIS
 bool clsThreadBase::ThreadEnd(bool bIfSuspendedSkipWait, uint32_t dwTimeoutMs, bool bForce) {
   bool result = true;
   m_Lock.Enter();
-  auto leave = [&] {
+  auto leave = [&]() ZX_NO_THREAD_SAFETY_ANALYSIS {
     m_nEnding.fetch_sub(1, std::memory_order_acq_rel);
     m_Lock.Leave();
     return result;

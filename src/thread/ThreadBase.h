@@ -2,6 +2,16 @@
 // (ThreadStart returns only once the thread runs), a cooperative stop through one
 // stop event, an end that pumps messages so that it can't dead-lock a window's
 // thread, and a forced end that is reported.
+// Errors: ThreadStart returns false with the reason in ThreadGetLastError; ThreadEnd
+// returns false only after a forced end; ThreadWait reports through *pResult.
+// Threads: ThreadStart, ThreadEnd and ThreadGetState may come from any thread and
+// are serialised by the object's lock; ThreadWait* only from inside ThreadProc. The
+// object must outlive its thread's ThreadProc.
+//
+//   class Worker : public clsThreadBase {
+//     uint32_t ThreadProc() override { int32_t r; while (ThreadWait(100, &r, 0)) Poll(); return 0; }
+//   };
+//   Worker w("poll"); w.ThreadStart(); ... w.ThreadEnd(false, 5000, true);
 #pragma once
 #include <atomic>
 #include <cstdint>
@@ -9,6 +19,7 @@
 #include "core/strings/String.h"
 #include "platform/event.h"
 #include "platform/lock.h"
+#include "platform/thread_annotations.h"
 #include "thread/ConcurrencyMarkers.h"
 #include "thread/HandleObject.h"
 
@@ -65,7 +76,7 @@ class clsThreadBase : public clsConcurrencyVisualizerUser {
   struct StartArgs;
   static uint32_t Entry(void* arg);
   void SetError(const char16_t* format, ...);
-  bool WaitForEnd(uint32_t dwTimeoutMs);
+  bool WaitForEnd(uint32_t dwTimeoutMs) ZX_REQUIRES(m_Lock);
   void ReportTimes();
   void Collect(bool forced);
 

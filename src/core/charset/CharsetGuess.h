@@ -1,6 +1,7 @@
 // The guess of a charset from wide text: each character falls into script classes
 // (bits); one class names its font charset, several leave the decision to the
 // default code page of String.
+// Threads: any thread; no state.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,6 @@
 // The table of charset names (as they appear in mail headers and documents) and
 // their code pages.
+// Threads: any thread; the table is constant.
 #pragma once
 #include <cstdint>
 #include <span>

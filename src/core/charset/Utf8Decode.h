@@ -1,6 +1,7 @@
 // The library's own strict UTF-8 decoder. It works on the basic plane only and
 // answers with an error text in place of the result when the input is bad; its
 // callers use that text as data.
+// Threads: any thread; no state.
 #pragma once
 #include <cstddef>
 

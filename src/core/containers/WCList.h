@@ -4,6 +4,7 @@
 // append (at the tail) and insert (at the front) take constant time. get(index)
 // removes and returns an element, clamping the index into the list; an empty
 // list yields a default element.
+// Threads: a list is used by one thread at a time; its owner locks a shared one.
 #pragma once
 #include <cstddef>
 #include <new>

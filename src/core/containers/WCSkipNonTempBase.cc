@@ -52,8 +52,17 @@ void WCSkipNonTempBase::SeedForTests(unsigned seed) {
 }
 
 int WCSkipNonTempBase::ChooseLevel(uint32_t levelMask, int maxLevels) {
-  plat::CriticalSection* lock = ReservoirLock();
-  if (lock) lock->Enter();
+  int level;
+  if (plat::CriticalSection* lock = ReservoirLock()) {
+    plat::Lock guard(*lock);
+    level = TossLevel(levelMask);
+  } else {
+    level = TossLevel(levelMask);   // one processor: nobody to race with
+  }
+  return level < maxLevels - 1 ? level : maxLevels - 1;
+}
+
+int WCSkipNonTempBase::TossLevel(uint32_t levelMask) {
   uint32_t bits = g_bits.load(std::memory_order_relaxed);
   int left = g_tossesLeft.load(std::memory_order_relaxed);
   int level = 0;
@@ -69,8 +78,7 @@ int WCSkipNonTempBase::ChooseLevel(uint32_t levelMask, int maxLevels) {
   } while (toss == 0);
   g_bits.store(bits, std::memory_order_relaxed);
   g_tossesLeft.store(left, std::memory_order_relaxed);
-  if (lock) lock->Leave();
-  return level < maxLevels - 1 ? level : maxLevels - 1;
+  return level;
 }
 
 WCSkipNonTempBase::WCSkipNonTempBase(int probability, int levelCount, bool duplicates,

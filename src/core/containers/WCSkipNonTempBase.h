@@ -5,11 +5,14 @@
 // Node layout: the payload, then level + 1 forward pointers. A node pointer
 // addresses the first forward pointer, so the head (headSlots) is a node without
 // payload and the payload of a real node lies at a fixed negative offset.
+// Threads: a list is used by one thread at a time; only the level chooser is
+// process-wide, behind its own lock.
 #pragma once
 #include <cstddef>
 #include <cstdint>
 
 #include "core/containers/WCExcept.h"
+#include "platform/compiler.h"
 
 struct WCSkipNode;  // opaque: always used through its forward pointers
 
@@ -38,6 +41,7 @@ class WCSkipNonTempBase : public WCExcept {
   // The process-wide level choice: coin tosses of levelMask over the reservoir,
   // limited to maxLevels - 1.
   static int ChooseLevel(uint32_t levelMask, int maxLevels);
+  static int TossLevel(uint32_t levelMask);   // ChooseLevel's draw, under the reservoir lock
   // Puts the process-wide generator behind the reservoir into a known state and
   // resets the reservoir, so that tests see reproducible node levels.
   static void SeedForTests(unsigned seed);
@@ -68,7 +72,7 @@ class WCSkipNonTempBase : public WCExcept {
   }
   WCSkipNode* First() const { return Next(head, 0); }
   static void Prefetch(const WCSkipNode* n, size_t payloadSpace) {
-    if (n) __builtin_prefetch(reinterpret_cast<const char*>(n) - payloadSpace);
+    if (n) ZX_PREFETCH(reinterpret_cast<const char*>(n) - payloadSpace);
   }
 
   // Top-down search. lessThanKey(node) tells whether the node's key is less

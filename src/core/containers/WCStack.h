@@ -1,5 +1,6 @@
 // The stack of the WC family: an adapter over a singly linked list whose front
 // is the top.
+// Threads: a stack is used by one thread at a time.
 #pragma once
 #include "core/containers/WCList.h"
 

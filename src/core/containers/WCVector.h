@@ -1,6 +1,7 @@
 // The growing vector of the WC family. Writing through operator[] at a
 // non-negative index makes the index exist: missing elements up to it are
 // default-constructed. The vector never shrinks its elements in place.
+// Threads: a vector is used by one thread at a time.
 #pragma once
 #include <new>
 #include <type_traits>

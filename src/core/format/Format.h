@@ -13,6 +13,7 @@
 // counted, not stored, once the output buffer is full. A result longer than
 // INT_MAX units is -1. %f, %e, %g take a double also with L (long double is a
 // double on Windows).
+// Threads: any thread; the formatter and scanner keep no state.
 #pragma once
 #include <cstdarg>
 #include <cstddef>

@@ -2,6 +2,7 @@
 // written as the universal CRT writes them: correctly rounded digits (ties to
 // even), an exponent of at least two digits, "inf", "nan", "nan(snan)" and
 // "nan(ind)" (the sign-only quiet NaN that x64 arithmetic produces).
+// Threads: any thread; no state.
 #pragma once
 #include <cstddef>
 

@@ -1,6 +1,7 @@
 // Narrow text at the edges of the formatter and the scanner: %hs, %S, %hc, %C and
 // %Z arguments are widened, and %hs, %S, %hc, %C, %h[ fields narrowed, in the code
 // page that FormatCodePage() names (0: byte by byte, as String does it).
+// Threads: any thread; the code-page source is an atomic pointer.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 // The identity strings of the process and of this library, set once at process
 // attach (or on first use in a copy that had none) and read-only afterwards.
+// Threads: any thread; the strings are built once under the static-initialisation
+// guard and never change.
 #pragma once
 #include <cstdint>
 

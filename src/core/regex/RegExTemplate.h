@@ -2,6 +2,7 @@
 // parts: "\\" followed by "\\" is one backslash, "\\" followed by a digit d is
 // group d of the match, every other character is copied as it is (a lone or
 // trailing backslash included).
+// Threads: any thread; a template is a local of one call.
 #pragma once
 
 #include <cstdint>

@@ -10,6 +10,7 @@
 //   HKEY_CURRENT_USER for the rest of the process.
 //
 // Passing plat::Hive::CurrentUser to these functions applies the hive rule.
+// Threads: any thread; the hive rule is an atomic read once.
 #pragma once
 #include <cstdint>
 #include <string>

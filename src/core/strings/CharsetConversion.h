@@ -8,6 +8,7 @@
 //                                                  // is filled by the W call; the
 //                                                  // destructor writes it back
 //   clsCharsetConversionStringCP text(65001, psz); // the same in a given code page
+// Threads: a conversion object is a local of one call, used by its thread only.
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -2,6 +2,16 @@
 // record counted atomically, with copy-on-write. Copying a String is one atomic
 // increment and never allocates; IString is the same string compared without case
 // (the key type of dictionaries). clsCHARString is a small narrow companion.
+// Errors: nothing throws. An edit that runs out of memory, or would pass
+// kWholeString characters, leaves the string as it was; the functions that can fail
+// otherwise say so below (false, 0 or an ERR line).
+// Threads: copies may live on different threads (the count is atomic and every edit
+// unshares first). One String object is never used by two threads at once, not even
+// for reading through narrow(), which caches its narrow copy in the object.
+//
+//   String name(u"report");
+//   String copy = name;          // shares the buffer
+//   copy.Append(u".txt");        // copy unshares; name is still "report"
 #pragma once
 #include <atomic>
 #include <cstdarg>

@@ -1,4 +1,5 @@
 // The millisecond counter of every time-out in the library.
+// Threads: any thread.
 #pragma once
 #include <cstdint>
 

@@ -29,8 +29,6 @@
 namespace plat {
 namespace {
 
-constexpr uint32_t kErrNegativeSeek = 131;
-constexpr uint32_t kErrNotLocked = 158;
 constexpr uint32_t kGenericAll = 0x10000000u;
 constexpr uint32_t kReadDataBits = kGenericRead | kGenericAll | 0x1;       // FILE_READ_DATA
 constexpr uint32_t kWriteDataBits = kGenericWrite | kGenericAll | 0x2 | 0x4;  // WRITE, APPEND
