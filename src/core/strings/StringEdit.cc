@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "core/String.h"
+#include "core/strings/String.h"
 
 namespace zx {
 namespace {
