@@ -54,7 +54,7 @@ std::string Leaf(const String& name) {
 }  // namespace
 
 TEST(FileLarge, SparseFilePastFourGigabytes) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "sparse.bin";
   clsFileRW f(Str(path), 2, 2, 0, 0x100);
   f.SetDeleteOnRelease(false);
@@ -94,11 +94,11 @@ TEST(FileLarge, SparseFilePastFourGigabytes) {
 }
 
 TEST(FileCopy, CopiesFromTheSourcePositionToItsEnd) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   std::string data;
   for (int i = 0; i < 300000; ++i) data += static_cast<char>('a' + i % 26);
-  ftest::WriteBytes(dir / "src.bin", data);
-  ftest::WriteBytes(dir / "dst.bin", std::string(1000000, 'Z'));
+  zxsupport::WriteBytes(dir / "src.bin", data);
+  zxsupport::WriteBytes(dir / "dst.bin", std::string(1000000, 'Z'));
   clsFile src(Str(dir / "src.bin"), 0, 0, 2, 0x102);
   clsFileRW dst(Str(dir / "dst.bin"), 2, 0, 0, 0x102);
   src.SetPos(1000);
@@ -106,7 +106,7 @@ TEST(FileCopy, CopiesFromTheSourcePositionToItsEnd) {
   ASSERT_TRUE(dst.CopyFrom(src));
   EXPECT_EQ(data.size() - 1000 + 10, dst.GetPos());
   dst.Close();
-  EXPECT_EQ(std::string(10, 'Z') + data.substr(1000), ftest::ReadBytes(dir / "dst.bin"));   // cut behind the copy
+  EXPECT_EQ(std::string(10, 'Z') + data.substr(1000), zxsupport::ReadBytes(dir / "dst.bin"));   // cut behind the copy
 
   // A source at its end copies nothing and still sets the end.
   clsFileRW dst2(Str(dir / "dst.bin"), 2, 0, 0, 0x102);
@@ -131,8 +131,8 @@ TEST(FileCopy, CopiesFromTheSourcePositionToItsEnd) {
 }
 
 TEST(FileCopy, AShortSourceReadFails) {
-  ftest::ScratchDir dir;
-  ftest::WriteBytes(dir / "s.bin", "abcdef");
+  zxsupport::ScratchDir dir;
+  zxsupport::WriteBytes(dir / "s.bin", "abcdef");
   clsFile src(Str(dir / "s.bin"), 0, 0, 3, 0);
   clsFileRW dst(Str(dir / "d.bin"), 2, 2, 0, 0);
   clsFileRW cutter(Str(dir / "s.bin"), 2, 0, 3, 0);   // shrinks the source behind its back
@@ -145,7 +145,7 @@ TEST(FileCopy, AShortSourceReadFails) {
 }
 
 TEST(FileTemp, ATemporaryFileUnderZarnikGoesAwayWhenClosed) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   TempFolder temp(dir.path());
   String name;
   {
@@ -169,7 +169,7 @@ TEST(FileTemp, ATemporaryFileUnderZarnikGoesAwayWhenClosed) {
 }
 
 TEST(FileTemp, TheNamingRule) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   TempFolder temp(dir.path());
   const String base = Str(dir / "base");
   // Bit 0x2: the plain name first, then numbered ones.
@@ -192,7 +192,7 @@ TEST(FileTemp, TheNamingRule) {
   EXPECT_TRUE(UtilMakeTempName(Str(dir / "missing" / "x"), String(u"tmp"), 0, nullptr).IsEmpty());
 
   // A folder that cannot be made ("blocker" is a file) falls back to the temporary folder.
-  ftest::WriteBytes(dir / "blocker", "a file in the way");
+  zxsupport::WriteBytes(dir / "blocker", "a file in the way");
   const String name = UtilCreateTempName(String(u"blocker\\zarnik"), String(u"zrk"), String(u"tmp"), 1, nullptr);
   ASSERT_FALSE(name.IsEmpty());
   EXPECT_TRUE(ftest::fs::exists(dir / Leaf(name)));
@@ -202,10 +202,10 @@ TEST(FileTemp, TheNamingRule) {
 }
 
 TEST(FileTemp, AStaleFileIsTakenOverOnlyWithAHolder) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   TempFolder temp(dir.path());
   const auto stale = dir / "_22_old.tmp";
-  ftest::WriteBytes(stale, "old content");
+  zxsupport::WriteBytes(stale, "old content");
   ftest::fs::last_write_time(stale, ftest::fs::file_time_type::clock::now() - std::chrono::hours(24 * 8));
   {
     clsFileHandleHolder holder;
@@ -216,9 +216,9 @@ TEST(FileTemp, AStaleFileIsTakenOverOnlyWithAHolder) {
   }
   EXPECT_FALSE(ftest::fs::exists(stale));   // the holder's file is deleted when closed
   // A recent file is not taken.
-  ftest::WriteBytes(stale, "recent");
+  zxsupport::WriteBytes(stale, "recent");
   clsFileHandleHolder holder;
   const String name = UtilMakeTempName(Str(dir / "old"), String(u"tmp"), kTempPlainFirst, &holder);
   EXPECT_NE("_22_old.tmp", Leaf(name));
-  EXPECT_EQ("recent", ftest::ReadBytes(stale));
+  EXPECT_EQ("recent", zxsupport::ReadBytes(stale));
 }

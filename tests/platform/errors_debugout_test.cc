@@ -166,11 +166,11 @@ TEST(DebugOutput, DestinationFromEnvironment) {
   };
   const std::string expected = "one line\ngr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80\n\n";
   ASSERT_EQ(run("ZXUT_ODS=" + file), 0);
-  EXPECT_EQ(ptest::ReadFile(file), "kept\n" + expected);   // appended
+  EXPECT_EQ(zxsupport::ReadBytes(file), "kept\n" + expected);   // appended
   ASSERT_EQ(run("ZXUT_ODS=stderr"), 0);
-  EXPECT_NE(ptest::ReadFile(std::string(dir) + "/stderr.txt").find(expected), std::string::npos);
+  EXPECT_NE(zxsupport::ReadBytes(std::string(dir) + "/stderr.txt").find(expected), std::string::npos);
   ASSERT_EQ(run("ZXUT_ODS="), 0);
-  EXPECT_EQ(ptest::ReadFile(std::string(dir) + "/stderr.txt").find("one line"), std::string::npos);
+  EXPECT_EQ(zxsupport::ReadBytes(std::string(dir) + "/stderr.txt").find("one line"), std::string::npos);
   std::system((std::string("rm -rf ") + dir).c_str());
 }
 #endif
