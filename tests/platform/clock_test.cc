@@ -1,15 +1,11 @@
-// The clock seam and FakeClock, critical sections, and OLE string layout.
+// The clock seam and FakeClock.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <thread>
 
-#include "platform/bstr.h"
 #include "platform/clock.h"
-#include "platform/lock.h"
-#include "platform/process.h"
 
 using namespace plat;
 
@@ -75,107 +71,3 @@ TEST(Clock, CustomHooks) {
   SetClockHooks(nullptr);
   EXPECT_NE(TickCount64(), 42u);
 }
-
-TEST(CriticalSection, RecursiveAndTryEnterFromAnotherThread) {
-  CriticalSection cs(100);
-  cs.Enter();
-  cs.Enter();                     // recursion on the owner
-  EXPECT_TRUE(cs.TryEnter());     // and try-enter too
-  bool otherGot = true;
-  std::thread([&] { otherGot = cs.TryEnter(); }).join();
-  EXPECT_FALSE(otherGot);
-  cs.Leave();
-  cs.Leave();
-  std::thread([&] { otherGot = cs.TryEnter(); }).join();
-  EXPECT_FALSE(otherGot);         // still held once
-  cs.Leave();
-  std::thread([&] {
-    otherGot = cs.TryEnter();
-    if (otherGot) cs.Leave();
-  }).join();
-  EXPECT_TRUE(otherGot);
-}
-
-TEST(CriticalSection, MutualExclusionUnderContention) {
-  CriticalSection cs(100);
-  long counter = 0;          // deliberately not atomic: the lock protects it
-  std::atomic<int> inside{0};
-  std::atomic<bool> overlap{false};
-  auto work = [&] {
-    for (int i = 0; i < 20000; ++i) {
-      Lock lock(cs);
-      if (inside.fetch_add(1) != 0) overlap = true;
-      ++counter;
-      inside.fetch_sub(1);
-    }
-  };
-  std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
-  for (auto& t : threads) t.join();
-  EXPECT_EQ(counter, 60000);
-  EXPECT_FALSE(overlap.load());
-}
-
-TEST(Bstr, LayoutAllocationAndReallocation) {
-  Bstr b = SysAllocLen(u"abc", 3);
-  ASSERT_NE(b, nullptr);
-  uint32_t prefix;
-  std::memcpy(&prefix, reinterpret_cast<const unsigned char*>(b) - 4, 4);
-  EXPECT_EQ(prefix, 6u);   // bytes, not characters
-  EXPECT_EQ(SysLen(b), 3u);
-  EXPECT_EQ(SysByteLen(b), 6u);
-  EXPECT_EQ(b[3], 0);
-  EXPECT_EQ(std::u16string(b), u"abc");
-  EXPECT_EQ(reinterpret_cast<uintptr_t>(b) % 4, 0u);
-  SysFree(b);
-  // Uninitialised text, embedded zeros and reallocation.
-  b = SysAllocLen(nullptr, 5);
-  ASSERT_NE(b, nullptr);
-  EXPECT_EQ(SysLen(b), 5u);
-  EXPECT_EQ(b[5], 0);
-  for (int i = 0; i < 5; ++i) b[i] = u'x';
-  // Embedded zeros count: the length is the prefix, not a scan.
-  Bstr z = SysAllocLen(u"a\0b", 3);
-  EXPECT_EQ(SysLen(z), 3u);
-  // Reallocation may take its text from the old string itself.
-  ASSERT_TRUE(SysReAllocLen(&b, b + 1, 3));
-  EXPECT_EQ(std::u16string(b, SysLen(b)), u"xxx");
-  ASSERT_TRUE(SysReAllocLen(&z, u"longer text", 11));
-  EXPECT_EQ(std::u16string(z), u"longer text");
-  EXPECT_FALSE(SysReAllocLen(nullptr, u"x", 1));
-  SysFree(b);
-  SysFree(z);
-  SysFree(nullptr);
-  EXPECT_EQ(SysLen(nullptr), 0u);
-  EXPECT_EQ(SysAlloc(nullptr), nullptr);
-  Bstr empty = SysAlloc(u"");
-  ASSERT_NE(empty, nullptr);
-  EXPECT_EQ(SysLen(empty), 0u);
-  SysFree(empty);
-}
-
-TEST(Process, Identity) {
-  EXPECT_NE(ProcessId(), 0u);
-  EXPECT_NE(ThreadId(), 0u);
-  uint32_t other = 0;
-  std::thread([&] { other = ThreadId(); }).join();
-  EXPECT_NE(other, ThreadId());
-  EXPECT_GE(ProcessorCount(), 1u);
-  EXPECT_LT(CurrentProcessor(), 4096u);
-  std::u16string exe = ExecutablePath();
-  EXPECT_NE(exe.find(u"test_platform"), std::u16string::npos);
-  EXPECT_EQ(ExecutableBaseName(), u"test_platform");
-  EXPECT_FALSE(LibraryPath().empty());
-  bool found = true;
-  EXPECT_EQ(EnvironmentVariable(u"ZXUT_SURELY_NOT_SET_42", &found), u"");
-  EXPECT_FALSE(found);
-}
-
-#ifndef _WIN32
-TEST(Process, EnvironmentIsConvertedFromUtf8) {
-  setenv("ZXUT_PLATFORM_TEST_ENV", "gr\xC3\xBC\xC3\x9F" "e", 1);
-  bool found = false;
-  EXPECT_EQ(EnvironmentVariable(u"ZXUT_PLATFORM_TEST_ENV", &found), u"gr\u00FC\u00DFe");
-  EXPECT_TRUE(found);
-  unsetenv("ZXUT_PLATFORM_TEST_ENV");
-}
-#endif

@@ -1,7 +1,10 @@
 // Helpers shared by the platform tests.
 #pragma once
 #include <cstdint>
+#include <cstdlib>
 #include <string>
+#include <utility>
+#include <vector>
 #ifdef _WIN32
 #include <windows.h>
 #endif
@@ -17,6 +20,31 @@
   } while (0)
 
 namespace ptest {
+
+#ifndef _WIN32
+// Sets the locale variables for one scope and restores them.
+class ScopedLocaleEnv {
+ public:
+  ScopedLocaleEnv(const char* lcAll, const char* lang) {
+    for (auto [name, value] : {std::pair{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {
+      const char* old = std::getenv(name);
+      saved_.push_back({name, old != nullptr, old ? old : ""});
+      value ? setenv(name, value, 1) : unsetenv(name);
+    }
+  }
+  ~ScopedLocaleEnv() {
+    for (auto& s : saved_) s.had ? setenv(s.name, s.value.c_str(), 1) : unsetenv(s.name);
+  }
+
+ private:
+  struct Saved {
+    const char* name;
+    bool had;
+    std::string value;
+  };
+  std::vector<Saved> saved_;
+};
+#endif
 
 // What an outside judge makes of narrow text: iconv on Linux, the system's own
 // converter on Windows.
