@@ -41,11 +41,20 @@ endfunction()
 
 # Compile settings shared by every test program.
 function(zxut_test_settings target)
-  target_link_libraries(${target} PRIVATE zxut22_internal zxUT22 GTest::gtest_main GTest::gmock)
+  target_link_libraries(${target} PRIVATE zxut_test_support zxut22_internal zxUT22 GTest::gtest_main GTest::gmock)
   target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_options(${target} PRIVATE -Winvalid-pch)
   target_compile_definitions(${target} PRIVATE ZXUT_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data"
                                                 ZXUT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+endfunction()
+
+# The helpers every test program shares (tests/support, namespace zxsupport): a
+# library of its own, not a test program. Included as "support/support_test_util.h".
+function(zxut_add_test_support)
+  file(GLOB _src CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/support/*.cc)
+  add_library(zxut_test_support STATIC ${_src})
+  target_link_libraries(zxut_test_support PUBLIC zxut22_internal GTest::gtest)
+  target_include_directories(zxut_test_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
 # GoogleTest's headers are the slow part of a test file: one precompiled header,
@@ -76,6 +85,8 @@ function(zxut_add_test_suite dir)
   set(_t test_${dir})
   add_executable(${_t} ${_src})
   zxut_test_settings(${_t})
+  # The folder's own helpers (<dir>_test_util.*) by name from its topic subfolders.
+  target_include_directories(${_t} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${dir})
   target_precompile_headers(${_t} REUSE_FROM zxut_test_pch)
   add_test(NAME ${dir} COMMAND ${_t} --gtest_brief=1)
   set_tests_properties(${dir} PROPERTIES TIMEOUT 900

@@ -16,7 +16,7 @@ void* Allocate(std::size_t size) noexcept {
 }
 }  // namespace
 
-long charset_test::AllocationCount() { return g_allocations.load(std::memory_order_relaxed); }
+long core_test::AllocationCount() { return g_allocations.load(std::memory_order_relaxed); }
 
 void* operator new(std::size_t size) {
   if (void* p = Allocate(size)) return p;

@@ -1,20 +1,17 @@
-// Helpers of the charset tests: iconv as the outside judge of code-page bytes, a
+// Helpers of the core tests: iconv as the outside judge of code-page bytes, a
 // guard for String's default code page, and an allocation counter.
 #pragma once
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
-#include <string_view>
-#if !defined(_WIN32)
-#include <unistd.h>
-#endif
-
 
 #include "core/strings/String.h"
+#include "support/support_test_util.h"
 
-namespace charset_test {
+namespace core_test {
+
+using zxsupport::FromUtf16LeBytes;
+using zxsupport::Utf16LeBytes;
 
 // Sets String's default code page for one test and restores it.
 class DefaultCodePageGuard {
@@ -47,54 +44,16 @@ inline const CodePageSample kSamples[] = {
      "\x93\xFA\x96{\x8C\xEA\x82\xCC\x83" "e\x83L\x83X\x83g \xB1\xB2\xB3"},
 };
 
-inline std::string Utf16LeBytes(std::u16string_view text) {
-  std::string out;
-  for (char16_t c : text) {
-    out.push_back(static_cast<char>(c & 0xFF));
-    out.push_back(static_cast<char>(c >> 8));
-  }
-  return out;
-}
-
-inline std::u16string FromUtf16LeBytes(const std::string& bytes) {
-  std::u16string out;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    out.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                        static_cast<unsigned char>(bytes[i + 1]) << 8));
-  }
-  return out;
-}
-
 // Runs `iconv -f from -t to` over `input`; nothing when iconv is missing or fails
 // (also under wine, where there is no iconv to run).
 inline std::optional<std::string> Iconv(const char* from, const char* to, const std::string& input) {
-#if defined(_WIN32)
-  (void)from; (void)to; (void)input;
-  return std::nullopt;
-#else
-  char path[] = "/tmp/zxut_charset_XXXXXX";
-  int fd = mkstemp(path);
-  if (fd < 0) return std::nullopt;
-  bool written = write(fd, input.data(), input.size()) == static_cast<ssize_t>(input.size());
-  close(fd);
-  std::optional<std::string> result;
-  if (written) {
-    std::string cmd = std::string("iconv -f ") + from + " -t " + to + " " + path + " 2>/dev/null";
-    if (FILE* p = popen(cmd.c_str(), "r")) {
-      std::string out;
-      char buf[4096];
-      size_t n;
-      while ((n = fread(buf, 1, sizeof buf, p)) > 0) out.append(buf, n);
-      if (pclose(p) == 0) result = out;
-    }
-  }
-  unlink(path);
-  return result;
-#endif
+  std::string out;
+  if (!zxsupport::RunFilter(std::string("iconv -f ") + from + " -t " + to, input, out)) return std::nullopt;
+  return out;
 }
 
 // Heap allocations made through operator new since the program started
-// (charset_alloc_counter.cc replaces the global operator new of the test program).
+// (alloc_counter.cc replaces the global operator new of the test program).
 long AllocationCount();
 
 // Allocations while it lives.
@@ -106,4 +65,4 @@ class AllocationProbe {
   long start_ = AllocationCount();
 };
 
-}  // namespace charset_test
+}  // namespace core_test

@@ -43,13 +43,6 @@ std::vector<Datagram> Receiver::Receive(size_t count, uint32_t timeoutMs) {
   return out;
 }
 
-std::string TempPath(const char* stem) {
-  std::ostringstream s;
-  s << std::filesystem::temp_directory_path().string() << "/zxut_debug_" << stem << "_"
-    << plat::ProcessId() << "_" << rand();
-  return s.str();
-}
-
 static std::string Unhex(const std::string& hex) {
   std::string out;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back(static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16)));
@@ -118,7 +111,7 @@ std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
 }
 #else
 std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams) {
-  std::string path = TempPath("dump");
+  std::string path = zxsupport::TempPath("debug_dump");
   FILE* f = std::fopen(path.c_str(), "wb");
   for (const Datagram& d : datagrams) {
     uint32_t len = static_cast<uint32_t>(d.bytes.size());

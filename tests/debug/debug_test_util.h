@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "support/support_test_util.h"
+
 namespace zxtest {
 
 struct Datagram {
@@ -34,7 +36,5 @@ struct Oracle {
 // the current test when the script rejects a datagram.
 std::vector<Oracle> DecodeWithPython(const std::vector<Datagram>& datagrams);
 std::vector<Oracle> DecodeDumpWithPython(const std::string& dumpPath);
-
-std::string TempPath(const char* stem);
 
 }  // namespace zxtest

@@ -36,18 +36,14 @@ void SetEnv(const char* name, const std::string& value) {
 const bool g_isolated = [] {
   if (std::getenv("ZXUT_DEBUG_CHILD")) return false;   // a client child: its parent decides
   SetEnv("ZXUT_SHM_PREFIX", "zxtest" + std::to_string(plat::ProcessId()));
-  std::string reg = zxtest::TempPath("reg");
+  std::string reg = zxsupport::TempPath("debug_reg");
   std::filesystem::create_directories(reg);
   SetEnv("ZXUT_REGISTRY_DIR", reg);
   return true;
 }();
 
-std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-std::string Ascii(const std::u16string& s) {
-  std::string out;
-  for (char16_t c : s) out.push_back(c < 128 ? static_cast<char>(c) : '?');
-  return out;
-}
+using zxsupport::Ascii;
+using zxsupport::U16;
 
 void Print(int change, const char16_t* tag, const char16_t* format, ...) {
   va_list ap;
@@ -62,7 +58,7 @@ class LineTest : public ::testing::Test {
     ch_ = zx::DebugChannel();
     ASSERT_NE(ch_, nullptr);
     ASSERT_EQ(ch_->SharedView(), nullptr) << "a viewer block in this test's namespace";
-    path_ = zxtest::TempPath("log");
+    path_ = zxsupport::TempPath("debug_log");
     ch_->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
     ch_->AppLocal()->indentation.store(0);
   }

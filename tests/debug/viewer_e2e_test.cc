@@ -79,7 +79,7 @@ class ViewerE2E : public ::testing::Test {
 };
 
 TEST_F(ViewerE2E, EveryLineArrivesAsOneDatagram) {
-  std::string dump = zxtest::TempPath("e2e");
+  std::string dump = zxsupport::TempPath("debug_e2e");
   FILE* viewer = StartViewer("timeout 20", "--count 5 --raw " + dump);
   FILE* client = StartClient("lines");
   EXPECT_EQ(Finish(client), 0);
@@ -108,7 +108,7 @@ TEST_F(ViewerE2E, EveryLineArrivesAsOneDatagram) {
 }
 
 TEST_F(ViewerE2E, AKilledViewerIsReplacedAndTheClientFollowsThePort) {
-  std::string dump1 = zxtest::TempPath("first"), dump2 = zxtest::TempPath("second");
+  std::string dump1 = zxsupport::TempPath("debug_first"), dump2 = zxsupport::TempPath("debug_second");
   FILE* first = StartViewer("timeout -s KILL 1.5", "--raw " + dump1);
   FILE* client = StartClient("ticks");
   Finish(first);   // killed mid-stream: its block still says "enabled"

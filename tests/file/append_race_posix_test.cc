@@ -75,11 +75,11 @@ int RunWriters(const String& name) {
 }  // namespace
 
 TEST(FileAppendRace, WritersCreatingTheSameLogKeepEveryLineWhole) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   for (int round = 0; round < kRounds; ++round) {
     const auto path = dir / ("log" + std::to_string(round) + ".txt");
     ASSERT_EQ(kWriters, RunWriters(Str(path))) << "round " << round;
-    std::istringstream in(ftest::ReadBytes(path));
+    std::istringstream in(zxsupport::ReadBytes(path));
     std::set<std::string> seen;
     int lines = 0;
     for (std::string line; std::getline(in, line); ++lines) {

@@ -38,8 +38,8 @@ class SteppingClock {
 // A scratch file of 100 bytes.
 class FileLock : public ::testing::Test {
  protected:
-  void SetUp() override { ftest::WriteBytes(path, std::string(100, 'x')); }
-  ftest::ScratchDir dir;
+  void SetUp() override { zxsupport::WriteBytes(path, std::string(100, 'x')); }
+  zxsupport::ScratchDir dir;
   const ftest::fs::path path = dir / "locked.dat";
 };
 
@@ -132,7 +132,7 @@ TEST_F(FileLock, LockRetriesForTenSecondsThenGivesUp) {
 }
 
 TEST_F(FileLock, TheListKeepsOrderAndReportsDoubleUnlocks) {
-  ftest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   {
     clsFile f(Str(path), 2, 0, 0, 0x100);
     scFileLock* l1 = f.Lock(0, 10);

@@ -74,10 +74,10 @@ class CountingFile : public clsFileRW {
 }  // namespace
 
 TEST(FileOpen, ShareModesOfTwoOpensConflictAsOnWindows) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "shared.dat";
   for (const ShareCase& c : kShareCases) {
-    ftest::WriteBytes(path, "0123456789");
+    zxsupport::WriteBytes(path, "0123456789");
     SCOPED_TRACE(testing::Message() << c.first.access << c.first.create << c.first.share << " then "
                                     << c.second.access << c.second.create << c.second.share);
     clsFile a(Str(path), c.first.access, c.first.create, c.first.share, 0x100);
@@ -90,15 +90,15 @@ TEST(FileOpen, ShareModesOfTwoOpensConflictAsOnWindows) {
       EXPECT_FALSE(b.GetLastErrorText().IsEmpty());
     }
     a.Close();   // frees the file for reading here (Windows) and for the second
-    EXPECT_EQ("0123456789", ftest::ReadBytes(path));   // no open changed the file
+    EXPECT_EQ("0123456789", zxsupport::ReadBytes(path));   // no open changed the file
     EXPECT_EQ(0, b.Open(Str(path), c.second.access, c.second.create, c.second.share, 0x100));
   }
 }
 
 TEST(FileShareThreads, RacingExclusiveOpensNeverBothSucceed) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const String name = Str(dir / "race.dat");
-  ftest::WriteBytes(dir / "race.dat", "x");
+  zxsupport::WriteBytes(dir / "race.dat", "x");
   for (int round = 0; round < 200; ++round) {
     std::atomic<int> start{0};
     bool got[2] = {false, false};
@@ -124,8 +124,8 @@ TEST(FileShareThreads, RacingExclusiveOpensNeverBothSucceed) {
 TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKindsAndWriteTheirLine) {
   ASSERT_TRUE(kDeveloperModeSet);
   ASSERT_TRUE(DeveloperMode());
-  ftest::ScratchDir dir;
-  ftest::DiagCapture diag;
+  zxsupport::ScratchDir dir;
+  zxsupport::DiagCapture diag;
   const String missing = Str(dir / "absent.txt");
   clsFile f(missing, 0, 0, 2, 0x102);
   EXPECT_FALSE(f.IsOpen());
@@ -145,10 +145,10 @@ TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKindsAndWriteTheirLine) {
 
   clsFile reserved(String(u"NUL"), 0, 0, 2, 0x100);
   EXPECT_TRUE(diag.Contains(u"clsFile::Open('NUL') failed: 'file name is reserved by Windows'"));
-  const size_t before = diag.lines().size();
+  const size_t before = diag.Lines().size();
   clsFile good(Str(dir / "made.txt"), 2, 2, 0, 0x100);
   EXPECT_TRUE(good.IsOpen());
-  EXPECT_EQ(before, diag.lines().size());   // a good open is silent
+  EXPECT_EQ(before, diag.Lines().size());   // a good open is silent
 
   clsFile c(Str(dir / "new.txt"), 0, 1, 2, 0x100);   // without write access: a warning, no failure
   EXPECT_TRUE(c.IsOpen());
@@ -157,7 +157,7 @@ TEST(FileOpen, MissingFileAndMissingFolderAreDifferentKindsAndWriteTheirLine) {
 }
 
 TEST(FileOpen, AFolderOrAReadOnlyFileGivesNoAccess) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   ftest::fs::create_directory(dir / "folder");
   clsFile f(Str(dir / "folder"), 0, 0, 2, 0x100);
   EXPECT_FALSE(f.IsOpen());
@@ -170,18 +170,18 @@ TEST(FileOpen, AFolderOrAReadOnlyFileGivesNoAccess) {
     ASSERT_TRUE(make.IsOpen());
     EXPECT_EQ(4u, make.WriteString("data"));
   }
-  if (ftest::UnderWine()) GTEST_SKIP() << "wine runs as root, who writes into read-only files";
+  if (zxsupport::UnderWine()) GTEST_SKIP() << "wine runs as root, who writes into read-only files";
   clsFile w(Str(ro), 1, 0, 2, 0x100);
   EXPECT_FALSE(w.IsOpen());
   EXPECT_EQ(kFileErrAccess, w.GetLastErrorKind());
-  EXPECT_EQ("data", ftest::ReadBytes(ro));
+  EXPECT_EQ("data", zxsupport::ReadBytes(ro));
 #ifdef _WIN32
   SetFileAttributesW(ro.wstring().c_str(), FILE_ATTRIBUTE_NORMAL);
 #endif
 }
 
 TEST(FileOpen, ReservedNamesFailWithoutTouchingTheSystem) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const struct {
     const char16_t* name;
     bool reserved;
@@ -215,7 +215,7 @@ TEST(FileOpen, ReservedNamesFailWithoutTouchingTheSystem) {
 }
 
 TEST(FileOpen, ThreeAttemptsAndPausesOnlyForTemporaryFiles) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   for (uint32_t error : {32u, 33u, 5u}) {
     for (uint32_t flags : {0x100u, 0x800u}) {
       plat::FakeClock clock;
@@ -231,7 +231,7 @@ TEST(FileOpen, ThreeAttemptsAndPausesOnlyForTemporaryFiles) {
   }
   // A real conflict behaves the same.
   const auto path = dir / "held.dat";
-  ftest::WriteBytes(path, "x");
+  zxsupport::WriteBytes(path, "x");
   clsFile holder(Str(path), 2, 0, 0, 0x100);
   ASSERT_TRUE(holder.IsOpen());
   plat::FakeClock clock;
@@ -265,7 +265,7 @@ TEST(FileOpen, FlagTranslationTable) {
 }
 
 TEST(FileOpen, DeleteOnCloseRemovesOnlyWhatWasOpen) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "scratch.tmp";
   clsFile f(Str(path), 2, 2, 0, 0x104);
   ASSERT_TRUE(f.IsOpen());
@@ -274,18 +274,18 @@ TEST(FileOpen, DeleteOnCloseRemovesOnlyWhatWasOpen) {
   EXPECT_FALSE(ftest::fs::exists(path));
 
   // A failed open with the same flag leaves the other owner's file alone.
-  ftest::WriteBytes(path, "theirs");
+  zxsupport::WriteBytes(path, "theirs");
   clsFile owner(Str(path), 2, 0, 0, 0x100);
   ASSERT_TRUE(owner.IsOpen());
   clsFile g(Str(path), 2, 0, 0, 0x104);
   EXPECT_FALSE(g.IsOpen());
   g.Close();
   owner.Close();
-  EXPECT_EQ("theirs", ftest::ReadBytes(path));
+  EXPECT_EQ("theirs", zxsupport::ReadBytes(path));
 }
 
 TEST(FileOpen, AnAdoptedHandleIsOwnedAndClosed) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "adopt.dat";
   plat::FileHandle h = plat::FileOpen(Str(path).wchar(), plat::kGenericRead | plat::kGenericWrite, 0,
                                       plat::kCreateAlways, plat::kAttrNormal);
@@ -305,7 +305,7 @@ TEST(FileWrite, AFullDiskGivesAShortCountAndTheLine) {
 #ifdef _WIN32
   GTEST_SKIP() << "no device that is always full";
 #else
-  ftest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   clsFileRW f(String(u"/dev/full"), 1, 0, 3, 0x100);
   ASSERT_TRUE(f.IsOpen()) << f.GetLastErrorKind();
   EXPECT_EQ(0u, f.Write("data", 4));
@@ -318,7 +318,7 @@ TEST(FileWrite, AFullDiskGivesAShortCountAndTheLine) {
 }
 
 TEST(FileWrite, OffsetsWriteStringAndTheWideCount) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "w.bin";
   clsFileRW f(Str(path), 2, 2, 0, 0x100);
   ASSERT_TRUE(f.IsOpen());
@@ -332,7 +332,7 @@ TEST(FileWrite, OffsetsWriteStringAndTheWideCount) {
   EXPECT_EQ(1u, f.WriteString(u"yz", 1));
   EXPECT_EQ(2u, f.WriteString("pq", 2));
   f.Close();
-  EXPECT_EQ(std::string("01abZ\xe9\0x\0y\0pq", 13), ftest::ReadBytes(path));
+  EXPECT_EQ(std::string("01abZ\xe9\0x\0y\0pq", 13), zxsupport::ReadBytes(path));
   clsFile closed;
   EXPECT_EQ(0xFFFFFFFFu, closed.WriteString(u"x"));
   EXPECT_EQ(0u, closed.Write("x", 1));

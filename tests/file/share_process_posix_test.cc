@@ -55,9 +55,9 @@ class Child {
 }  // namespace
 
 TEST(FileShareProcess, AnotherProcessHoldingTheFileGives32ThenLetsGo) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "cross.dat";
-  ftest::WriteBytes(path, "data");
+  zxsupport::WriteBytes(path, "data");
   {
     Child child([&] {
       static clsFile held(Str(path), 2, 0, 0, 0x100);   // exclusive until the child ends
@@ -86,7 +86,7 @@ TEST(FileShareProcess, AnotherProcessHoldingTheFileGives32ThenLetsGo) {
 }
 
 TEST(FileShareProcess, AFileRemovedWhileOpenKeepsWorking) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "gone.dat";
   clsFileRW f(Str(path), 2, 2, 0, 0x100);
   f.SetDeleteOnRelease(false);

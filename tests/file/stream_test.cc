@@ -96,10 +96,10 @@ class OddStream : public IStream {
 }  // namespace
 
 TEST(FileStream, AForeignConsumerCopiesADiskFileThroughTheFace) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   std::string text;
   for (int i = 0; i < 1000; ++i) text += "line " + std::to_string(i) + "\n";
-  ftest::WriteBytes(dir / "in.txt", text);
+  zxsupport::WriteBytes(dir / "in.txt", text);
 
   auto* in = new clsFileRO(Str(dir / "in.txt"), 0, 0, 2, 0x102);
   auto* out = new clsFileRW(Str(dir / "out.txt"), 2, 2, 0, 0x102);
@@ -114,7 +114,7 @@ TEST(FileStream, AForeignConsumerCopiesADiskFileThroughTheFace) {
   // The last references delete both objects and close their files.
   EXPECT_EQ(0u, inFace->Release());
   EXPECT_EQ(0u, outFace->Release());
-  EXPECT_EQ(text, ftest::ReadBytes(dir / "out.txt"));
+  EXPECT_EQ(text, zxsupport::ReadBytes(dir / "out.txt"));
 
   // The other way round: clsFile over the consumer's own memory stream.
   IStream* mem = nullptr;
@@ -134,9 +134,9 @@ TEST(FileStream, AForeignConsumerCopiesADiskFileThroughTheFace) {
 }
 
 TEST(FileStream, StatusValuesOverAHandle) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "s.bin";
-  ftest::WriteBytes(path, "0123456789");
+  zxsupport::WriteBytes(path, "0123456789");
   clsFileRW rw(Str(path), 2, 0, 0, 0x100);
   rw.SetDeleteOnRelease(false);
   IStream& s = rw;
@@ -197,7 +197,7 @@ TEST(FileStream, StatusValuesOverAHandle) {
 }
 
 TEST(FileStream, OnlyAReadWriteObjectWritesThroughTheFace) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "ro.bin";
   clsFileRO ro(Str(path), 2, 2, 0, 0x100);   // opened with write access all the same
   ro.SetDeleteOnRelease(false);
@@ -228,7 +228,7 @@ TEST(FileStream, QueryInterfaceAndCounting) {
 }
 
 TEST(FileStream, GrowByRepairsAStreamThatMovesItsPosition) {
-  ftest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   OddStream odd;
   odd.moveOnSetSize = true;
   {
@@ -271,7 +271,7 @@ TEST(FileStream, StreamsWithoutLockingLockAtOnce) {
 }
 
 TEST(FileStream, AFailingStreamWriteIsReported) {
-  ftest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   OddStream odd;
   odd.failWrite = true;
   clsFileRW f(&odd);

@@ -39,7 +39,7 @@ const char* IconvName(uint32_t verdict) {
 
 #ifndef _WIN32
 TEST(FileUtf, VerdictsOnFilesWithoutMarkAgreeWithIconv) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const std::string chinese = "\xE4\xB8\xAD\xE6\x96\x87";   // both bytes of the first unit non-zero in UTF-16
   const struct {
     const char* encoding;
@@ -57,41 +57,41 @@ TEST(FileUtf, VerdictsOnFilesWithoutMarkAgreeWithIconv) {
     SCOPED_TRACE(std::string(c.encoding) + (c.start == chinese.c_str() ? " (CJK start)" : ""));
     const std::string source = SampleUtf8(c.start);
     std::string bytes;
-    ASSERT_TRUE(ftest::RunFilter(std::string("iconv -f UTF-8 -t ") + c.encoding, source, bytes));
+    ASSERT_TRUE(zxsupport::RunFilter(std::string("iconv -f UTF-8 -t ") + c.encoding, source, bytes));
     ASSERT_GE(bytes.size(), 201u);
     const auto path = dir / "sample.txt";
-    ftest::WriteBytes(path, bytes);
+    zxsupport::WriteBytes(path, bytes);
     uint64_t pos = 99;
     const uint32_t verdict = Guess(path, &pos);
     EXPECT_EQ(c.expected, verdict);
     EXPECT_EQ(0u, pos);
     ASSERT_NE(nullptr, IconvName(verdict));
     std::string decoded;
-    EXPECT_TRUE(ftest::RunFilter(std::string("iconv -f ") + IconvName(verdict) + " -t UTF-8", bytes, decoded));
+    EXPECT_TRUE(zxsupport::RunFilter(std::string("iconv -f ") + IconvName(verdict) + " -t UTF-8", bytes, decoded));
     EXPECT_EQ(source, decoded);
   }
 }
 
 TEST(FileUtf, Latin1AndTextBeyondTheBasicPlaneAreNoUtf) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   std::string text;
   for (int i = 0; i < 10; ++i) text += std::string(20, ' ') + "Gr\xC3\xBC\xC3\x9F" "e aus M\xC3\xBCnchen und K\xC3\xB6ln\r\n";
   std::string latin1, ignored;
-  ASSERT_TRUE(ftest::RunFilter("iconv -f UTF-8 -t ISO-8859-1", text, latin1));
-  ftest::WriteBytes(dir / "latin1.txt", latin1);
+  ASSERT_TRUE(zxsupport::RunFilter("iconv -f UTF-8 -t ISO-8859-1", text, latin1));
+  zxsupport::WriteBytes(dir / "latin1.txt", latin1);
   EXPECT_EQ(kUtfNone, Guess(dir / "latin1.txt"));
-  EXPECT_FALSE(ftest::RunFilter("iconv -f UTF-8 -t UTF-16LE", latin1, ignored));   // not UTF-8 for iconv either
+  EXPECT_FALSE(zxsupport::RunFilter("iconv -f UTF-8 -t UTF-16LE", latin1, ignored));   // not UTF-8 for iconv either
 
   // A 4-byte sequence is valid UTF-8 for iconv but not for the guess.
   std::string emoji = text + "\xF0\x9F\x98\x80";
-  ASSERT_TRUE(ftest::RunFilter("iconv -f UTF-8 -t UTF-16LE", emoji, ignored));
-  ftest::WriteBytes(dir / "emoji.txt", emoji);
+  ASSERT_TRUE(zxsupport::RunFilter("iconv -f UTF-8 -t UTF-16LE", emoji, ignored));
+  zxsupport::WriteBytes(dir / "emoji.txt", emoji);
   EXPECT_NE(kUtf8, Guess(dir / "emoji.txt"));
 }
 #endif
 
 TEST(FileUtf, ByteOrderMarksAndThePositionBehindThem) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const struct {
     std::string bytes;
     uint32_t type;
@@ -113,7 +113,7 @@ TEST(FileUtf, ByteOrderMarksAndThePositionBehindThem) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.bytes.size());
-    ftest::WriteBytes(dir / "bom.txt", c.bytes);
+    zxsupport::WriteBytes(dir / "bom.txt", c.bytes);
     uint64_t pos = 99;
     EXPECT_EQ(c.type, Guess(dir / "bom.txt", &pos));
     if (c.bytes.size() >= 2) {
@@ -123,9 +123,9 @@ TEST(FileUtf, ByteOrderMarksAndThePositionBehindThem) {
 }
 
 TEST(FileUtf, AFileNotAtItsBeginningIsReported) {
-  ftest::ScratchDir dir;
-  ftest::WriteBytes(dir / "mid.txt", std::string(300, 'a'));
-  ftest::DiagCapture diag;
+  zxsupport::ScratchDir dir;
+  zxsupport::WriteBytes(dir / "mid.txt", std::string(300, 'a'));
+  zxsupport::DiagCapture diag;
   clsFile f(Str(dir / "mid.txt"), 0, 0, 2, 0);
   f.SetPos(5);
   EXPECT_EQ(kUtfNone, f.GetUTFType());   // the read sees less than the size

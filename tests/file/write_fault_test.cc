@@ -21,11 +21,11 @@ TEST(FileWriteFault, AWriteThatFillsTheDiskReportsThePartWritten) {
   static const Row kRows[] = {{0, 112, 0}, {4, 112, 4}, {9, 112, 9}, {10, 112, 10}, {3, 5, 3}};
   for (const Row& r : kRows) {
     SCOPED_TRACE("room " + std::to_string(r.room) + " error " + std::to_string(r.error));
-    ftest::ScratchDir dir;
+    zxsupport::ScratchDir dir;
     const auto path = dir / "out.dat";
     clsFileRW f(Str(path), 2, 2, 0, kFileNormal);
     ASSERT_TRUE(f.IsOpen());
-    ftest::DiagCapture diag;
+    zxsupport::DiagCapture diag;
     {
       plat::FileFaultPlan plan(r.room, r.error);
       plat::SetLastError(0);
@@ -39,14 +39,14 @@ TEST(FileWriteFault, AWriteThatFillsTheDiskReportsThePartWritten) {
     }
     EXPECT_EQ(r.written, f.GetSize());
     f.Close();
-    EXPECT_EQ(std::string("0123456789").substr(0, r.written), ftest::ReadBytes(path));
+    EXPECT_EQ(std::string("0123456789").substr(0, r.written), zxsupport::ReadBytes(path));
   }
 }
 
 // Room runs out over several writes: the first ones whole, then a short one, then
 // none; once room is given back, writing goes on at the position.
 TEST(FileWriteFault, TheDiskFillsOverSeveralWrites) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "grow.dat";
   clsFileRW f(Str(path), 2, 2, 0, kFileNormal);
   ASSERT_TRUE(f.IsOpen());
@@ -59,21 +59,21 @@ TEST(FileWriteFault, TheDiskFillsOverSeveralWrites) {
   plan.SetRoom(100);
   EXPECT_EQ(3u, f.Write("xyz", 3));
   f.Close();
-  EXPECT_EQ("abcdefgxyz", ftest::ReadBytes(path));
+  EXPECT_EQ("abcdefgxyz", zxsupport::ReadBytes(path));
 }
 
 // A file taken away just before it is opened: an existing-file open fails with
 // 2, OPEN_ALWAYS makes a new, empty one.
 TEST(FileWriteFault, AFileRemovedBeforeTheOpen) {
-  ftest::ScratchDir dir;
+  zxsupport::ScratchDir dir;
   const auto path = dir / "gone.dat";
-  ftest::WriteBytes(path, "old bytes");
+  zxsupport::WriteBytes(path, "old bytes");
   plat::FileFaultPlan plan;
   plan.RemoveOnNextOpen();
   clsFile f(Str(path), 0, 0, 3, kFileNormal);
   EXPECT_FALSE(f.IsOpen());
   EXPECT_EQ(2u, plat::LastError());
-  ftest::WriteBytes(path, "old bytes");
+  zxsupport::WriteBytes(path, "old bytes");
   plan.RemoveOnNextOpen();
   clsFileRW g(Str(path), 2, 1, 3, kFileNormal);
   ASSERT_TRUE(g.IsOpen());

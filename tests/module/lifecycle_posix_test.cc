@@ -36,7 +36,7 @@ std::string ReadUtf16Ascii(const std::string& path) {
 }
 
 TEST(LifecycleE2E, TheLibrarySaysHelloAtLoadAndGoodbyeAtExit) {
-  std::string dir = zxtest::TempPath("child");
+  std::string dir = zxsupport::TempPath("module_child");
   ASSERT_EQ(mkdir(dir.c_str(), 0700), 0);
   std::string log = dir + "/child.log";
   {

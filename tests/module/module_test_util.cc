@@ -16,6 +16,10 @@
 #include "platform/process.h"
 
 namespace zxtest {
+
+using zxsupport::Ascii;
+using zxsupport::U16;
+
 namespace {
 
 // Blocks and registry of this test program stay its own.
@@ -26,7 +30,7 @@ const bool g_isolated = [] {
   _putenv_s("ZXUT_SHM_PREFIX", tag.c_str());
 #else
   setenv("ZXUT_SHM_PREFIX", tag.c_str(), 1);
-  std::string reg = TempPath("reg");
+  std::string reg = zxsupport::TempPath("module_reg");
   mkdir(reg.c_str(), 0700);
   setenv("ZXUT_REGISTRY_DIR", reg.c_str(), 1);
 #endif
@@ -35,28 +39,13 @@ const bool g_isolated = [] {
 
 }  // namespace
 
-std::string TempPath(const char* stem) {
-  std::ostringstream s;
-  s << std::filesystem::temp_directory_path().string() << "/zxut_module_" << stem << "_"
-    << plat::ProcessId() << "_" << rand();
-  return s.str();
-}
-
-std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-std::string Ascii(const std::u16string& s) {
-  std::string out;
-  for (char16_t c : s) out.push_back(c < 128 ? static_cast<char>(c) : '?');
-  return out;
-}
-
 std::string PointerText(const void* p) {
   char16_t buf[32];
   zx::FormatTo(buf, 32, u"%#p", p);
   return Ascii(buf);
 }
 
-DebugCapture::DebugCapture() : path_(TempPath("log")) {
+DebugCapture::DebugCapture() : path_(zxsupport::TempPath("module_log")) {
   zx::clsDebugChannel* ch = zx::DebugChannel();
   ch->SetLogFile(zx::String(std::u16string_view(U16(path_))), false);
   if (ch->AppLocal()) ch->AppLocal()->indentation.store(0);

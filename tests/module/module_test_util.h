@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/heap.h"
+#include "support/support_test_util.h"
 
 namespace zxtest {
 
@@ -28,9 +29,6 @@ class DebugCapture {
   std::string path_;
 };
 
-std::string TempPath(const char* stem);
-std::u16string U16(const std::string& s);
-std::string Ascii(const std::u16string& s);
 // "%#p" as the library prints it.
 std::string PointerText(const void* p);
 

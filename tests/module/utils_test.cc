@@ -18,7 +18,7 @@
 
 namespace {
 
-using zxtest::Ascii;
+using zxsupport::Ascii;
 using zxtest::DebugCapture;
 
 std::string Upper(std::string s) {

@@ -1,14 +1,15 @@
 // Helpers shared by the platform tests.
 #pragma once
 #include <cstdint>
-#include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 #ifdef _WIN32
 #include <windows.h>
-#else
-#include <unistd.h>
 #endif
+
+#include "support/support_test_util.h"
 
 // A call that must fail (return 0) and set the given last-error number.
 #define EXPECT_FAILS_WITH(call, error)          \
@@ -21,54 +22,29 @@
 namespace ptest {
 
 #ifndef _WIN32
-// Runs a shell command with `input` on stdin and returns its stdout (binary).
-inline bool RunFilter(const std::string& command, const std::string& input, std::string& output) {
-  char inPath[] = "/tmp/zxut_platform_in_XXXXXX";
-  int fd = mkstemp(inPath);
-  if (fd < 0) return false;
-  FILE* in = fdopen(fd, "wb");
-  fwrite(input.data(), 1, input.size(), in);
-  fclose(in);
-  std::string cmd = command + " < " + inPath;
-  FILE* p = popen(cmd.c_str(), "r");
-  if (!p) return false;
-  output.clear();
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0) output.append(buf, n);
-  int rc = pclose(p);
-  remove(inPath);
-  return rc == 0;
-}
+// Sets the locale variables for one scope and restores them.
+class ScopedLocaleEnv {
+ public:
+  ScopedLocaleEnv(const char* lcAll, const char* lang) {
+    for (auto [name, value] : {std::pair{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {
+      const char* old = std::getenv(name);
+      saved_.push_back({name, old != nullptr, old ? old : ""});
+      value ? setenv(name, value, 1) : unsetenv(name);
+    }
+  }
+  ~ScopedLocaleEnv() {
+    for (auto& s : saved_) s.had ? setenv(s.name, s.value.c_str(), 1) : unsetenv(s.name);
+  }
+
+ private:
+  struct Saved {
+    const char* name;
+    bool had;
+    std::string value;
+  };
+  std::vector<Saved> saved_;
+};
 #endif
-
-// A whole file, or "" when it cannot be read.
-inline std::string ReadFile(const std::string& path) {
-  std::string out;
-  if (FILE* f = std::fopen(path.c_str(), "rb")) {
-    char buf[4096];
-    for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) out.append(buf, n);
-    std::fclose(f);
-  }
-  return out;
-}
-
-inline std::u16string FromUtf16Le(const std::string& bytes) {
-  std::u16string out;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2)
-    out.push_back(char16_t(static_cast<unsigned char>(bytes[i]) |
-                           (static_cast<unsigned char>(bytes[i + 1]) << 8)));
-  return out;
-}
-
-inline std::string ToUtf16Le(const std::u16string& text) {
-  std::string out;
-  for (char16_t c : text) {
-    out.push_back(char(c & 0xFF));
-    out.push_back(char(c >> 8));
-  }
-  return out;
-}
 
 // What an outside judge makes of narrow text: iconv on Linux, the system's own
 // converter on Windows.
@@ -83,8 +59,8 @@ inline bool ReferenceToWide(uint32_t codePage, const std::string& bytes, std::u1
 #else
   std::string name = codePage == 65001 ? "UTF-8" : "CP" + std::to_string(codePage);
   std::string raw;
-  if (!RunFilter("iconv -f " + name + " -t UTF-16LE", bytes, raw)) return false;
-  out = FromUtf16Le(raw);
+  if (!zxsupport::RunFilter("iconv -f " + name + " -t UTF-16LE", bytes, raw)) return false;
+  out = zxsupport::FromUtf16LeBytes(raw);
   return true;
 #endif
 }
@@ -98,7 +74,7 @@ inline bool ReferenceToUtf8(const std::u16string& text, std::string& out) {
   ::WideCharToMultiByte(CP_UTF8, 0, w, static_cast<int>(text.size()), out.data(), n, nullptr, nullptr);
   return true;
 #else
-  return RunFilter("iconv -f UTF-16LE -t UTF-8", ToUtf16Le(text), out);
+  return zxsupport::RunFilter("iconv -f UTF-16LE -t UTF-8", zxsupport::Utf16LeBytes(text), out);
 #endif
 }
 

@@ -134,7 +134,7 @@ TEST(RegFile, SerializeRoundTripsEveryType) {
 TEST(RegFile, Utf16FileWithBomAsTheEditorWritesIt) {
   std::u16string text = u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\Software\\zarnik]\r\n"
                         u"\"UseGPFHandler\"=\"F\u00FCr\"\r\n";
-  regfile::Document doc = regfile::Parse(ptest::ToUtf16Le(text));
+  regfile::Document doc = regfile::Parse(zxsupport::Utf16LeBytes(text));
   regfile::Entry* e = regfile::FindValue(doc, u"HKEY_CURRENT_USER", u"software\\zarnik", u"usegpfhandler", nullptr);
   ASSERT_NE(e, nullptr);
   EXPECT_EQ(e->data, Utf16Bytes(u"F\u00FCr"));
@@ -195,7 +195,7 @@ class RegistryStore : public ::testing::Test {
     std::ofstream out(dir_ + "/" + file, std::ios::binary);
     out << text;
   }
-  std::string Read(const char* file) { return ptest::ReadFile(dir_ + "/" + file); }
+  std::string Read(const char* file) { return zxsupport::ReadBytes(dir_ + "/" + file); }
   std::string dir_, old_;
   bool hadOld_ = false;
 };

@@ -9,6 +9,7 @@
 #include "platform/codepage.h"
 #include "platform/process.h"
 #include "platform/registry.h"
+#include "support/support_test_util.h"
 
 namespace proftest {
 
@@ -61,8 +62,7 @@ std::u16string Dump(HPROFJOB job, HPROFLIST list) {
 
 const std::string& RegistryDir() {
   static const std::string dir = [] {
-    std::filesystem::path base = std::filesystem::temp_directory_path() /
-                                 ("zxut-prof-reg-" + std::to_string(plat::ProcessId()));
+    const std::filesystem::path base = zxsupport::TempPath("prof_reg");
     std::filesystem::create_directories(base);
 #if defined(_WIN32)
     _putenv_s("ZXUT_REGISTRY_DIR", base.string().c_str());

@@ -17,7 +17,7 @@
 
 namespace {
 
-using zxtest::Ascii;
+using zxsupport::Ascii;
 
 struct Written {
   plat::TraceEventDescriptor desc;
@@ -115,10 +115,10 @@ TEST_F(Markers, ThreadMarksItsStartAndEndOnlyWhenSwitchedOnAndEnabled) {
         EXPECT_EQ(rec.guid.data4[7], 0xE4);
         rec.Enable(static_cast<uint8_t>(level));
       }
-      if (level == 5) EXPECT_TRUE(t.MarkersActive());
+      if (level == 5) { EXPECT_TRUE(t.MarkersActive()); }
       EXPECT_TRUE(t.ThreadStart(0));   // no ASSERT: `rec` must be detached below
       t.ThreadEnd(false, 10000, false);
-      if (level < 0) EXPECT_EQ(t.EnterSpan(4, u"x"), nullptr);
+      if (level < 0) { EXPECT_EQ(t.EnterSpan(4, u"x"), nullptr); }
     }
     const auto w = rec.Writes();
     zx::SetMarkerBackendForTests(nullptr);
@@ -145,7 +145,7 @@ TEST_F(Markers, ThreadMarksItsStartAndEndOnlyWhenSwitchedOnAndEnabled) {
 }
 
 TEST_F(Markers, TextLimitsAndSeriesNameLimit) {
-  zxtest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   zx::clsConcurrencyVisualizerProvider* p = nullptr;
   ASSERT_EQ(zx::clsConcurrencyVisualizerProvider::Create(&zx::kMarkerProviderGuid, &trace, &p), 0);
   trace.Enable(0);
@@ -153,7 +153,7 @@ TEST_F(Markers, TextLimitsAndSeriesNameLimit) {
   EXPECT_EQ(zx::clsConcurrencyVisualizerMarkerSeries::Create(p, u"123456789012345678901234567890123", &s),
             zx::kMarkerInvalidArg);
   EXPECT_EQ(s, nullptr);
-  EXPECT_EQ(diag.Count("ERROR creating Marker Series '123456789012345678901234567890123'"), 1);
+  EXPECT_EQ(diag.Count("ERROR creating Marker Series '123456789012345678901234567890123'"), 1u);
   ASSERT_EQ(zx::clsConcurrencyVisualizerMarkerSeries::Create(p, u"12345678901234567890123456789012", &s), 0);
   EXPECT_EQ(s->NameLength(), 32u);
 
@@ -207,7 +207,7 @@ TEST_F(Markers, SpansCarryOneNumberInAndOut) {
 }
 
 TEST_F(Markers, ProviderArgumentsAndRegistrationFailure) {
-  zxtest::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   zx::clsConcurrencyVisualizerProvider* p = nullptr;
   EXPECT_EQ(zx::clsConcurrencyVisualizerProvider::Create(nullptr, &trace, &p), zx::kMarkerInvalidArg);
   EXPECT_EQ(zx::clsConcurrencyVisualizerProvider::Create(&zx::kMarkerProviderGuid, &trace, nullptr),
@@ -217,7 +217,7 @@ TEST_F(Markers, ProviderArgumentsAndRegistrationFailure) {
             static_cast<int32_t>(0x80070005));
   ASSERT_NE(p, nullptr);
   EXPECT_FALSE(p->IsReady());
-  EXPECT_EQ(diag.Count("ERROR initializing Marker Provider"), 1);
+  EXPECT_EQ(diag.Count("ERROR initializing Marker Provider"), 1u);
   p->Release();
   EXPECT_EQ(trace.unregisters, 0);
 }

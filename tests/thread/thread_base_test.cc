@@ -22,8 +22,8 @@
 
 namespace {
 
-using zxtest::Ascii;
-using zxtest::DiagCapture;
+using zxsupport::Ascii;
+using zxsupport::DiagCapture;
 
 // A kernel event as a gate; safe to leave in a thread that is ended by force.
 struct Gate {
@@ -99,7 +99,7 @@ TEST(ThreadBase, StartRunsEndStopsAndCollectsTheExitCode) {
   EXPECT_EQ(t.lastResult, static_cast<int32_t>(0x80000000u));
   EXPECT_EQ(t.ThreadGetState(), 0);
   EXPECT_EQ(t.channelName, "DocuList::Reload");   // the channel sees the part behind the module
-  EXPECT_EQ(diag.Count("thread '" + module + "::DocuList::Reload' was alive for "), 1);   // developer mode
+  EXPECT_EQ(diag.Count("thread '" + module + "::DocuList::Reload' was alive for "), 1u);   // developer mode
   EXPECT_TRUE(t.ThreadEnd(false, 10000, false));   // nothing left to end
 }
 
@@ -130,7 +130,7 @@ TEST(ThreadBase, HandshakeTimesOutAfterTwentySecondsOnTheLibraryClock) {
       "clsThreadBase(" + std::string(t.ThreadName()) +
       ")::ThreadStart: WaitForSingleObject() failed: result=00000102, GetLastError()=";
   EXPECT_EQ(Ascii(t.ThreadGetLastError()->wchar()).rfind(expected, 0), 0u) << Ascii(t.ThreadGetLastError()->wchar());
-  EXPECT_EQ(diag.Count("ERR: " + expected), 1);
+  EXPECT_EQ(diag.Count("ERR: " + expected), 1u);
   // The thread was left as it was: let it run, then end it.
   plat::WaitHandle h = t.ThreadHandle();
   ASSERT_NE(h, nullptr);
@@ -140,7 +140,7 @@ TEST(ThreadBase, HandshakeTimesOutAfterTwentySecondsOnTheLibraryClock) {
   EXPECT_EQ(plat::WaitOne(h, 10000), 0u);
   EXPECT_TRUE(t.ThreadEnd(false, 1000, false));
   EXPECT_EQ(diag.Count("::ThreadEnd(): warning: thread handle is not NULL, but ::GetExitCodeThread(_hThread,&dwEC) "
-                       "failed("), 1);
+                       "failed("), 1u);
   EXPECT_EQ(t.ThreadHandle(), nullptr);
 }
 
@@ -210,7 +210,7 @@ TEST(ThreadBase, SecondEndWhileTheFirstWaitsReturnsAtOnce) {
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_TRUE(t.ThreadEnd(false, plat::kInfinite, false));   // the guard: at once
   EXPECT_FALSE(firstDone.load());
-  EXPECT_EQ(diag.Count("ups ;) some recursion in ThreadEnd()? Might be OK though ;)"), 1);
+  EXPECT_EQ(diag.Count("ups ;) some recursion in ThreadEnd()? Might be OK though ;)"), 1u);
   gate.Open();
   first.join();
   EXPECT_EQ(t.ThreadHandle(), nullptr);
@@ -257,14 +257,14 @@ TEST(ThreadBase, ForcedEndAndTheDestructorOfAClassThatForgotToEnd) {
         EXPECT_FALSE(t.ThreadEnd(false, 50, true));
         EXPECT_EQ(t.ThreadHandle(), nullptr);
         EXPECT_EQ(t.ThreadExitCode(), 0u);
-        EXPECT_EQ(diag.Count("forced to exit!") + diag.Count("was alive for"), 1);
+        EXPECT_EQ(diag.Count("forced to exit!") + diag.Count("was alive for"), 1u);
       }
     }
     if (byDestructor) {   // warns and forces after one second
       EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(900));
       EXPECT_EQ(diag.Count("::~clsThreadBase: warning: derived class does not end thread. I do it here - cross your "
                            "fingers that the derived class does not access any members in the thread function!!!"),
-                1);
+                1u);
     }
     gate.Open();   // an abandoned thread (Linux) runs to its end
     EXPECT_EQ(plat::WaitOne(dup, 10000), 0u);
@@ -283,7 +283,7 @@ TEST(ThreadBase, PriorityIsSetAfterTheHandshakeAndAttachInputFailureIsReported) 
   DiagCapture diag;   // an attach-input failure is reported
   Looper t;   // no thread: identifier 0, which no system accepts
   t.ThreadAttachInput(plat::ThreadId(), true);
-  EXPECT_EQ(diag.Count("clsThreadBase(" + std::string(t.ThreadName()) + ")::ThreadAttachInput(): "), 1);
+  EXPECT_EQ(diag.Count("clsThreadBase(" + std::string(t.ThreadName()) + ")::ThreadAttachInput(): "), 1u);
 }
 
 TEST(ThreadWait, ResultsForTimeOutStopAndArgumentHandles) {

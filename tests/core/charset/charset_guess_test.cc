@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "../core_test_util.h"
+#include "core_test_util.h"
 #include "core/charset/CharsetGuess.h"
 #include "core/strings/String.h"
 #include "zxUT22.h"
 
-using charset_test::DefaultCodePageGuard;
+using core_test::DefaultCodePageGuard;
 
 namespace {
 

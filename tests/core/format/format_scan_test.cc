@@ -262,7 +262,10 @@ TEST(FormatScan, Strings) {
   WineDiffers(u"z", u"%Ts", 1, Wide(u"z"));
   Row(u"abc123def!", u"%[a-z]%[0-9]%[^!]%c", 4, Wide(u"abc"), Wide(u"123"), Wide(u"def"), u'!');
   Row(u"]x-q", u"%[]x-]", 1, Wide(u"]x-"));
-  Row(u"zyxw", u"%[x-z]|%[z-x]", 1, Wide(u"zyx"), Wide(u"", false));
+  // A reversed range is the same range; the literal between is matched, so the
+  // second (reversed) set is read.
+  Row(u"zyx|xzyw", u"%[x-z]|%[z-x]", 2, Wide(u"zyx"), Wide(u"xzy"));
+  Row(u"mza9", u"%[z-a]%c", 2, Wide(u"mza"), u'9');
   WineDiffers(u"abc", u"%[^a]", 0, Wide(u"", false));
   Row(u"abc", u"%2c", 1, WideRaw(u"ab"));
   // %c wants its whole width.

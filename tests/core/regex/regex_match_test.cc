@@ -8,12 +8,12 @@
 
 #include "core/regex/RegEx.h"
 #include "regex_test_util.h"
-#include "../strings/strings_test_util.h"
+#include "support/support_test_util.h"
 
 using regex_test::Offsets;
 using regex_test::Pieces;
 using regex_test::Texts;
-using string_test::DiagCapture;
+using zxsupport::DiagCapture;
 
 namespace {
 
@@ -32,7 +32,7 @@ TEST(RegExCompile, BadPatternReportsOffsetAndEngineText) {
   EXPECT_FALSE(re.Compile(u"ab(c", 0));
   EXPECT_FALSE(re.IsCompiled());
   EXPECT_EQ(re.ErrorText().View(), u"missing closing parenthesis");
-  EXPECT_EQ(diag.Count(u"Error in RegEx offset 4: 'missing closing parenthesis'"), 1u);
+  EXPECT_EQ(diag.CountEqual(u"Error in RegEx offset 4: 'missing closing parenthesis'"), 1u);
   EXPECT_EQ(re.VectorSize(), 0);
 
   // Every later call tries the compile again and fails the same way.
@@ -40,7 +40,7 @@ TEST(RegExCompile, BadPatternReportsOffsetAndEngineText) {
   EXPECT_FALSE(re.Match(String(u"abc"), &list));
   EXPECT_EQ(re.Substitute(String(u"abc"), String(u"x")).View(), u"abc");
   EXPECT_EQ(Pieces(re.Split(String(u"abc"))), std::vector<std::u16string>{u"abc"});
-  EXPECT_EQ(diag.Count(u"Error in RegEx offset 4: 'missing closing parenthesis'"), 4u);
+  EXPECT_EQ(diag.CountEqual(u"Error in RegEx offset 4: 'missing closing parenthesis'"), 4u);
 
   // A good compile afterwards clears the text.
   EXPECT_TRUE(re.Compile(u"(a)(b)?", 0));

@@ -11,11 +11,11 @@
 
 #include "core/regex/RegEx.h"
 #include "regex_test_util.h"
-#include "../strings/strings_test_util.h"
+#include "support/support_test_util.h"
 
 using regex_test::Pieces;
 using regex_test::Texts;
-using string_test::DiagCapture;
+using zxsupport::DiagCapture;
 using V = std::vector<std::u16string>;
 
 namespace {
@@ -45,11 +45,11 @@ TEST(RegExTemplate, EveryEscapeOfTheTemplate) {
 
   // A group number at or above the count writes the line and adds nothing.
   EXPECT_EQ(Sub(u"(b)", u"abcb", u"<\\2>"), u"a<>c<>");
-  EXPECT_EQ(diag.Count(u"ERR: clsRegEx: Match(2) not found (index too large, found only 2 entries)"), 2u);
+  EXPECT_EQ(diag.CountEqual(u"ERR: clsRegEx: Match(2) not found (index too large, found only 2 entries)"), 2u);
   diag.Clear();
   // A trailing unset group is not counted by the engine.
   EXPECT_EQ(Sub(u"(a)|(b)", u"a", u"[\\2]"), u"[]");
-  EXPECT_EQ(diag.Count(u"ERR: clsRegEx: Match(2) not found (index too large, found only 2 entries)"), 1u);
+  EXPECT_EQ(diag.CountEqual(u"ERR: clsRegEx: Match(2) not found (index too large, found only 2 entries)"), 1u);
   // An unset group in the middle adds nothing and no line.
   diag.Clear();
   EXPECT_EQ(Sub(u"(a)|(b)", u"b", u"[\\1\\2]"), u"[b]");

@@ -5,14 +5,14 @@
 #include <memory>
 #include <string>
 
-#include "../core_test_util.h"
+#include "core_test_util.h"
 #include "core/strings/CharsetConversion.h"
 #include "core/strings/String.h"
 #include "platform/codepage.h"
 
 using zx::clsCharsetConversionString;
 using zx::clsCharsetConversionStringCP;
-using charset_test::DefaultCodePageGuard;
+using core_test::DefaultCodePageGuard;
 
 namespace {
 
@@ -65,7 +65,7 @@ TEST(CharsetConversion, EachWidthChoosesItsStorageByItsOwnLength) {
 TEST(CharsetConversion, HeapAllocationsAtThe63And64Boundary) {
   DefaultCodePageGuard cp(1252);
   auto allocationsOf = [](const std::string& text, uint32_t codePage) {
-    charset_test::AllocationProbe probe;
+    core_test::AllocationProbe probe;
     clsCharsetConversionStringCP c(codePage, text.c_str());
     c.wide();
     return probe.Count();
@@ -77,7 +77,7 @@ TEST(CharsetConversion, HeapAllocationsAtThe63And64Boundary) {
     EXPECT_EQ(allocationsOf(std::string(64, 'a'), codePage), 2);
   }
   auto allocationsOfWide = [](const std::u16string& text) {
-    charset_test::AllocationProbe probe;
+    core_test::AllocationProbe probe;
     clsCharsetConversionStringCP c(65001, text.c_str());
     c.narrow();
     return probe.Count();
@@ -88,7 +88,7 @@ TEST(CharsetConversion, HeapAllocationsAtThe63And64Boundary) {
   // An output buffer of 64 units needs no heap, one of 65 does.
   auto allocationsOfOutput = [](int size) {
     std::string buf(static_cast<size_t>(size), 'x');
-    charset_test::AllocationProbe probe;
+    core_test::AllocationProbe probe;
     {
       clsCharsetConversionString c(buf.data(), size);
       std::memcpy(c.wideBuffer(), u"out", 4 * sizeof(char16_t));
@@ -371,7 +371,7 @@ TEST(CharsetConversion, AsciiTextAgreesWithTheConverter) {
 
 TEST(CharsetConversion, CodePageBytesAgreeWithIconv) {
   bool judged = false;
-  for (const charset_test::CodePageSample& s : charset_test::kSamples) {
+  for (const core_test::CodePageSample& s : core_test::kSamples) {
     SCOPED_TRACE(s.iconvName);
     clsCharsetConversionStringCP toNarrow(s.codePage, s.text);
     std::string ours = toNarrow.narrow();
@@ -379,13 +379,13 @@ TEST(CharsetConversion, CodePageBytesAgreeWithIconv) {
     clsCharsetConversionStringCP toWide(s.codePage, s.knownBytes);
     EXPECT_EQ(W(toWide.wide()), std::u16string(s.text));
 
-    auto theirs = charset_test::Iconv("UTF-16LE", s.iconvName, charset_test::Utf16LeBytes(s.text));
+    auto theirs = core_test::Iconv("UTF-16LE", s.iconvName, core_test::Utf16LeBytes(s.text));
     if (!theirs) continue;
     judged = true;
     EXPECT_EQ(ours, *theirs);
-    auto back = charset_test::Iconv(s.iconvName, "UTF-16LE", ours);
+    auto back = core_test::Iconv(s.iconvName, "UTF-16LE", ours);
     ASSERT_TRUE(back.has_value());
-    EXPECT_EQ(W(toWide.wide()), charset_test::FromUtf16LeBytes(*back));
+    EXPECT_EQ(W(toWide.wide()), core_test::FromUtf16LeBytes(*back));
   }
 #if !defined(_WIN32)
   EXPECT_TRUE(judged) << "iconv did not run";
@@ -409,9 +409,9 @@ TEST(CharsetConversion, EveryDefinedCp1252AndCp1251ByteAgreesWithIconv) {
     ASSERT_EQ(ours.size(), bytes.size());  // one character a byte in both pages
     clsCharsetConversionStringCP back(page.codePage, c.wide());
     EXPECT_EQ(std::string(back.narrow()), bytes);
-    auto theirs = charset_test::Iconv(page.name, "UTF-16LE", bytes);
+    auto theirs = core_test::Iconv(page.name, "UTF-16LE", bytes);
     if (!theirs) continue;
-    std::u16string expected = charset_test::FromUtf16LeBytes(*theirs);
+    std::u16string expected = core_test::FromUtf16LeBytes(*theirs);
     ASSERT_EQ(expected.size(), ours.size());
     for (size_t i = 0; i < ours.size(); ++i) {
       EXPECT_EQ(static_cast<int>(ours[i]), static_cast<int>(expected[i]))

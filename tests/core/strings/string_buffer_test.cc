@@ -9,7 +9,7 @@
 
 #include "core/diag/StackTraceHook.h"
 #include "core/strings/String.h"
-#include "strings_test_util.h"
+#include "support/support_test_util.h"
 
 using zx::String;
 
@@ -190,15 +190,15 @@ void CountTrace(int depth) {
 }
 
 TEST(StringBuffer, DoubleReleaseWarnsAndWritesAStackTrace) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   zx::StackTraceWriter old = zx::SetDiagStackTraceHook(&CountTrace);
   zx::scStringBuffer* b = zx::AllocateStringBuffer(8);
   b->usage.store(0);   // as if released already
   zx::ReleaseStringBuffer(b);
   EXPECT_EQ(b->usage.load(), -1);   // not freed
   zx::ReleaseStringBuffer(b);
-  EXPECT_EQ(diag.Count(u"WRN: String buffer released twice (usage=-1)"), 1u);
-  EXPECT_EQ(diag.Count(u"WRN: String buffer released twice (usage=-2)"), 1u);
+  EXPECT_EQ(diag.CountEqual(u"WRN: String buffer released twice (usage=-1)"), 1u);
+  EXPECT_EQ(diag.CountEqual(u"WRN: String buffer released twice (usage=-2)"), 1u);
   // No debugger runs the tests: each time a stack trace of depth 50 instead.
   EXPECT_EQ(g_traces.load(), 2);
   EXPECT_EQ(g_traceDepth.load(), 50);

@@ -8,7 +8,7 @@
 #include "core/strings/String.h"
 #include "platform/locale.h"
 #include "platform/registry.h"
-#include "strings_test_util.h"
+#include "support/support_test_util.h"
 
 using zx::String;
 
@@ -80,13 +80,13 @@ TEST(StringCase, LongTextsGoThroughTheHeap) {
 }
 
 TEST(StringCase, FailureKeepsTheTextAndReports) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   String s(u"text");
   // Upper and lower at once is not a valid request.
   EXPECT_EQ(s.MapString(plat::kLcMapUppercase | plat::kLcMapLowercase, plat::kLocaleUserDefault), 0);
   EXPECT_EQ(s.View(), u"text");
   ASSERT_EQ(diag.Lines().size(), 1u);
-  const std::u16string& line = diag.Lines()[0];
+  const std::u16string line = diag.Lines()[0];
   EXPECT_EQ(line.rfind(u"ERR: String::LCMapString[Ex](0x300) failed: 5/0/0 : ", 0), 0u) << std::string(line.begin(), line.end());
   const std::u16string tail = u"! (Even if SUCCEEDED is returned, the result is garbage)";
   ASSERT_GE(line.size(), tail.size());

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "core/strings/String.h"
-#include "strings_test_util.h"
+#include "support/support_test_util.h"
 
 using zx::String;
 
@@ -38,7 +38,7 @@ TEST_F(StringIndex, WritingInsideChangesOnlyThisString) {
 }
 
 TEST_F(StringIndex, WildWriteIsReportedByEveryLaterDestruction) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   {
     String s(u"abc");
     String t(s);
@@ -47,17 +47,17 @@ TEST_F(StringIndex, WildWriteIsReportedByEveryLaterDestruction) {
     EXPECT_EQ(t.View(), u"abc");
     EXPECT_EQ(s.BufferUsage(), 2);   // no unsharing for a wild write
     EXPECT_EQ(String::OutOfRangeCell(), u'!');
-    EXPECT_EQ(diag.Count(kWildWrite), 0u);
+    EXPECT_EQ(diag.CountEqual(kWildWrite), 0u);
   }
-  EXPECT_EQ(diag.Count(kWildWrite), 2u);   // s and t
+  EXPECT_EQ(diag.CountEqual(kWildWrite), 2u);   // s and t
   { String later(u"unrelated"); }
-  EXPECT_EQ(diag.Count(kWildWrite), 3u);   // the cell is never reset
+  EXPECT_EQ(diag.CountEqual(kWildWrite), 3u);   // the cell is never reset
   (void)String(u"temporary").Length();
-  EXPECT_EQ(diag.Count(kWildWrite), 4u);
+  EXPECT_EQ(diag.CountEqual(kWildWrite), 4u);
 }
 
 TEST_F(StringIndex, WildWritesThroughEmptyAndNegative) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   {
     String none;
     none[0] = u'x';
@@ -66,11 +66,11 @@ TEST_F(StringIndex, WildWritesThroughEmptyAndNegative) {
     s[-3] = u'y';
     EXPECT_EQ(s.View(), u"q");
   }
-  EXPECT_EQ(diag.Count(kWildWrite), 2u);
+  EXPECT_EQ(diag.CountEqual(kWildWrite), 2u);
 }
 
 TEST_F(StringIndex, NoLineWhileTheCellIsZero) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   { String s(u"fine"); s[0] = u'F'; }
   EXPECT_TRUE(diag.Lines().empty());
 }

@@ -13,7 +13,7 @@
 #include "core/strings/String.h"
 #include "platform/errors.h"
 #include "platform/resources.h"
-#include "strings_test_util.h"
+#include "support/support_test_util.h"
 
 using zx::String;
 
@@ -101,7 +101,7 @@ bool VMessageOf(String& s, const char16_t* format, ...) {
 }
 
 TEST(StringVMessage, ExpandsOrReports) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   String s;
   EXPECT_TRUE(VMessageOf(s, u"%1 has %2!d! entries%n", u"list", 3));
   EXPECT_EQ(s.View(), u"list has 3 entries\r\n");
@@ -141,7 +141,7 @@ class ScopedUILanguage {
 };
 
 TEST(StringMessage, ResourceInTheUILanguageWithInserts) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   {
     ScopedUILanguage english("en_US.UTF-8");
     String s;
@@ -165,7 +165,7 @@ TEST(StringMessage, ResourceInTheUILanguageWithInserts) {
 
 TEST(StringMessage, ExistingBlockWithoutTheEntryGivesEmpty) {
   ScopedUILanguage english("en_US.UTF-8");
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   String s(u"old");
   EXPECT_FALSE(s.Message(nullptr, 4));   // block 1 exists in English, id 4 is empty
   EXPECT_EQ(s.Length(), 0);
@@ -175,7 +175,7 @@ TEST(StringMessage, ExistingBlockWithoutTheEntryGivesEmpty) {
 #endif
 
 TEST(StringMessage, MissingResourceIsReported) {
-  string_test::DiagCapture diag;
+  zxsupport::DiagCapture diag;
   String s(u"old");
   EXPECT_FALSE(s.Message(nullptr, 65519, u"x"));
   EXPECT_EQ(s.Length(), 0);

@@ -4,18 +4,18 @@
 
 #include <string>
 
-#include "../core_test_util.h"
+#include "core_test_util.h"
 #include "core/strings/String.h"
 
 using zx::String;
 
 namespace {
 
-using charset_test::kSamples;
+using core_test::kSamples;
 
 // The sample bytes are judged by iconv in the converter's tests.
 TEST(StringNarrow, CopyAndAssignInEachCodePage) {
-  for (const charset_test::CodePageSample& c : kSamples) {
+  for (const core_test::CodePageSample& c : kSamples) {
     String s(c.text);
     s.SetCodePage(c.codePage);
     EXPECT_EQ(std::string(s.narrow()), std::string(c.knownBytes)) << "code page " << c.codePage;
@@ -77,7 +77,7 @@ TEST(StringNarrow, UnmappableCharactersFollowTheConverter) {
 }
 
 TEST(StringNarrow, DefaultCodePageIsTakenAtConstruction) {
-  charset_test::DefaultCodePageGuard guard(1251);
+  core_test::DefaultCodePageGuard guard(1251);
   String made(u"x");
   EXPECT_EQ(made.CodePage(), 1251u);
   String fromNarrow("\xcf");   // narrow constructor converts in the default page

@@ -1,7 +1,7 @@
 // clsBackoff on the fake clock: which modes sleep for real (1 ms) and when.
 #include <gtest/gtest.h>
 
-#include "../strings/strings_test_util.h"
+#include "support/support_test_util.h"
 #include "platform/clock.h"
 #include "core/timing/Backoff.h"
 #include "core/timing/TickCount.h"
@@ -69,7 +69,7 @@ TEST(Backoff, WaitUntilPollsCallsStepAndKeepsItsTimeOut) {
   EXPECT_TRUE(b.WaitUntil([&] { return ++asks == 500; }, nullptr, 0xFFFFFFFFu));
   EXPECT_EQ(asks, 500);
 
-  string_test::DiagCapture diag;   // no predicate: refused
+  zxsupport::DiagCapture diag;   // no predicate: refused
   EXPECT_FALSE(b.WaitUntil(nullptr, nullptr, 10));
   EXPECT_TRUE(diag.AnyStartsWith(u"ERR: clsBackoff::WaitUntil"));
 }

@@ -1,4 +1,4 @@
-// Locale comparison, case mapping and data; the user's language; string resources.
+// Locale comparison, case mapping and data; the user's language.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -10,10 +10,12 @@
 #include "platform/codepage.h"
 #include "platform/errors.h"
 #include "platform/locale.h"
-#include "platform/resources.h"
 #include "platform_test_util.h"
 
 using namespace plat;
+#ifndef _WIN32
+using ptest::ScopedLocaleEnv;
+#endif
 
 namespace {
 
@@ -38,30 +40,6 @@ std::u16string Info(uint32_t lcid, uint32_t type) {
   return std::u16string(buf, static_cast<size_t>(n - 1));
 }
 
-#ifndef _WIN32
-// Sets the locale variables for one scope and restores them.
-class ScopedLocaleEnv {
- public:
-  ScopedLocaleEnv(const char* lcAll, const char* lang) {
-    for (auto [name, value] : {std::pair{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {
-      const char* old = std::getenv(name);
-      saved_.push_back({name, old != nullptr, old ? old : ""});
-      value ? setenv(name, value, 1) : unsetenv(name);
-    }
-  }
-  ~ScopedLocaleEnv() {
-    for (auto& s : saved_) s.had ? setenv(s.name, s.value.c_str(), 1) : unsetenv(s.name);
-  }
-
- private:
-  struct Saved {
-    const char* name;
-    bool had;
-    std::string value;
-  };
-  std::vector<Saved> saved_;
-};
-#endif
 
 }  // namespace
 
@@ -183,49 +161,5 @@ TEST(Locale, UserLanguageFromTheEnvironment) {
     EXPECT_EQ(UserDefaultLangID(), c.expected) << (c.lang ? c.lang : "(none)");
     EXPECT_EQ(UserDefaultUILanguage(), c.expected) << (c.lang ? c.lang : "(none)");
   }
-}
-#endif
-
-TEST(Resources, BlocksPerLanguageWithEmptyEntries) {
-  std::u16string text;
-  ASSERT_TRUE(FindStringResource(LibraryModule(), 1, 0x0409, text));
-  EXPECT_EQ(text, u"zxUT22 Utility Library");
-  ASSERT_TRUE(FindStringResource(nullptr, 1, 0x0407, text));
-  EXPECT_EQ(text, u"zxUT22 Hilfsbibliothek");
-  ASSERT_TRUE(FindStringResource(nullptr, 3, 0x0407, text));
-  EXPECT_EQ(text, u"Fehler %1!d! in %2");
-  // The block exists, the entry does not: found, and empty.
-  ASSERT_TRUE(FindStringResource(nullptr, 9, 0x0407, text));
-  EXPECT_EQ(text, u"");
-  // Block 2 (ids 16..31) exists only in English.
-  plat::SetLastError(0);
-  EXPECT_FALSE(FindStringResource(nullptr, 17, 0x0407, text));
-  EXPECT_EQ(plat::LastError(), kErrResourceLangNotFound);
-  EXPECT_TRUE(FindStringResource(nullptr, 17, 0x0409, text));
-  // No language has block 3.
-  EXPECT_FALSE(FindStringResource(nullptr, 40, 0x0409, text));
-  EXPECT_EQ(plat::LastError(), kErrResourceNameNotFound);
-  // A language the table lacks altogether.
-  EXPECT_FALSE(FindStringResource(nullptr, 1, 0x040C, text));
-}
-
-#ifndef _WIN32
-TEST(Resources, LoadStringFallsBackByLanguage) {
-  std::u16string text;
-  {
-    ScopedLocaleEnv env(nullptr, "de_AT.UTF-8");   // same primary language
-    ASSERT_TRUE(LoadStringResource(nullptr, 2, text));
-    EXPECT_EQ(text, u"%1 von %2");
-    ASSERT_TRUE(LoadStringResource(nullptr, 17, text));   // English only
-    EXPECT_EQ(text, u"The operation is not available in this language.");
-  }
-  {
-    ScopedLocaleEnv env(nullptr, "fr_FR.UTF-8");
-    ASSERT_TRUE(LoadStringResource(nullptr, 2, text));
-    EXPECT_EQ(text, u"%1 of %2");
-  }
-  EXPECT_FALSE(LoadStringResource(nullptr, 9, text));    // empty entry
-  EXPECT_FALSE(LoadStringResource(nullptr, 400, text));  // no block
-  EXPECT_EQ(plat::LastError(), kErrResourceNameNotFound);
 }
 #endif
