@@ -9,10 +9,7 @@
 #include <fstream>
 #include <string>
 
-#ifdef _WIN32
-#include <windows.h>
-#endif
-
+#include "support/support_test_util.h"
 #include "platform/errors.h"
 #include "platform/file.h"
 
@@ -77,14 +74,7 @@ class Open {
   uint32_t error_;
 };
 
-bool UnderWine() {
-#ifdef _WIN32
-  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-  return ntdll && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-#else
-  return false;
-#endif
-}
+using zxsupport::UnderWine;
 
 uint64_t SizeOf(FileHandle h) {
   uint64_t n = ~uint64_t{0};
