@@ -21,6 +21,7 @@
 #include "debug/DebugChannel.h"
 #include "heap_fuzz_util.h"
 #include "module/HeapNode.h"
+#include "module/JobLock.h"
 #include "module/ModuleList.h"
 #include "zxUT22.h"
 
@@ -76,6 +77,7 @@ struct Job {
 };
 
 size_t JobCount() {
+  zx::JobLockHolder lock;
   size_t n = 0;
   for (zx::clsModuleNode* m = zx::ModuleList().Head(); m; m = m->next) ++n;
   return n;
@@ -99,7 +101,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::u16string name = in.Name();
         const std::u16string kept = Kept(name);
         const bool known = jobs.count(kept) != 0;
-        zx::clsModuleNode* before = zx::ModuleList().Find(kept.c_str());
+        zx::clsModuleNode* before;
+        {
+          zx::JobLockHolder lock;
+          before = zx::ModuleList().Find(kept.c_str());
+        }
         HUTILMODULE h = UtilJobOpen(W(name), in.Byte() & 1 ? 1u : 0u);
         CHECK(h != nullptr);
         auto* node = reinterpret_cast<zx::clsModuleNode*>(h);
