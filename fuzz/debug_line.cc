@@ -19,6 +19,7 @@
 #include <fstream>
 #include <string>
 
+#include "fuzz_util.h"
 #include "debug/Debug.h"
 #include "debug/DebugChannel.h"
 #include "platform/process.h"
@@ -30,22 +31,11 @@ constexpr size_t kMaxLine = 1024;
 constexpr size_t kTimeChars = 27;
 constexpr char16_t kMarker = 0x25A0;
 
-[[noreturn]] void Fail(const char* what) {
-  std::fprintf(stderr, "debug_line invariant broken: %s\n", what);
-  std::abort();
-}
-#define CHECK(c)          \
-  do {                    \
-    if (!(c)) Fail(#c);   \
-  } while (0)
-
 LPCWSTR W(const std::u16string& s) { return reinterpret_cast<LPCWSTR>(s.c_str()); }
 
-class Input {
+class Input : public fuzzutil::ByteReader {
  public:
-  Input(const uint8_t* d, size_t n) : d_(d), n_(n) {}
-  bool More() const { return i_ < n_; }
-  uint8_t Byte() { return i_ < n_ ? d_[i_++] : 0; }
+  using ByteReader::ByteReader;
   // Text of the characters that matter to a line, now and then a raw unit; rarely
   // thousands of units. May hold a zero unit: the callee sees the text up to it.
   std::u16string Text() {
@@ -71,11 +61,6 @@ class Input {
       default: return static_cast<int32_t>(Byte() | Byte() << 8 | Byte() << 16 | static_cast<uint32_t>(Byte()) << 24);
     }
   }
-
- private:
-  const uint8_t* d_;
-  size_t n_;
-  size_t i_ = 0;
 };
 
 std::u16string UpToZero(const std::u16string& s) { return s.substr(0, s.find(u'\0')); }
@@ -100,16 +85,16 @@ class LogChecker {
   void Expect(const std::u16string& expected, size_t timeAt) {
     const std::u16string got = Appended();
     const size_t length = std::min(expected.size(), kMaxLine);
-    CHECK(got.size() == length + 2);   // one line, whole, cut at the limit
-    CHECK(got.compare(length, 2, u"\r\n") == 0);
+    FUZZ_CHECK(got.size() == length + 2);   // one line, whole, cut at the limit
+    FUZZ_CHECK(got.compare(length, 2, u"\r\n") == 0);
     for (size_t i = 0; i < length; ++i)
-      if (i < timeAt || i >= timeAt + kTimeChars) CHECK(got[i] == expected[i]);
+      if (i < timeAt || i >= timeAt + kTimeChars) FUZZ_CHECK(got[i] == expected[i]);
     if (timeAt + kTimeChars <= length)
       CheckTime(got.substr(timeAt, kTimeChars));
     else if (digit_ >= 0)
       digit_ = (digit_ + 1) % 10;   // a tag filled the line: its digit rolled unseen
   }
-  void ExpectNothing() { CHECK(Appended().empty()); }
+  void ExpectNothing() { FUZZ_CHECK(Appended().empty()); }
 
  private:
   std::u16string Appended() {
@@ -117,7 +102,7 @@ class LogChecker {
     f.seekg(static_cast<std::streamoff>(offset_));
     std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     offset_ += bytes.size();
-    CHECK(bytes.size() % 2 == 0);
+    FUZZ_CHECK(bytes.size() % 2 == 0);
     std::u16string got;
     for (size_t i = 0; i < bytes.size(); i += 2)
       got += static_cast<char16_t>(static_cast<uint8_t>(bytes[i]) | static_cast<uint8_t>(bytes[i + 1]) << 8);
@@ -130,13 +115,13 @@ class LogChecker {
       const char16_t c = t[i];
       const bool digit = c >= u'0' && c <= u'9';
       const bool hex = digit || (c >= u'a' && c <= u'f');
-      CHECK(kShape[i] == '9' ? digit : kShape[i] == 'x' ? hex : c == static_cast<char16_t>(kShape[i]));
+      FUZZ_CHECK(kShape[i] == '9' ? digit : kShape[i] == 'x' ? hex : c == static_cast<char16_t>(kShape[i]));
     }
     char thread[9] = {};
     for (int i = 0; i < 8; ++i) thread[i] = static_cast<char>(t[13 + i]);
-    CHECK(std::strtoul(thread, nullptr, 16) == plat::ThreadId());
+    FUZZ_CHECK(std::strtoul(thread, nullptr, 16) == plat::ThreadId());
     const int digit = t[25] - u'0';
-    if (digit_ >= 0) CHECK(digit == (digit_ + 1) % 10);
+    if (digit_ >= 0) FUZZ_CHECK(digit == (digit_ + 1) % 10);
     digit_ = digit;
   }
 
@@ -165,7 +150,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   setenv("ZXUT_SHM_PREFIX", self.c_str(), 1);
   setenv("ZXUT_REGISTRY_DIR", dir.c_str(), 1);
   g_channel = zx::DebugChannel();
-  if (!g_channel || g_channel->SharedView()) Fail("a debug channel of this process alone");
+  if (!g_channel || g_channel->SharedView()) ::fuzzutil::Fail(__FILE__, __LINE__, "a debug channel of this process alone");
   const std::string log = (std::filesystem::temp_directory_path() / (self + ".log")).string();
   g_channel->SetLogFile(zx::String(std::u16string(log.begin(), log.end()).c_str()), false);
   g_log = new LogChecker(log);
@@ -254,7 +239,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     expected += message;
     g_log->Expect(expected, timeAt);
     if (change > 0) ++indent;
-    if (g_channel->AppLocal()) CHECK(g_channel->AppLocal()->indentation.load() == indent);
+    if (g_channel->AppLocal()) FUZZ_CHECK(g_channel->AppLocal()->indentation.load() == indent);
   }
   zx::DebugSetThreadName(nullptr);
   return 0;

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "debug/DebugChannel.h"
+#include "fuzz_util.h"
 #include "heap_fuzz_util.h"
 #include "module/HeapNode.h"
 #include "module/JobLock.h"
@@ -27,20 +28,9 @@
 
 namespace {
 
-[[noreturn]] void Fail(const char* what) {
-  std::fprintf(stderr, "heap_exports invariant broken: %s\n", what);
-  std::abort();
-}
-#define CHECK(c)          \
-  do {                    \
-    if (!(c)) Fail(#c);   \
-  } while (0)
-
-class Input {
+class Input : public fuzzutil::ByteReader {
  public:
-  Input(const uint8_t* d, size_t n) : d_(d), n_(n) {}
-  bool More() const { return i_ < n_; }
-  uint8_t Byte() { return i_ < n_ ? d_[i_++] : 0; }
+  using ByteReader::ByteReader;
   // A name: a few letters so that names meet again, sometimes any units, a zero,
   // or hundreds of units.
   std::u16string Name() {
@@ -53,11 +43,6 @@ class Input {
     }
     return t;
   }
-
- private:
-  const uint8_t* d_;
-  size_t n_;
-  size_t i_ = 0;
 };
 
 // The name as kept: at most 32 units, up to the first zero.
@@ -107,11 +92,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           before = zx::ModuleList().Find(kept.c_str());
         }
         HUTILMODULE h = UtilJobOpen(W(name), in.Byte() & 1 ? 1u : 0u);
-        CHECK(h != nullptr);
+        FUZZ_CHECK(h != nullptr);
         auto* node = reinterpret_cast<zx::clsModuleNode*>(h);
-        CHECK(std::u16string(node->name) == kept);
-        if (before) CHECK(node == before);   // a job of that name was there: the same one
-        if (known) CHECK(h == jobs[kept].handle);
+        FUZZ_CHECK(std::u16string(node->name) == kept);
+        if (before) FUZZ_CHECK(node == before);   // a job of that name was there: the same one
+        if (known) FUZZ_CHECK(h == jobs[kept].handle);
         if (!known) order.push_back(kept);
         Job& j = jobs[kept];
         j.handle = h;
@@ -128,12 +113,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const bool nullName = in.Byte() & 1;
         HUTILHEAP h = UtilHeapCreate(job->handle, nullName ? nullptr : W(name), flags);
         if (flags & UTIL_HEAP_REFUSED) {
-          CHECK(h == nullptr);
+          FUZZ_CHECK(h == nullptr);
           break;
         }
-        CHECK(h != nullptr);
+        FUZZ_CHECK(h != nullptr);
         auto* node = reinterpret_cast<zx::clsHeapNode*>(h);
-        CHECK(node->name == (nullName ? std::u16string() : Kept(name)));
+        FUZZ_CHECK(node->name == (nullName ? std::u16string() : Kept(name)));
         job->heaps.push_back(Heap{h, 0, {}});
         break;
       }
@@ -145,18 +130,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!heap || (f & 0xC0) == 0xC0) {   // the untracked path, with sizes the machine can give
           if (n < 0 || n > (1 << 20)) break;
           void* p = f & 32 ? UtilHeapObjectAllocExt(nullptr, n, flags, nullptr, f) : UtilHeapObjectAlloc(nullptr, n, flags);
-          CHECK(p != nullptr);
-          CHECK(UtilHeapObjectSize(nullptr, p) == n);
-          CHECK(UtilHeapObjectFree(nullptr, p) == 0);
+          FUZZ_CHECK(p != nullptr);
+          FUZZ_CHECK(UtilHeapObjectSize(nullptr, p) == n);
+          FUZZ_CHECK(UtilHeapObjectFree(nullptr, p) == 0);
           break;
         }
         void* p = f & 32 ? UtilHeapObjectAllocExt(heap->handle, n, flags, nullptr, f)
                          : UtilHeapObjectAlloc(heap->handle, n, flags);
         ++heap->objects;
-        if (fuzzheap::FitsAlways(n)) CHECK(p != nullptr);
-        if (fuzzheap::FitsNever(n)) CHECK(p == nullptr);
+        if (fuzzheap::FitsAlways(n)) FUZZ_CHECK(p != nullptr);
+        if (fuzzheap::FitsNever(n)) FUZZ_CHECK(p == nullptr);
         if (p) {
-          CHECK(UtilHeapObjectSize(heap->handle, p) == n);
+          FUZZ_CHECK(UtilHeapObjectSize(heap->handle, p) == n);
           heap->live.emplace_back(p, n);
         }
         break;
@@ -164,7 +149,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 4:   // free
         if (heap && !heap->live.empty()) {
           const size_t i = in.Byte() % heap->live.size();
-          CHECK(UtilHeapObjectFree(heap->handle, heap->live[i].first) == 0);
+          FUZZ_CHECK(UtilHeapObjectFree(heap->handle, heap->live[i].first) == 0);
           heap->live.erase(heap->live.begin() + static_cast<std::ptrdiff_t>(i));
           --heap->objects;
         }
@@ -172,8 +157,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 5:   // delete a heap
         if (heap) {
           auto* node = reinterpret_cast<zx::clsHeapNode*>(heap->handle);
-          CHECK(UtilHeapDelete(heap->handle) == (heap->objects > 0 ? -5 : 0));
-          CHECK(!zx::clsHeapNode::IsLive(node));
+          FUZZ_CHECK(UtilHeapDelete(heap->handle) == (heap->objects > 0 ? -5 : 0));
+          FUZZ_CHECK(!zx::clsHeapNode::IsLive(node));
           job->heaps.erase(job->heaps.begin() + (heap - job->heaps.data()));
         }
         break;
@@ -181,7 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (heap) {
           UtilHeapSizeObjects(heap->handle);
           UtilHeapValidate(heap->handle, nullptr);
-          CHECK(reinterpret_cast<zx::clsHeapNode*>(heap->handle)->objects == heap->objects);
+          FUZZ_CHECK(reinterpret_cast<zx::clsHeapNode*>(heap->handle)->objects == heap->objects);
         }
         break;
       case 7:
@@ -191,9 +176,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   // Heaps first, then every open of this input.
   for (auto& [name, job] : jobs) {
-    for (Heap& heap : job.heaps) CHECK(UtilHeapDelete(heap.handle) == (heap.objects > 0 ? -5 : 0));
-    for (int i = 0; i < job.opens; ++i) CHECK(UtilJobClose(job.handle) == 0);
+    for (Heap& heap : job.heaps) FUZZ_CHECK(UtilHeapDelete(heap.handle) == (heap.objects > 0 ? -5 : 0));
+    for (int i = 0; i < job.opens; ++i) FUZZ_CHECK(UtilJobClose(job.handle) == 0);
   }
-  CHECK(JobCount() == jobsBefore);
+  FUZZ_CHECK(JobCount() == jobsBefore);
   return 0;
 }

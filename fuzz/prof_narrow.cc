@@ -16,26 +16,16 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_util.h"
 #include "core/strings/CharsetConversion.h"
 #include "core/strings/String.h"
 #include "zxUT22.h"
 
 namespace {
 
-[[noreturn]] void Fail(const char* what) {
-  std::fprintf(stderr, "prof_narrow invariant broken: %s\n", what);
-  std::abort();
-}
-#define CHECK(c)          \
-  do {                    \
-    if (!(c)) Fail(#c);   \
-  } while (0)
-
-class Input {
+class Input : public fuzzutil::ByteReader {
  public:
-  Input(const uint8_t* d, size_t n) : d_(d), n_(n) {}
-  bool More() const { return i_ < n_; }
-  uint8_t Byte() { return i_ < n_ ? d_[i_++] : 0; }
+  using ByteReader::ByteReader;
   // Bytes of a path or value: '/' and '.' are frequent, and any byte may come;
   // a zero byte ends the text as the callee sees it.
   std::string Text() {
@@ -47,11 +37,6 @@ class Input {
     }
     return t;
   }
-
- private:
-  const uint8_t* d_;
-  size_t n_;
-  size_t i_ = 0;
 };
 
 std::u16string Widen(const std::string& narrow) {
@@ -69,13 +54,13 @@ BOOL ZXUT_API EnumCheck(HPROFJOB, LPCSTR name, LPCSTR value, HPROFLIST, void* co
 
 void CheckPath(HPROFJOB job, const std::string& path) {
   const std::u16string wide = Widen(path);
-  CHECK(ProfGetListA(job, nullptr, path.c_str()) == ProfGetListW(job, nullptr, W(wide)));
+  FUZZ_CHECK(ProfGetListA(job, nullptr, path.c_str()) == ProfGetListW(job, nullptr, W(wide)));
   const LONG length = ProfGetStringLengthA(job, nullptr, path.c_str());
-  CHECK(length == ProfGetStringLengthW(job, nullptr, W(wide)));
+  FUZZ_CHECK(length == ProfGetStringLengthW(job, nullptr, W(wide)));
   if (length < 0) return;
   // The value's narrow form, as the wide export delivers it.
   std::u16string value(static_cast<size_t>(length) + 1, u'\0');
-  CHECK(ProfGetStringW(job, nullptr, W(wide), reinterpret_cast<LPWSTR>(value.data()), length + 1, nullptr) ==
+  FUZZ_CHECK(ProfGetStringW(job, nullptr, W(wide), reinterpret_cast<LPWSTR>(value.data()), length + 1, nullptr) ==
         length);
   value.resize(static_cast<size_t>(length));
   for (int size : {1, 2, 3, 7, 64}) {
@@ -86,12 +71,12 @@ void CheckPath(HPROFJOB job, const std::string& path) {
     const std::string narrow = form.narrow();
     char buffer[80];
     std::memset(buffer, 0x5A, sizeof buffer);
-    CHECK(ProfGetStringA(job, nullptr, path.c_str(), buffer, size, "") == length);
-    for (size_t i = static_cast<size_t>(size); i < sizeof buffer; ++i) CHECK(buffer[i] == 0x5A);
+    FUZZ_CHECK(ProfGetStringA(job, nullptr, path.c_str(), buffer, size, "") == length);
+    for (size_t i = static_cast<size_t>(size); i < sizeof buffer; ++i) FUZZ_CHECK(buffer[i] == 0x5A);
     const size_t got = strnlen(buffer, static_cast<size_t>(size));
-    CHECK(got < static_cast<size_t>(size));
-    CHECK(narrow.compare(0, got, buffer, got) == 0);
-    CHECK(got == std::min(narrow.size(), static_cast<size_t>(size) - 1));
+    FUZZ_CHECK(got < static_cast<size_t>(size));
+    FUZZ_CHECK(narrow.compare(0, got, buffer, got) == 0);
+    FUZZ_CHECK(got == std::min(narrow.size(), static_cast<size_t>(size) - 1));
   }
 }
 
@@ -103,9 +88,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint8_t c = in.Byte();
   const uint16_t cp = c < 224 ? kCodePages[c % 14] : static_cast<uint16_t>(in.Byte() | in.Byte() << 8);
   ProfSetOption(PROF_OPTION_CODEPAGE, cp);
-  CHECK(ProfGetOption(PROF_OPTION_CODEPAGE) == cp);
+  FUZZ_CHECK(ProfGetOption(PROF_OPTION_CODEPAGE) == cp);
   HPROFJOB job = ProfJobOpenW(nullptr);
-  CHECK(job != nullptr);
+  FUZZ_CHECK(job != nullptr);
   for (int steps = 0; in.More() && steps < 64; ++steps) {
     const std::string path = in.Text();
     switch (in.Byte() % 8) {
@@ -128,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       }
       case 7: {   // a job of that name: it always comes back
         HPROFJOB other = ProfJobOpenA(path.c_str());
-        CHECK(other != nullptr);
+        FUZZ_CHECK(other != nullptr);
         ProfGetError(other);
         ProfJobClose(other);
         break;

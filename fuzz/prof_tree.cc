@@ -17,6 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "fuzz_util.h"
 #include "prof/Prof.h"
 
 namespace {
@@ -25,15 +26,6 @@ using zx::clsItem;
 using zx::clsItemList;
 using zx::clsProfJob;
 using std::u16string;
-
-[[noreturn]] void Fail(const char* what) {
-  std::fprintf(stderr, "prof_tree invariant broken: %s\n", what);
-  std::abort();
-}
-#define CHECK(c) \
-  do {           \
-    if (!(c)) Fail(#c); \
-  } while (0)
 
 // ---- the model
 struct MList;
@@ -154,16 +146,9 @@ bool DeleteHolderModel(MList* l, MList* target) {
 }
 
 // ---- the input
-class Input {
+class Input : public fuzzutil::ByteReader {
  public:
-  Input(const uint8_t* d, size_t n) : d_(d), n_(n) {}
-  bool More() const { return i_ < n_; }
-  uint8_t Byte() { return i_ < n_ ? d_[i_++] : 0; }
-
- private:
-  const uint8_t* d_;
-  size_t n_;
-  size_t i_ = 0;
+  using ByteReader::ByteReader;
 };
 
 const u16string& LongName() {
@@ -207,20 +192,20 @@ struct Pairs {
 void Compare(clsItemList* real, MList* model, Pairs& pairs) {
   pairs.lists.push_back({real, model});
   pairs.toModel[real] = model;
-  CHECK(real->entries() == static_cast<int>(model->items.size()));
+  FUZZ_CHECK(real->entries() == static_cast<int>(model->items.size()));
   size_t i = 0;
   real->ForEach([&](int, clsItem* item) {
     const MItem& m = model->items[i++];
-    CHECK(item->name.Text().View() == m.name);
-    CHECK((item->sublist != nullptr) == (m.sub != nullptr));
-    CHECK(item->list == real);
+    FUZZ_CHECK(item->name.Text().View() == m.name);
+    FUZZ_CHECK((item->sublist != nullptr) == (m.sub != nullptr));
+    FUZZ_CHECK(item->list == real);
     if (item->sublist) {
-      CHECK(item->value.Length() == 0);
-      CHECK(item->sublist->parent == real);
-      CHECK(item->sublist->name.SameAs(item->name));
+      FUZZ_CHECK(item->value.Length() == 0);
+      FUZZ_CHECK(item->sublist->parent == real);
+      FUZZ_CHECK(item->sublist->name.SameAs(item->name));
       Compare(item->sublist, m.sub.get(), pairs);
     } else {
-      CHECK(item->value.Text().View() == m.value);
+      FUZZ_CHECK(item->value.Text().View() == m.value);
     }
     return true;
   });
@@ -241,7 +226,7 @@ bool Collect(void* ctx, clsProfJob*, const char16_t* name, const char16_t* value
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input in(data, size);
   clsProfJob* job = zx::prof::JobOpen(nullptr, 0);
-  CHECK(job != nullptr);
+  FUZZ_CHECK(job != nullptr);
   job->cacheEnabled = (in.Byte() & 1) != 0;
   MList root;
   Pairs pairs;
@@ -301,15 +286,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           it = FirstValue(mlist, u"");
         }
         const u16string expect = it ? it->value : u16string(u"dflt");
-        CHECK(r == (it ? static_cast<int32_t>(it->value.size()) : zx::prof::kErrNotFound));
-        CHECK(u16string(buf) == expect.substr(0, 2));
-        CHECK(buf[3] == u'#');
+        FUZZ_CHECK(r == (it ? static_cast<int32_t>(it->value.size()) : zx::prof::kErrNotFound));
+        FUZZ_CHECK(u16string(buf) == expect.substr(0, 2));
+        FUZZ_CHECK(buf[3] == u'#');
         break;
       }
       case 3: {  // create list
         clsItemList* got = zx::prof::CreateList(job, arg, p);
         if (!hasPath) {
-          CHECK(got == nullptr);
+          FUZZ_CHECK(got == nullptr);
           break;
         }
         std::vector<u16string> names = Split(walk);
@@ -320,18 +305,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         } else {
           AppendModelList(l, ListName(names.back()));
         }
-        CHECK(got != nullptr);
+        FUZZ_CHECK(got != nullptr);
         break;
       }
       case 4: {  // append list
         clsItemList* got = zx::prof::AppendList(job, arg, p);
         if (!hasPath) {
-          CHECK(got == nullptr);
+          FUZZ_CHECK(got == nullptr);
           break;
         }
         MList* l = start;
         for (const u16string& n : Split(walk)) l = AppendModelList(l, ListName(n));
-        CHECK(got != nullptr);
+        FUZZ_CHECK(got != nullptr);
         break;
       }
       case 5: {  // get list
@@ -353,9 +338,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           }
         }
         if (expect == nullptr) {
-          CHECK(got == nullptr);
+          FUZZ_CHECK(got == nullptr);
         } else {
-          CHECK(got != nullptr && pairs.toModel.count(got) && pairs.toModel[got] == expect);
+          FUZZ_CHECK(got != nullptr && pairs.toModel.count(got) && pairs.toModel[got] == expect);
         }
         break;
       }
@@ -363,22 +348,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         int32_t n = zx::prof::DeleteList(job, arg, p);
         if (!hasPath) {
           bool found = DeleteHolderModel(&root, mlist);
-          CHECK(n == (found ? 1 : 0));
+          FUZZ_CHECK(n == (found ? 1 : 0));
         } else if (path.empty()) {
-          CHECK(n == static_cast<int32_t>(mlist->items.size()));
+          FUZZ_CHECK(n == static_cast<int32_t>(mlist->items.size()));
           mlist->items.clear();
         } else {
-          CHECK(n == DeleteModel(mlist, path, false));
+          FUZZ_CHECK(n == DeleteModel(mlist, path, false));
         }
         break;
       }
       case 7: {  // delete item
         int32_t n = zx::prof::DeleteItem(job, arg, p);
-        CHECK(n == (hasPath ? DeleteModel(mlist, path, true) : 0));
+        FUZZ_CHECK(n == (hasPath ? DeleteModel(mlist, path, true) : 0));
         break;
       }
       case 8: {  // empty
-        CHECK(zx::prof::EmptyList(job, arg) == static_cast<int32_t>(mlist->items.size()));
+        FUZZ_CHECK(zx::prof::EmptyList(job, arg) == static_cast<int32_t>(mlist->items.size()));
         mlist->items.clear();
         break;
       }
@@ -387,7 +372,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         auto [src, msrc] = pairs.lists[value.size() % pairs.lists.size()];
         MList snapshot;
         CopyModel(*msrc, &snapshot);
-        CHECK(zx::prof::CopyList(job, arg, job, src) == 0);
+        FUZZ_CHECK(zx::prof::CopyList(job, arg, job, src) == 0);
         for (MItem& it : snapshot.items) {
           if (it.sub) it.sub->parent = mlist;
           mlist->items.push_back(std::move(it));
@@ -402,8 +387,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           expect.push_back(it.name + (it.sub ? u"[]" : u"=") + it.value);
           if (expect.size() == s.stopAt) break;
         }
-        CHECK(s.seen == expect);
-        CHECK(r == (s.stopAt != 0 && s.stopAt <= mlist->items.size() ? 0 : 1));
+        FUZZ_CHECK(s.seen == expect);
+        FUZZ_CHECK(r == (s.stopAt != 0 && s.stopAt <= mlist->items.size() ? 0 : 1));
         break;
       }
       case 11: {  // typed set and get back
@@ -432,11 +417,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         bool reachable = found && FirstValue(found, names.back()) == it;
         int32_t out = 12345;
         int32_t rc = zx::prof::GetRectLTWH(job, arg, p, &ro, nullptr);
-        CHECK(rc == (reachable ? 0 : zx::prof::kErrNotFound));
+        FUZZ_CHECK(rc == (reachable ? 0 : zx::prof::kErrNotFound));
         if (reachable) {
-          CHECK(ro.left == r.left && ro.top == r.top && ro.right == r.right && ro.bottom == r.bottom);
+          FUZZ_CHECK(ro.left == r.left && ro.top == r.top && ro.right == r.right && ro.bottom == r.bottom);
           // No integer form reads "(": the integer stays as it was.
-          CHECK(zx::prof::GetInt(job, arg, p, &out, 0) == zx::prof::kErrFormat && out == 12345);
+          FUZZ_CHECK(zx::prof::GetInt(job, arg, p, &out, 0) == zx::prof::kErrFormat && out == 12345);
         }
         break;
       }
@@ -450,13 +435,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         zx::prof::GetPoint(job, arg, p, &pt, nullptr);
         zx::prof::GetColorref(job, arg, p, &c, 7);
         int32_t len = zx::prof::GetStringLength(job, arg, p);
-        CHECK(len >= 0 || len == zx::prof::kErrNotFound);
+        FUZZ_CHECK(len >= 0 || len == zx::prof::kErrNotFound);
         break;
       }
       case 13: {  // a second holder comes and goes
         zx::prof::JobAddRef(job);
         zx::prof::JobClose(job);
-        CHECK(job->refCount.load() == 1);
+        FUZZ_CHECK(job->refCount.load() == 1);
         break;
       }
     }
