@@ -69,17 +69,10 @@ class LineTest : public ::testing::Test {
   }
   // The file: UTF-16 without byte-order mark, "\r\n" after each line.
   std::vector<std::string> Lines() {
-    std::ifstream f(path_, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    std::u16string text;
-    for (size_t i = 0; i + 1 < bytes.size(); i += 2)
-      text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                           (static_cast<unsigned char>(bytes[i + 1]) << 8)));
+    std::u16string rest;
     std::vector<std::string> out;
-    size_t start = 0;
-    for (size_t pos; (pos = text.find(u"\r\n", start)) != std::u16string::npos; start = pos + 2)
-      out.push_back(Ascii(text.substr(start, pos - start)));
-    EXPECT_EQ(start, text.size()) << "text after the last line end";
+    for (const std::u16string& line : zxsupport::ReadUtf16Lines(path_, &rest)) out.push_back(Ascii(line));
+    EXPECT_TRUE(rest.empty()) << "text after the last line end";
     return out;
   }
   // Blanks between the "digit " field and the text of a wall-clock line.

@@ -27,14 +27,6 @@ TEST(LifecycleChild, ClientProcess) {
   EXPECT_EQ(UtilGetFlags(), 1);
 }
 
-std::string ReadUtf16Ascii(const std::string& path) {
-  std::ifstream f(path, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-  std::string out;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) out.push_back(bytes[i + 1] ? '?' : bytes[i]);
-  return out;
-}
-
 TEST(LifecycleE2E, TheLibrarySaysHelloAtLoadAndGoodbyeAtExit) {
   std::string dir = zxsupport::TempPath("module_child");
   ASSERT_EQ(mkdir(dir.c_str(), 0700), 0);
@@ -52,7 +44,7 @@ TEST(LifecycleE2E, TheLibrarySaysHelloAtLoadAndGoodbyeAtExit) {
                     std::to_string(getpid()) + " '" + self +
                     "' --gtest_filter=LifecycleChild.ClientProcess >/dev/null 2>&1";
   ASSERT_EQ(std::system(cmd.c_str()), 0);
-  std::string text = ReadUtf16Ascii(log);
+  std::string text = zxsupport::Ascii(zxsupport::FromUtf16LeBytes(zxsupport::ReadBytes(log)));
   size_t child = text.find("child line 7");
   size_t listing = text.find("Error: deleting module 'Child', but the following heaps are left:");
   size_t goodbye = text.find(" --");

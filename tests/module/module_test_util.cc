@@ -59,20 +59,13 @@ DebugCapture::~DebugCapture() {
 void DebugCapture::Clear() { std::remove(path_.c_str()); }
 
 std::vector<std::string> DebugCapture::Messages() const {
-  std::ifstream f(path_, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-  std::u16string text;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2)
-    text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                         (static_cast<unsigned char>(bytes[i + 1]) << 8)));
   const std::string tag = Ascii(zx::DebugChannel()->LibraryTag());
   // [tag: ] time (wall clock or counter) thread/processor digit, then the text.
   static const std::regex prefix(
       R"(^(?:\S+ *: )?(?:\d\d:)?\d\d:\d\d\.\d{3} [0-9a-f]{8}/[0-9a-f]{2} \d )");
   std::vector<std::string> out;
-  size_t start = 0;
-  for (size_t pos; (pos = text.find(u"\r\n", start)) != std::u16string::npos; start = pos + 2) {
-    std::string line = Ascii(text.substr(start, pos - start));
+  for (const std::u16string& text : zxsupport::ReadUtf16Lines(path_)) {
+    std::string line = Ascii(text);
     std::smatch m;
     if (std::regex_search(line, m, prefix)) line = line.substr(m.length(0));
     out.push_back(line);

@@ -129,6 +129,15 @@ std::u16string FromUtf16LeBytes(std::string_view bytes) {
   return out;
 }
 
+std::vector<std::u16string> SplitCrLfLines(std::u16string_view text, std::u16string* rest) {
+  std::vector<std::u16string> out;
+  size_t start = 0;
+  for (size_t pos; (pos = text.find(u"\r\n", start)) != std::u16string_view::npos; start = pos + 2)
+    out.emplace_back(text.substr(start, pos - start));
+  if (rest) *rest = text.substr(start);
+  return out;
+}
+
 bool RunFilter(const std::string& command, std::string_view input, std::string& output) {
   output.clear();
 #ifdef _WIN32

@@ -78,6 +78,14 @@ void WriteBytes(const fs::path& p, std::string_view bytes);
 std::string Utf16LeBytes(std::u16string_view text);
 std::u16string FromUtf16LeBytes(std::string_view bytes);
 
+// The lines of a text whose every line ends with CR LF (the log file's form), and
+// what stands after the last CR LF (empty when the text ends with one).
+std::vector<std::u16string> SplitCrLfLines(std::u16string_view text, std::u16string* rest = nullptr);
+// The lines of a UTF-16LE file without byte-order mark, such as the debug log.
+inline std::vector<std::u16string> ReadUtf16Lines(const fs::path& p, std::u16string* rest = nullptr) {
+  return SplitCrLfLines(FromUtf16LeBytes(ReadBytes(p)), rest);
+}
+
 // Runs `command` through the shell with `input` on stdin; its stdout in `output`.
 // False when the command fails, or always on Windows (no shell tools under wine).
 bool RunFilter(const std::string& command, std::string_view input, std::string& output);
