@@ -2,7 +2,7 @@
 data to stdout. Exit status 1 with a reason on stderr for anything malformed."""
 import base64, struct, sys, zlib
 
-text = sys.stdin.read()
+text = sys.stdin.read().rstrip("\n")  # the tool ends its line
 if text.startswith("@2@"):
     raw = base64.b64decode(text[3:], validate=True)
     if len(raw) < 15 or raw[4:15] != b"Zrk_Packed\0":
