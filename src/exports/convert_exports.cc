@@ -25,6 +25,7 @@ LONG CopyOut(const zx::String& text, LPWSTR buffer, LONG bufferSize) {
 
 LONG PackBytes(const BYTE* data, size_t size, LPWSTR buffer, LONG bufferSize, BOOL compress) {
   zx::clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);  // on the stack
   if (size && file.Write(data, static_cast<uint32_t>(size)) != size) return kNullArgument;
   return CopyOut(zx::Pack(file, compress != 0, zx::String()), buffer, bufferSize);
 }
@@ -32,6 +33,7 @@ LONG PackBytes(const BYTE* data, size_t size, LPWSTR buffer, LONG bufferSize, BO
 // The data of a packed text, through an in-memory file.
 std::vector<unsigned char> UnpackBytes(LPCWSTR text) {
   zx::clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);  // on the stack
   zx::Unpack(file, zx::String(reinterpret_cast<const char16_t*>(text)), zx::String());
   std::vector<unsigned char> data(static_cast<size_t>(file.GetSize()));
   file.SetPos(0);
@@ -51,6 +53,7 @@ ZXUT_EXPORT LONG ZXUT_API UtilConvertStreamToString(IStream* stream, LPWSTR buff
                                                     BOOL compress) {
   if (!stream) return kNullArgument;
   zx::clsFile file(stream);
+  file.SetDeleteOnRelease(false);  // on the stack
   return CopyOut(zx::Pack(file, compress != 0, zx::String()), buffer, bufferSize);
 }
 
@@ -77,6 +80,7 @@ ZXUT_EXPORT LONG ZXUT_API UtilConvertStringToBLOB(LPCWSTR text, BYTE* buffer, LO
 ZXUT_EXPORT LONG ZXUT_API UtilConvertStringToStream(LPCWSTR text, IStream* stream) {
   if (!text || !stream) return kNullArgument;
   zx::clsFile file(stream);
+  file.SetDeleteOnRelease(false);  // on the stack
   zx::Unpack(file, zx::String(reinterpret_cast<const char16_t*>(text)), zx::String());
   return 0;
 }

@@ -45,6 +45,7 @@ std::string ReadAllOf(zx::clsFile& file) {
 
 String PackBytes(const std::string& data, bool compress, const char16_t* password = u"") {
   zx::clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);  // on the stack
   if (!data.empty()) {
     EXPECT_EQ(file.Write(data.data(), static_cast<uint32_t>(data.size())), data.size());
   }
@@ -54,6 +55,7 @@ String PackBytes(const std::string& data, bool compress, const char16_t* passwor
 // The written data, or "<false>" when Unpack gives false.
 std::string UnpackText(const std::u16string& text, const char16_t* password = u"") {
   zx::clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);  // on the stack
   if (!zx::Unpack(file, String(std::u16string_view(text)), String(password))) return "<false>";
   return ReadAllOf(file);
 }
@@ -366,6 +368,7 @@ TEST(ConvertExports, StreamsBothWays) {
   ASSERT_GE(plat::CreateMemoryStream(&out), 0);
   EXPECT_EQ(UtilConvertStringToStream(text.data(), out), 0);
   zx::clsFile back(out);
+  back.SetDeleteOnRelease(false);  // on the stack
   EXPECT_TRUE(ReadAllOf(back) == data);
   EXPECT_EQ(UtilConvertStringToStream(text.data(), nullptr), -2);
   EXPECT_EQ(UtilConvertStringToStream(nullptr, out), -2);

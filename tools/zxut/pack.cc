@@ -42,6 +42,7 @@ int RunPack(int argc, char** argv) {
   }
   if (!name) return UsageError(usage);
   zx::clsFile file;
+  file.SetDeleteOnRelease(false);  // on the stack
   if (file.Open(Arg(name), 0, 0, 2, zx::kFileNormal) != 0) return Fail("cannot open", name);
   const zx::String text = zx::Pack(file, compress, Arg(password));
   if (text.IsEmpty() && file.GetSize() != 0) return Fail("cannot pack", name);
@@ -67,12 +68,14 @@ int RunUnpack(int argc, char** argv) {
   }
   if (count != 2) return UsageError(usage);
   zx::clsFile in;
+  in.SetDeleteOnRelease(false);  // on the stack
   if (in.Open(Arg(names[0]), 0, 0, 2, zx::kFileNormal) != 0) return Fail("cannot open", names[0]);
   std::string bytes(static_cast<size_t>(in.GetSize()), '\0');
   if (!bytes.empty() && in.Read(bytes.data(), static_cast<uint32_t>(bytes.size())) != bytes.size())
     return Fail("cannot read", names[0]);
   const std::u16string text(bytes.begin(), bytes.end());
   zx::clsFile out;
+  out.SetDeleteOnRelease(false);  // on the stack
   if (out.Open(Arg(names[1]), 2, 2, 0, zx::kFileNormal) != 0) return Fail("cannot create", names[1]);
   if (!zx::Unpack(out, zx::String(std::u16string_view(text)), Arg(password)))
     return Fail("no packed data in", names[0]);
