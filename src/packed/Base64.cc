@@ -6,16 +6,18 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// -1 for characters that are skipped, 64 for "=".
-int DigitOf(char16_t c) {
-  if (c >= u'A' && c <= u'Z') return c - u'A';
-  if (c >= u'a' && c <= u'z') return c - u'a' + 26;
-  if (c >= u'0' && c <= u'9') return c - u'0' + 52;
-  if (c == u'+') return 62;
-  if (c == u'/') return 63;
-  if (c == u'=') return 64;
-  return -1;
-}
+// The digit of each ASCII character: -1 for those that are skipped, 64 for "=".
+struct DigitTable {
+  int8_t digit[128];
+  constexpr DigitTable() : digit() {
+    for (int c = 0; c < 128; ++c) digit[c] = -1;
+    for (int k = 0; k < 64; ++k) digit[static_cast<int>(kAlphabet[k])] = static_cast<int8_t>(k);
+    digit[static_cast<int>('=')] = 64;
+  }
+};
+constexpr DigitTable kDigits;
+
+inline int DigitOf(char16_t c) { return c < 128 ? kDigits.digit[c] : -1; }
 
 }  // namespace
 
@@ -45,7 +47,23 @@ int64_t Base64Decode(std::u16string_view text, uint8_t* buffer, size_t capacity,
   size_t pos = 0;
   int quad[4];
   int have = 0;
-  for (char16_t c : text) {
+  const char16_t* p = text.data();
+  const char16_t* const end = p + text.size();
+  while (p < end) {
+    // The common case: a whole quad of digits without padding.
+    if (have == 0 && end - p >= 4 && pos + 3 <= capacity) {
+      const int a = DigitOf(p[0]), b = DigitOf(p[1]), c = DigitOf(p[2]), d = DigitOf(p[3]);
+      if ((a | b | c | d) >= 0 && a < 64 && b < 64 && c < 64 && d < 64) {
+        const uint32_t v = uint32_t(a) << 18 | uint32_t(b) << 12 | uint32_t(c) << 6 | uint32_t(d);
+        buffer[pos] = static_cast<uint8_t>(v >> 16);
+        buffer[pos + 1] = static_cast<uint8_t>(v >> 8);
+        buffer[pos + 2] = static_cast<uint8_t>(v);
+        pos += 3;
+        p += 4;
+        continue;
+      }
+    }
+    const char16_t c = *p++;
     if (c < 0x21) continue;
     const int d = DigitOf(c);
     if (d < 0) continue;
