@@ -76,6 +76,9 @@ std::string Pseudorandom(size_t n, uint32_t seed) {
   return out;
 }
 
+// Export text (WCHAR: wchar_t on Windows) as UTF-16.
+std::u16string Wide(const WCHAR* text) { return reinterpret_cast<const char16_t*>(text); }
+
 }  // namespace
 
 // ---- the cipher
@@ -325,9 +328,9 @@ TEST(ConvertExports, BlobToStringSizesAndTruncation) {
   std::vector<WCHAR> buf(needed + 4, u'#');
   EXPECT_EQ(UtilConvertBLOBToString(bytes, static_cast<DWORD>(data.size()), buf.data(), 0, 1), needed);
   EXPECT_EQ(UtilConvertBLOBToString(bytes, static_cast<DWORD>(data.size()), buf.data(), needed, 1), 0);
-  EXPECT_EQ(std::u16string(buf.data()), text.View());
+  EXPECT_EQ(Wide(buf.data()), text.View());
   EXPECT_EQ(UtilConvertBLOBToString(bytes, static_cast<DWORD>(data.size()), buf.data(), 10, 1), -44);
-  EXPECT_EQ(std::u16string(buf.data()), text.View().substr(0, 9));
+  EXPECT_EQ(Wide(buf.data()), text.View().substr(0, 9));
   EXPECT_EQ(UtilConvertBLOBToString(bytes, static_cast<DWORD>(data.size()), buf.data(), needed - 1, 1), -44);
   // No data: the empty text.
   EXPECT_EQ(UtilConvertBLOBToString(bytes, 0, nullptr, 0, 1), 1);
@@ -336,7 +339,7 @@ TEST(ConvertExports, BlobToStringSizesAndTruncation) {
   EXPECT_EQ(UtilConvertBLOBToString(nullptr, 5, buf.data(), 5, 0), -2);
   // Uncompressed: plain base64.
   EXPECT_EQ(UtilConvertBLOBToString(reinterpret_cast<const BYTE*>("Man"), 3, buf.data(), 5, 0), 0);
-  EXPECT_EQ(std::u16string(buf.data()), u"TWFu");
+  EXPECT_EQ(Wide(buf.data()), u"TWFu");
 }
 
 TEST(ConvertExports, StringToBlobSizes) {
@@ -362,7 +365,7 @@ TEST(ConvertExports, StreamsBothWays) {
   const LONG needed = UtilConvertStreamToString(in, nullptr, 0, 1);
   std::vector<WCHAR> text(needed);
   EXPECT_EQ(UtilConvertStreamToString(in, text.data(), needed, 1), 0);
-  EXPECT_EQ(std::u16string(text.data()), PackBytes(data, true).View());
+  EXPECT_EQ(Wide(text.data()), PackBytes(data, true).View());
 
   IStream* out = nullptr;
   ASSERT_GE(plat::CreateMemoryStream(&out), 0);
@@ -386,7 +389,7 @@ TEST(ConvertExports, GlobalHandlesBothWays) {
   const LONG needed = UtilConvertHGLOBALToString(h, nullptr, 0, 0);
   std::vector<WCHAR> text(needed);
   EXPECT_EQ(UtilConvertHGLOBALToString(h, text.data(), needed, 0), 0);
-  EXPECT_EQ(std::u16string(text.data()), PackBytes(data, false).View());
+  EXPECT_EQ(Wide(text.data()), PackBytes(data, false).View());
 
   HGLOBAL back = plat::GlobalAlloc(3);
   ASSERT_TRUE(back);
