@@ -11,5 +11,6 @@
 #include "zxut22/util_module.h"
 #include "zxut22/util_heap.h"
 #include "zxut22/util_text.h"
+#include "zxut22/util_convert.h"
 
 #endif

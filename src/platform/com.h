@@ -1,5 +1,6 @@
 // COM shapes the file class and its stream face need: GUID, IUnknown,
-// ISequentialStream, IStream, IStorage, STATSTG and the status values. On Windows
+// ISequentialStream, IStream, IStorage, STATSTG and the status values, and global
+// memory handles. On Windows
 // they are the system's own; elsewhere layout-compatible definitions of ours with
 // the same slot order, so that a stream made here can be handed to any consumer.
 // Errors: HRESULTs, as COM has them; nothing sets plat::LastError.
@@ -18,6 +19,8 @@
 #define ZX_COMCALL
 
 typedef char16_t OLECHAR;
+// A global memory handle: a block of ours that GlobalLock turns into its address.
+typedef void* HGLOBAL;
 typedef OLECHAR* LPOLESTR;
 
 struct GUID {
@@ -151,6 +154,16 @@ inline bool SameGuid(const GUID& a, const GUID& b) {
 // CreateStreamOnHGlobal(nullptr, TRUE, out): a growing in-memory stream with one
 // reference for the caller. Its LockRegion answers STG_E_INVALIDFUNCTION.
 HRESULT CreateMemoryStream(IStream** out);
+
+// Moveable global memory: GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT), GlobalLock,
+// GlobalUnlock, GlobalSize, GlobalReAlloc (contents kept, null on failure with the
+// old handle still valid) and GlobalFree. On Windows the system's own handles.
+HGLOBAL GlobalAlloc(size_t bytes);
+void* GlobalLock(HGLOBAL handle);
+void GlobalUnlock(HGLOBAL handle);
+size_t GlobalSize(HGLOBAL handle);
+HGLOBAL GlobalReAlloc(HGLOBAL handle, size_t bytes);
+void GlobalFree(HGLOBAL handle);
 
 // CoTaskMemAlloc / CoTaskMemFree (for STATSTG names).
 void* TaskMemAlloc(size_t bytes);

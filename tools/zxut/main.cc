@@ -4,6 +4,8 @@
 #include "zxUT22.h"
 
 int RunViewer(int argc, char** argv);   // viewer.cc
+int RunPack(int argc, char** argv);     // pack.cc
+int RunUnpack(int argc, char** argv);   // pack.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -14,12 +16,18 @@ static int Version() {
 static void Usage() {
   std::puts("usage: zxut <command> [arguments]\n"
             "  version     print the library's version\n"
-            "  viewer      print the debug lines of this user's processes live (Ctrl-C ends)");
+            "  viewer      print the debug lines of this user's processes live (Ctrl-C ends)\n"
+            "  pack [--compress] [--password P] FILE\n"
+            "              print FILE as packed text\n"
+            "  unpack [--password P] TEXTFILE OUT\n"
+            "              write the data of the packed text in TEXTFILE to OUT");
 }
 
 int main(int argc, char** argv) {
   if (argc < 2 || std::strcmp(argv[1], "version") == 0) return Version();
   if (std::strcmp(argv[1], "viewer") == 0) return RunViewer(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;

@@ -123,6 +123,68 @@ HRESULT CreateMemoryStream(IStream** out) {
   return *out ? kS_OK : kE_OUTOFMEMORY;
 }
 
+namespace {
+
+// A global memory handle: the header, with the data behind a pointer of its own
+// so that the handle stays when the data moves.
+struct GlobalBlock {
+  uint32_t magic;
+  size_t size;
+  unsigned char* data;
+};
+constexpr uint32_t kGlobalMagic = 0x62476c5a;
+
+GlobalBlock* BlockOf(HGLOBAL handle) {
+  auto* b = static_cast<GlobalBlock*>(handle);
+  return b && b->magic == kGlobalMagic ? b : nullptr;
+}
+
+}  // namespace
+
+HGLOBAL GlobalAlloc(size_t bytes) {
+  auto* b = static_cast<GlobalBlock*>(std::malloc(sizeof(GlobalBlock)));
+  if (!b) return nullptr;
+  b->data = static_cast<unsigned char*>(std::calloc(bytes ? bytes : 1, 1));
+  if (!b->data) {
+    std::free(b);
+    return nullptr;
+  }
+  b->magic = kGlobalMagic;
+  b->size = bytes;
+  return b;
+}
+
+void* GlobalLock(HGLOBAL handle) {
+  GlobalBlock* b = BlockOf(handle);
+  return b ? b->data : nullptr;
+}
+
+void GlobalUnlock(HGLOBAL) {}
+
+size_t GlobalSize(HGLOBAL handle) {
+  GlobalBlock* b = BlockOf(handle);
+  return b ? b->size : 0;
+}
+
+HGLOBAL GlobalReAlloc(HGLOBAL handle, size_t bytes) {
+  GlobalBlock* b = BlockOf(handle);
+  if (!b) return nullptr;
+  auto* data = static_cast<unsigned char*>(std::realloc(b->data, bytes ? bytes : 1));
+  if (!data) return nullptr;
+  if (bytes > b->size) std::memset(data + b->size, 0, bytes - b->size);
+  b->data = data;
+  b->size = bytes;
+  return b;
+}
+
+void GlobalFree(HGLOBAL handle) {
+  GlobalBlock* b = BlockOf(handle);
+  if (!b) return;
+  b->magic = 0;
+  std::free(b->data);
+  std::free(b);
+}
+
 void* TaskMemAlloc(size_t bytes) { return std::malloc(bytes ? bytes : 1); }
 void TaskMemFree(void* block) { std::free(block); }
 
