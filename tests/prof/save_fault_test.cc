@@ -155,4 +155,6 @@ TEST(ProfSaveFault, AnExclusiveJobKeepsItsFileThroughAFailedSave) {
   }
   EXPECT_EQ(PROF_OK, zx::prof::ProfSave(Internal(job), nullptr, PROF_FMT_XML));
   EXPECT_EQ(SavedBytes(job, PROF_FMT_XML), zxsupport::ReadBytes(path));
+  job->file = nullptr;   // given back before the job ends
+  delete file;
 }

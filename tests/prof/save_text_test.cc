@@ -143,7 +143,7 @@ TEST(ProfSaveText, AnExclusiveJobRewritesItsOwnFile) {
   Job job(ProfJobOpenExclusiveW(nullptr));
   auto* file = new zx::clsFileRW(zx::String(std::u16string_view(path.u16string())), 2, 1, 2, zx::kFileNormal);
   ASSERT_TRUE(file->IsOpen());
-  job->file = file;   // the job owns it from now on
+  job->file = file;
   Set(job, nullptr, u"a", u"1");
   Set(job, nullptr, u"b/c", u"2");
   EXPECT_EQ(PROF_OK, ProfSaveW(job, nullptr, PROF_FMT_TEXT));
@@ -159,4 +159,6 @@ TEST(ProfSaveText, AnExclusiveJobRewritesItsOwnFile) {
   const auto other = dir / "other.prf";
   EXPECT_EQ(PROF_OK, SaveTo(job, other, PROF_FMT_TEXT));
   EXPECT_EQ(zxsupport::ReadBytes(path), zxsupport::ReadBytes(other));
+  job->file = nullptr;   // given back before the job ends
+  delete file;
 }
