@@ -4,6 +4,8 @@
 
 #include "file/File.h"
 #include "prof/ItemList.h"
+#include "platform/internal/file_faults.h"
+#include "prof/ProfWriter.h"
 #include "prof/Save.h"
 #include "prof_test_util.h"
 #include "support/support_test_util.h"
@@ -161,4 +163,42 @@ TEST(ProfSaveText, AnExclusiveJobRewritesItsOwnFile) {
   EXPECT_EQ(zxsupport::ReadBytes(path), zxsupport::ReadBytes(other));
   job->file = nullptr;   // given back before the job ends
   delete file;
+}
+
+// The writer on a clsFile: the exact bytes over longer old content, -4 when the
+// disk fills; a base level other than 0 writes no mark, header or trailer and
+// starts the lines at that level.
+TEST(ProfSaveText, WritingToAFile) {
+  zxsupport::ScratchDir dir("prof_save");
+  const auto path = dir / "w.prf";
+  zxsupport::WriteBytes(path, std::string(4000, 'o'));
+  Job job;
+  Set(job, nullptr, u"a", u"1");
+  Set(job, nullptr, u"b/c", u"2");
+  {
+    zx::clsFileRW f(zx::String(std::u16string_view(path.u16string())), 2, 1, 0, zx::kFileNormal);
+    ASSERT_TRUE(f.IsOpen());
+    EXPECT_EQ(0, zx::prof::WriteProfile(*job.operator->(), f, zx::prof::kFormatText));
+    EXPECT_EQ(zx::prof::ProfileSize(*job.operator->(), zx::prof::kFormatText), f.GetSize());
+    zxsupport::DiagCapture diag;
+    plat::FileFaultPlan plan(10);
+    EXPECT_EQ(-4, zx::prof::WriteProfile(*job.operator->(), f, zx::prof::kFormatXml));
+  }
+  job->baseLevel = 2;
+  struct Row {
+    int format;
+    std::u16string text;
+  };
+  const Row rows[] = {
+      {zx::prof::kFormatText, u"  [/]\r\n   {\r\n   a=1\r\n   [b]\r\n\t{\r\n\tc=2\r\n\t}\r\n   }\r\n"},
+      {zx::prof::kFormatXml, u"  <item name=\"a\">1</item>\r\n  <list name=\"b\">\r\n"
+                             u"   <item name=\"c\">2</item>\r\n  </list>\r\n"},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.format);
+    std::string image;
+    ASSERT_TRUE(zx::prof::SerializeProfile(*job.operator->(), r.format, image));
+    EXPECT_EQ(zxsupport::Utf16LeBytes(r.text), image);
+  }
+  job->baseLevel = 0;
 }
