@@ -33,9 +33,9 @@ typedef BOOL(ZXUT_API *PROFENUMPROCA)(HPROFJOB job, LPCSTR name, LPCSTR value,
 /* ---- Job lifetime
  * A job always comes back (null only when memory runs out); ProfGetError tells how
  * the open went. A null name gives an empty job with error 0. A job opened with a
- * file name keeps the name; this build does not read or write profile files yet:
- * such a job is an empty, working profile whose error is PROF_ERR_OPEN (shared)
- * or PROF_ERR_SAVE (exclusive). */
+ * file name keeps the name (ProfSave with a null name writes there); this build
+ * does not read profile files yet: such a job is an empty, working profile whose
+ * error is PROF_ERR_OPEN (shared) or PROF_ERR_SAVE (exclusive). */
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenW(LPCWSTR fileName);
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenA(LPCSTR fileName);
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenExclusiveW(LPCWSTR fileName);
