@@ -33,9 +33,9 @@ typedef BOOL(ZXUT_API *PROFENUMPROCA)(HPROFJOB job, LPCSTR name, LPCSTR value,
 /* ---- Job lifetime
  * A job always comes back (null only when memory runs out); ProfGetError tells how
  * the open went. A null name gives an empty job with error 0. A job opened with a
- * file name keeps the name; this build does not read or write profile files yet:
- * such a job is an empty, working profile whose error is PROF_ERR_OPEN (shared)
- * or PROF_ERR_SAVE (exclusive). */
+ * file name keeps the name (ProfSave with a null name writes there); this build
+ * does not read profile files yet: such a job is an empty, working profile whose
+ * error is PROF_ERR_OPEN (shared) or PROF_ERR_SAVE (exclusive). */
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenW(LPCWSTR fileName);
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenA(LPCSTR fileName);
 ZXUT_EXPORT HPROFJOB ZXUT_API ProfJobOpenExclusiveW(LPCWSTR fileName);
@@ -80,6 +80,24 @@ ZXUT_EXPORT LONG ZXUT_API ProfCopyList(HPROFJOB targetJob, HPROFLIST targetList,
                                        HPROFJOB sourceJob, HPROFLIST sourceList);
 /* Writes the list and everything below it to the debug output. 0 or PROF_ERR_HANDLE. */
 ZXUT_EXPORT LONG ZXUT_API ProfDebugList(HPROFJOB job, HPROFLIST list);
+
+/* ---- Saving. The flags' low 4 bits select the format: PROF_FMT_TEXT (UTF-16
+ * text), PROF_FMT_XFDF (narrow XFDF fields, an export format), any other value
+ * PROF_FMT_XML (UTF-16 XML). */
+#define PROF_FMT_TEXT 0
+#define PROF_FMT_XML 1
+#define PROF_FMT_XFDF 2
+/* The compressed form; this build does not write it (PROF_ERR_SAVE, nothing written). */
+#define PROF_SAVE_COMPRESSED 0x40
+/* The compressed form when the job was loaded from it. */
+#define PROF_SAVE_KEEP_COMPRESSED 0x80
+/* Saves to fileName, or with a null name to the job's own file (an exclusive job
+ * keeps rewriting its open file; a name equal to it, in any case, does the same)
+ * or its file name. The file is always either the old or the new profile: a
+ * failed save keeps the old content. An empty profile gives an empty file.
+ * PROF_OK (also for a null job) or PROF_ERR_SAVE. */
+ZXUT_EXPORT LONG ZXUT_API ProfSaveW(HPROFJOB job, LPCWSTR fileName, DWORD flags);
+ZXUT_EXPORT LONG ZXUT_API ProfSaveA(HPROFJOB job, LPCSTR fileName, DWORD flags);
 
 /* ---- Global operations */
 /* 0: 5637, 1: 22, 2: 5, anything else -1. */

@@ -92,4 +92,22 @@ void RemoveCacheSetting() {
 
 std::string ToUtf8(const std::u16string& s) { return plat::Utf16ToUtf8(s); }
 
+std::string Golden(const std::string& leaf) {
+  const std::string bytes = zxsupport::ReadBytes(std::filesystem::path(ZXUT_SOURCE_DIR) / "tests" / "prof" / "data" / "golden" / leaf);
+  EXPECT_FALSE(bytes.empty()) << "golden file " << leaf;
+  return bytes;
+}
+
+LONG SaveTo(HPROFJOB job, const std::filesystem::path& path, DWORD flags) {
+  const std::u16string name = path.u16string();
+  return ProfSaveW(job, W(name.c_str()), flags);
+}
+
+std::string SavedBytes(HPROFJOB job, DWORD flags) {
+  zxsupport::ScratchDir dir("prof_save");
+  const auto path = dir / "saved.prf";
+  EXPECT_EQ(PROF_OK, SaveTo(job, path, flags));
+  return zxsupport::ReadBytes(path);
+}
+
 }  // namespace proftest

@@ -3,6 +3,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -85,5 +86,13 @@ class CodePageGuard {
 };
 
 std::string ToUtf8(const std::u16string& s);
+
+// ---- saving
+// The bytes of a golden file under data/golden.
+std::string Golden(const std::string& leaf);
+// Saves the job to `path` with ProfSaveW; the export's result.
+LONG SaveTo(HPROFJOB job, const std::filesystem::path& path, DWORD flags);
+// The bytes a save of the job in that format gives (a fresh file each time).
+std::string SavedBytes(HPROFJOB job, DWORD flags);
 
 }  // namespace proftest
