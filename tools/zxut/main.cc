@@ -6,6 +6,7 @@
 int RunViewer(int argc, char** argv);   // viewer.cc
 int RunPack(int argc, char** argv);     // pack.cc
 int RunUnpack(int argc, char** argv);   // pack.cc
+int RunProf(int argc, char** argv);     // prof.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -17,6 +18,7 @@ static void Usage() {
   std::puts("usage: zxut <command> [arguments]\n"
             "  version     print the library's version\n"
             "  viewer      print the debug lines of this user's processes live (Ctrl-C ends)\n"
+            "  prof        show, get, set and convert profile files (zxut prof for details)\n"
             "  pack [--compress] [--password P] FILE\n"
             "              print FILE as packed text\n"
             "  unpack [--password P] TEXTFILE OUT\n"
@@ -26,6 +28,7 @@ static void Usage() {
 int main(int argc, char** argv) {
   if (argc < 2 || std::strcmp(argv[1], "version") == 0) return Version();
   if (std::strcmp(argv[1], "viewer") == 0) return RunViewer(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "prof") == 0) return RunProf(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {

@@ -12,22 +12,14 @@
 
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"
-#include "platform/codepage.h"
 #include "platform/shared_memory.h"
 #include "platform/udp.h"
+#include "text.h"
 
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
 void OnSignal(int) { g_stop = 1; }
-
-std::string Utf8(const std::u16string& text) {
-  if (text.empty()) return {};
-  int n = plat::WideToMultiByte(plat::kCpUtf8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
-  std::string out(static_cast<size_t>(n > 0 ? n : 0), '\0');
-  if (n > 0) plat::WideToMultiByte(plat::kCpUtf8, 0, text.data(), static_cast<int>(text.size()), out.data(), n);
-  return out;
-}
 
 void PrintPacket(const zx::DecodedPacket& p) {
   std::u16string tag(p.header.tag, p.tagChars);
