@@ -305,6 +305,7 @@ HRESULT Convert(const VARIANT& src, VARTYPE vt, VARIANT& out) {
   HRESULT hr = ToScalar(src, s);
   if (hr < 0) return hr;
   if (vt == VT_EMPTY) return kS_OK;
+  if (src.vt == VT_EMPTY && vt == VT_BSTR) s.kind = Scalar::kText;   // "" rather than "0"
   if (s.kind == Scalar::kNull || vt == VT_NULL) return kDISP_E_TYPEMISMATCH;
   if (s.kind == Scalar::kText && vt != VT_BSTR) {
     hr = ParseNumber(s.text, s, vt == VT_BOOL);
