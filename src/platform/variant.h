@@ -195,13 +195,15 @@ HRESULT VariantCopy(VARIANT* dst, const VARIANT* src);
 // VariantCopy with a reference followed: the copy holds the value referred to.
 HRESULT VariantCopyInd(VARIANT* dst, const VARIANT* src);
 // Converts src (references followed) to `vt` into dst (which may be src). Numbers
-// and text in the invariant "C" format; BOOL is -1/0 and "True"/"False" as text;
-// DATE converts as its double. DISP_E_TYPEMISMATCH when the value does not parse or
+// and text in the invariant "C" format (spaces around and thousands separators
+// allowed, reals rounded half to even); BOOL is -1/0, also as text, and reads
+// "True"/"False"; DATE converts as its double. DISP_E_TYPEMISMATCH when the value does not parse or
 // the pair has no conversion, DISP_E_OVERFLOW out of range; dst is left as it was.
 HRESULT VariantChangeType(VARIANT* dst, const VARIANT* src, USHORT flags, VARTYPE vt);
-// VARCMP_LT/EQ/GT, VARCMP_NULL when either is VT_NULL, or an error HRESULT. Numbers
-// by value, text by the locale comparison with `flags` (CompareStringW flags), text
-// against a number by the text's numeric value.
+// VARCMP_LT/EQ/GT, VARCMP_NULL when either is VT_NULL, or an error HRESULT
+// (DISP_E_TYPEMISMATCH for interfaces and arrays). Numbers by value, text by the
+// locale comparison with `flags` (CompareStringW flags); a number is less than any
+// text, even "5" against 5; VT_EMPTY is 0 or "" as the other side needs.
 HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID lcid, ULONG flags);
 
 // `bounds[0]` is the first (leftmost) dimension; elements are zeroed. Null on a bad

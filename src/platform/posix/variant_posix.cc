@@ -161,7 +161,6 @@ struct Scalar {
   uint64_t u = 0;
   double d = 0;
   std::u16string text;
-  bool isBool = false;   // for BOOL -> text
   bool isR4 = false;     // R4 -> text with 7 digits
 };
 
@@ -173,7 +172,7 @@ HRESULT ToScalar(const VARIANT& v, Scalar& s) {
     case VT_I2: s.i = v.iVal; break;
     case VT_I4: case VT_INT: s.i = v.lVal; break;
     case VT_I8: s.i = v.llVal; break;
-    case VT_BOOL: s.i = v.boolVal; s.isBool = true; break;
+    case VT_BOOL: s.i = v.boolVal; break;
     case VT_UI1: s.kind = Scalar::kUInt; s.u = v.bVal; return kS_OK;
     case VT_UI2: s.kind = Scalar::kUInt; s.u = v.uiVal; return kS_OK;
     case VT_UI4: case VT_UINT: s.kind = Scalar::kUInt; s.u = v.ulVal; return kS_OK;
@@ -225,6 +224,7 @@ bool EqualsNoCase(const std::string& a, const char* b) {
 HRESULT ParseNumber(const std::u16string& text, Scalar& s, bool allowBoolWords) {
   bool ascii;
   std::string a = Trimmed(text, &ascii);
+  std::erase(a, ',');   // the invariant thousands separator
   if (!ascii || a.empty()) return kDISP_E_TYPEMISMATCH;
   if (allowBoolWords && (EqualsNoCase(a, "true") || EqualsNoCase(a, "false"))) {
     s.kind = Scalar::kInt;
@@ -293,7 +293,6 @@ double ToReal(const Scalar& s) {
 std::u16string ToText(const Scalar& s) {
   char buf[64];
   if (s.kind == Scalar::kText) return s.text;
-  if (s.isBool) return s.i ? u"True" : u"False";
   if (s.kind == Scalar::kInt) std::snprintf(buf, sizeof buf, "%lld", static_cast<long long>(s.i));
   else if (s.kind == Scalar::kUInt) std::snprintf(buf, sizeof buf, "%llu", static_cast<unsigned long long>(s.u));
   else std::snprintf(buf, sizeof buf, s.isR4 ? "%.7G" : "%.15G", s.d);
@@ -489,8 +488,9 @@ HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID lcid, ULONG flags) {
                                 b.text.c_str(), static_cast<int>(b.text.size()));
     return c == 0 ? kE_INVALIDARG : c - 1;
   }
-  if (a.kind == Scalar::kText && (hr = ParseNumber(a.text, a, false)) < 0) return hr;
-  if (b.kind == Scalar::kText && (hr = ParseNumber(b.text, b, false)) < 0) return hr;
+  // A number sorts before any text, whatever the text says.
+  if (a.kind == Scalar::kText) return VARCMP_GT;
+  if (b.kind == Scalar::kText) return VARCMP_LT;
   if (a.kind != Scalar::kReal && b.kind != Scalar::kReal) {
     // Both integers: exactly, across signedness.
     bool an = a.kind == Scalar::kInt && a.i < 0, bn = b.kind == Scalar::kInt && b.i < 0;

@@ -6,13 +6,17 @@
 #include "platform/variant.h"
 
 namespace plat {
+namespace {
+// The system's declarations take the source as non-const; it is only read.
+VARIANT* In(const VARIANT* v) { return const_cast<VARIANT*>(v); }
+}  // namespace
 
 void VariantInit(VARIANT* v) { ::VariantInit(v); }
 HRESULT VariantClear(VARIANT* v) { return ::VariantClear(v); }
-HRESULT VariantCopy(VARIANT* dst, const VARIANT* src) { return ::VariantCopy(dst, src); }
-HRESULT VariantCopyInd(VARIANT* dst, const VARIANT* src) { return ::VariantCopyInd(dst, src); }
+HRESULT VariantCopy(VARIANT* dst, const VARIANT* src) { return ::VariantCopy(dst, In(src)); }
+HRESULT VariantCopyInd(VARIANT* dst, const VARIANT* src) { return ::VariantCopyInd(dst, In(src)); }
 HRESULT VariantChangeType(VARIANT* dst, const VARIANT* src, USHORT flags, VARTYPE vt) {
-  return ::VariantChangeTypeEx(dst, src, LOCALE_INVARIANT, flags, vt);
+  return ::VariantChangeTypeEx(dst, In(src), LOCALE_INVARIANT, flags, vt);
 }
 HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID lcid, ULONG flags) {
   return ::VarCmp(left, right, lcid, flags);
