@@ -65,6 +65,26 @@ TEST(VariantCompare, Table) {
   }
 }
 
+TEST(VariantCompare, TextPointersCompareAsText) {
+  VARIANT wide;
+  wide.vt = VT_LPWSTR;
+  wide.byref = const_cast<char16_t*>(u"abc");
+  VARIANT narrow;
+  narrow.vt = VT_LPSTR;
+  narrow.byref = const_cast<char*>("abc");
+  clsVariant text = Text(u"abc");
+  EXPECT_TRUE(clsVariant::Compare(wide, text));
+  EXPECT_TRUE(clsVariant::Compare(narrow, text));
+  EXPECT_TRUE(clsVariant::Compare(wide, narrow));
+  narrow.byref = const_cast<char*>("abd");
+  EXPECT_FALSE(clsVariant::Compare(wide, narrow));
+  // A reference to text is text too.
+  VARIANT ref;
+  ref.vt = VT_BSTR | VT_BYREF;
+  ref.pbstrVal = &text.bstrVal;
+  EXPECT_TRUE(clsVariant::Compare(ref, wide));
+}
+
 TEST(VariantCompare, UncomparableTagsWarn) {
   zxsupport::DiagCapture diag;
   clsVariant unknown = Of(VT_UNKNOWN, 0);
