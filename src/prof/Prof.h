@@ -39,8 +39,11 @@ enum : int32_t {
 
 // ---- jobs
 // openMode 0 shared, 1 exclusive. A null name gives an empty job with error 0.
-// With a name the job keeps it; loading files is not part of this build, so
-// such a job stays empty with kErrOpen (shared) or kErrSave (exclusive).
+// With a name the job keeps it and loads the file: a reserved name gives
+// kErrOpen; a file held by others is waited for up to 10 s (the library clock)
+// and then gives kErrLocked; a file that cannot be opened kErrOpen (shared) or
+// kErrSave (exclusive); a parse error kErrParse, with what was read in the tree.
+// An exclusive job holds its file open until the job ends.
 clsProfJob* JobOpen(const char16_t* fileName, int32_t openMode);
 void JobAddRef(clsProfJob* job);
 void JobClose(clsProfJob* job);

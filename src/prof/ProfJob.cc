@@ -1,5 +1,7 @@
 #include "prof/ProfJob.h"
 
+#include "file/File.h"
+
 #include <cstring>
 #include <new>
 #include <string>
@@ -22,8 +24,10 @@ bool scProfFileName::Assign(const char16_t* name) {
 clsProfJob::clsProfJob() : rootList(this) {}
 
 clsProfJob::~clsProfJob() {
-  // The file (delete `file`) comes first; this build never sets it. Then the
-  // tree, the file name, the value cache and the name cache, in this order.
+  // The file first (ending an exclusive hold), then the tree, the file name, the
+  // value cache and the name cache, in this order.
+  delete file;
+  file = nullptr;
   rootList.DeleteAll();
   fileName.chars.reset();
   fileName.capacity = 0;

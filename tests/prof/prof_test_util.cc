@@ -9,6 +9,7 @@
 #include "platform/codepage.h"
 #include "platform/process.h"
 #include "platform/registry.h"
+#include "prof/Prof.h"
 #include "support/support_test_util.h"
 
 namespace proftest {
@@ -109,5 +110,29 @@ std::string SavedBytes(HPROFJOB job, DWORD flags) {
   EXPECT_EQ(PROF_OK, SaveTo(job, path, flags));
   return zxsupport::ReadBytes(path);
 }
+
+TempFile::TempFile(std::string_view bytes, std::string_view stem) : path_(zxsupport::TempPath(stem)) {
+  zxsupport::WriteBytes(path_, bytes);
+  name_ = std::filesystem::path(path_).u16string();
+}
+
+TempFile::~TempFile() {
+  std::error_code ec;
+  std::filesystem::remove(path_, ec);
+}
+
+HPROFJOB OpenBytes(std::string_view bytes) {
+  TempFile file(bytes);
+  return ProfJobOpenW(file.WName());
+}
+
+InternalJob::InternalJob(std::string_view bytes) {
+  TempFile file(bytes);
+  job_ = zx::prof::JobOpen(file.Name().c_str(), 0);
+}
+
+InternalJob::~InternalJob() { zx::prof::JobClose(job_); }
+
+std::string Utf16File(std::u16string_view text) { return "\xFF\xFE" + zxsupport::Utf16LeBytes(text); }
 
 }  // namespace proftest

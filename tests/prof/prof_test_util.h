@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "prof/ProfJob.h"
@@ -94,5 +95,40 @@ std::string Golden(const std::string& leaf);
 LONG SaveTo(HPROFJOB job, const std::filesystem::path& path, DWORD flags);
 // The bytes a save of the job in that format gives (a fresh file each time).
 std::string SavedBytes(HPROFJOB job, DWORD flags);
+
+// A file of `bytes` in the temporary folder, removed when the object ends.
+class TempFile {
+ public:
+  explicit TempFile(std::string_view bytes, std::string_view stem = "prof_load");
+  ~TempFile();
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  const std::u16string& Name() const { return name_; }
+  LPCWSTR WName() const { return W(name_.c_str()); }
+
+ private:
+  std::string path_;
+  std::u16string name_;
+};
+
+// The job of a shared open of a file holding `bytes`.
+HPROFJOB OpenBytes(std::string_view bytes);
+
+// A job opened through the library's internal functions, whose diagnostic lines
+// reach this program's sink (the exports print through the DLL's own copy).
+class InternalJob {
+ public:
+  explicit InternalJob(std::string_view bytes);
+  ~InternalJob();
+  InternalJob(const InternalJob&) = delete;
+  InternalJob& operator=(const InternalJob&) = delete;
+  operator HPROFJOB() const { return reinterpret_cast<HPROFJOB>(job_); }  // NOLINT
+
+ private:
+  zx::clsProfJob* job_;
+};
+
+// UTF-16LE bytes of `text` behind the mark FF FE.
+std::string Utf16File(std::u16string_view text);
 
 }  // namespace proftest
