@@ -19,3 +19,19 @@ zxut() { echo "\$ zxut $*"; "$b/zxut" "$@"; echo; }
 cd "$ZXUT_ROOT"
 zxut version
 zxut help
+
+# Profiles: a hand-written UTF-8 profile from the repository, read, changed and
+# saved in place (as UTF-16 text), then saved again as XML and as XFDF.
+d=$b/profiles
+rm -rf "$d"; mkdir -p "$d"
+cp scripts/demo/report.prof "$d/"
+zxut prof show "$d/report.prof"
+zxut prof get "$d/report.prof" printer/name
+zxut prof set "$d/report.prof" printer/duplex FALSE
+zxut prof convert "$d/report.prof" "$d/report.xml" --format xml
+zxut prof convert "$d/report.prof" "$d/report.xfdf" --format xfdf
+for f in report.prof report.xml; do
+  echo "--- $f (UTF-16, shown as UTF-8)"; iconv -f UTF-16 -t UTF-8 "$d/$f" | tr -d '\r'; echo
+done
+echo "--- report.xfdf (8-bit text in the default code page 1252, shown as UTF-8)"
+iconv -f CP1252 -t UTF-8 "$d/report.xfdf" | tr -d '\r'; echo
