@@ -23,10 +23,11 @@ std::string Contents(zx::clsFile& file) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1 || size > 1 << 16) return 0;
-  const uint8_t mode = data[0];
+  fuzzutil::ByteReader in(data, size);
+  const uint8_t mode = in.Byte();
   static const char16_t* const kPrefixes[] = {u"", u"@2@", u"@1@", u""};
   std::u16string text = kPrefixes[mode & 3];
-  for (size_t i = 1; i < size; ++i) text += static_cast<char16_t>(data[i]);
+  while (in.More()) text += static_cast<char16_t>(in.Byte());
   const zx::String password = (mode & 4) ? zx::String(u"fuzz key") : zx::String();
   zx::clsFileRWTempStream first;
   first.SetDeleteOnRelease(false);
