@@ -204,7 +204,9 @@ TEST(ProfRoundTrip, TextAndXmlGiveBackTheTreeOrTheDocumentedLoss) {
       ASSERT_EQ("", Difference(c.tree, Flatten(*original)));
       const std::string first = Image(*original, format);
       EXPECT_EQ(c.tree.empty(), first.empty());
-      if (!first.empty()) EXPECT_EQ("\xFF\xFE", first.substr(0, 2)) << "base level 0 writes the mark";
+      if (!first.empty()) {
+        EXPECT_EQ("\xFF\xFE", first.substr(0, 2)) << "base level 0 writes the mark";
+      }
       TreeJob back;
       ASSERT_EQ(1, LoadImage(*back, first));
       EXPECT_EQ(0, back->lastError);
