@@ -265,3 +265,29 @@ TEST(ProfRoundTrip, HandWrittenFilesSaveAsUtf16Text) {
     EXPECT_EQ(zxsupport::Utf16LeBytes(r.saved), SavedBytes(job, PROF_FMT_TEXT));
   }
 }
+
+// The same judged by iconv: a file that iconv writes in an editor's encoding,
+// opened and saved again, is read by iconv as the text it began as (the sections
+// indented as the writer does). The 1252 row holds characters where 1252 and
+// Latin-1 part ways.
+TEST(ProfRoundTrip, IconvReadsBackWhatItWrote) {
+  CodePageGuard guard;
+  ProfSetOption(PROF_OPTION_CODEPAGE, 1252);
+  const std::string text = "[/]\r\n{\r\na=\xC3\xA9\xE2\x82\xAC\xE2\x80\x9A\xC3\xBC\r\n[s]\r\n{\r\nb=\xC5\x93 x\r\n}\r\n}\r\n";
+  const std::string want = "[/]\r\n {\r\n a=\xC3\xA9\xE2\x82\xAC\xE2\x80\x9A\xC3\xBC\r\n [s]\r\n  {\r\n  b=\xC5\x93 x\r\n  }\r\n }\r\n";
+  struct Row {
+    const char* encoding;
+    const char* mark;
+  };
+  const Row rows[] = {{"CP1252", ""}, {"UTF-8", "\xEF\xBB\xBF"}, {"UTF-16LE", "\xFF\xFE"}};
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.encoding);
+    std::string file;
+    if (!zxsupport::RunFilter(std::string("iconv -f UTF-8 -t ") + r.encoding, text, file)) GTEST_SKIP() << "no iconv here";
+    Job job(OpenBytes(r.mark + file));
+    EXPECT_EQ(0, ProfGetError(job));
+    std::string back;
+    ASSERT_TRUE(zxsupport::RunFilter("iconv -f UTF-16 -t UTF-8", SavedBytes(job, PROF_FMT_TEXT), back));
+    EXPECT_EQ(want, back);
+  }
+}
