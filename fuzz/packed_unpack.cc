@@ -3,22 +3,19 @@
 // the rest, widened byte by byte, is the text. Whatever unpacks is packed again
 // and must unpack to the same data.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
+
+#include "fuzz_util.h"
 
 #include "file/File.h"
 #include "packed/PackedString.h"
 
 namespace {
 
-void Check(bool ok) {
-  if (!ok) std::abort();
-}
-
 std::string Contents(zx::clsFile& file) {
   std::string out(static_cast<size_t>(file.GetSize()), '\0');
   file.SetPos(0);
-  if (!out.empty()) Check(file.Read(out.data(), static_cast<uint32_t>(out.size())) == out.size());
+  if (!out.empty()) FUZZ_CHECK(file.Read(out.data(), static_cast<uint32_t>(out.size())) == out.size());
   return out;
 }
 
@@ -26,15 +23,16 @@ std::string Contents(zx::clsFile& file) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1 || size > 1 << 16) return 0;
-  const uint8_t mode = data[0];
+  fuzzutil::ByteReader in(data, size);
+  const uint8_t mode = in.Byte();
   static const char16_t* const kPrefixes[] = {u"", u"@2@", u"@1@", u""};
   std::u16string text = kPrefixes[mode & 3];
-  for (size_t i = 1; i < size; ++i) text += static_cast<char16_t>(data[i]);
+  while (in.More()) text += static_cast<char16_t>(in.Byte());
   const zx::String password = (mode & 4) ? zx::String(u"fuzz key") : zx::String();
   zx::clsFileRWTempStream first;
   first.SetDeleteOnRelease(false);
   if (!zx::Unpack(first, zx::String(std::u16string_view(text)), password)) {
-    Check(text.empty());
+    FUZZ_CHECK(text.empty());
     return 0;
   }
   const std::string got = Contents(first);
@@ -46,10 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   zx::clsFileRWTempStream second;
   second.SetDeleteOnRelease(false);
   if (got.empty()) {
-    Check(again.IsEmpty());
+    FUZZ_CHECK(again.IsEmpty());
     return 0;
   }
-  Check(zx::Unpack(second, again, password));
-  Check(Contents(second) == got);
+  FUZZ_CHECK(zx::Unpack(second, again, password));
+  FUZZ_CHECK(Contents(second) == got);
   return 0;
 }

@@ -1,6 +1,7 @@
 // Arbitrary bytes loaded as a profile file: byte-order marks, text, INI and the
 // format detection. The first byte picks a prefix that leads into the text
-// parser's deeper states; see prof_load_fuzz_util.h for the checks.
+// parser's deeper states; see prof_load_fuzz_util.h for the checks. What loads
+// must come back through a text save.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -21,6 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     bytes = wide;
   }
-  profloadfuzz::LoadAndCheck(bytes);
+  profloadfuzz::LoadAndCheck(bytes, zx::prof::kFormatText);
   return 0;
 }

@@ -1,6 +1,7 @@
 // Arbitrary lines behind the XML header of a profile, as UTF-16LE (each input
 // byte one unit, so tags and entities are easy to reach) or as raw units; see
-// prof_load_fuzz_util.h for the checks.
+// prof_load_fuzz_util.h for the checks. What loads must come back through an
+// XML save.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,6 +20,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     for (size_t i = 1; i < size; ++i) bytes += {static_cast<char>(data[i]), '\0'};
   }
-  profloadfuzz::LoadAndCheck(bytes);
+  profloadfuzz::LoadAndCheck(bytes, zx::prof::kFormatXml);
   return 0;
 }

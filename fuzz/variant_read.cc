@@ -5,9 +5,9 @@
 // also compares, copies, converts to text and answers an element read without harm.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
+
+#include "fuzz_util.h"
 
 #include "platform/com.h"
 #include "platform/variant.h"
@@ -15,14 +15,9 @@
 
 namespace {
 
-[[noreturn]] void Fail(const char* what) {
-  std::fprintf(stderr, "variant_read invariant broken: %s\n", what);
-  std::abort();
-}
-
 IStream* StreamOf(const std::string& bytes) {
   IStream* s = nullptr;
-  if (plat::CreateMemoryStream(&s) < 0 || !s) Fail("no memory stream");
+  FUZZ_CHECK(plat::CreateMemoryStream(&s) >= 0 && s);
   ULONG done = 0;
   if (!bytes.empty()) s->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &done);
   return s;
@@ -61,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string input(reinterpret_cast<const char*>(data), size);
   zx::clsVariant v;
   IStream* in = StreamOf(input);
-  if (!zx::clsVariant::Read(v, in)) Fail("Read failed on a readable stream");
+  FUZZ_CHECK(zx::clsVariant::Read(v, in));   // never fails on a readable stream
   in->Release();
 
   std::string expected;
@@ -80,12 +75,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
   }
   IStream* out = StreamOf("");
-  if (!zx::clsVariant::Write(v, out)) Fail("Write failed");
-  if (BytesOf(out) != expected) Fail("write of what was read differs from the input");
+  FUZZ_CHECK(zx::clsVariant::Write(v, out));
+  FUZZ_CHECK(BytesOf(out) == expected);
   out->Release();
 
   zx::clsVariant copy = v;
-  if (copy.vt != v.vt) Fail("copy changed the tag");
+  FUZZ_CHECK(copy.vt == v.vt);
   (void)zx::clsVariant::Compare(v, copy);
   copy.ChangeType(VT_BSTR);
   int32_t zero = 0;

@@ -8,8 +8,12 @@ namespace {
 
 constexpr char16_t kPictureBase = 0x2400;
 
+// Stops at the first difference, so that a text ending before the prefix's
+// length is not read beyond its terminator.
 bool StartsWith(const char16_t* text, const char16_t* prefix, size_t n) {
-  return std::memcmp(text, prefix, n * sizeof(char16_t)) == 0;
+  for (size_t i = 0; i < n; ++i)
+    if (text[i] != prefix[i]) return false;
+  return true;
 }
 
 char16_t* Put(char16_t* dst, const char16_t* text, size_t n) {

@@ -14,6 +14,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
@@ -303,12 +304,31 @@ namespace {
 // As on Windows, a range that another open has locked refuses this open's reads
 // and writes (the whole call fails with ERROR_LOCK_VIOLATION). Other opens' ranges
 // are their locks on the file's descriptions, in this process or another.
-bool LockedByOthers(const PosixFile* f, uint32_t count) {
+// Bytes this handle has locked are tested no further: another handle's marker
+// there can only be the probe of a lock attempt that is about to fail, and it
+// must not fail the holder's own access.
+bool LockedByOthers(PosixFile* f, uint32_t count) {
   if (f->lockFd < 0 || count == 0) return false;
   const off_t pos = ::lseek(f->fd, 0, SEEK_CUR);
   if (pos < 0 || pos >= kMarkerBase) return false;
   const off_t room = kMarkerBase - pos;
-  if (!OthersHold(f->lockFd, pos, static_cast<off_t>(count) < room ? static_cast<off_t>(count) : room)) return false;
+  const uint64_t end = static_cast<uint64_t>(pos) + static_cast<uint64_t>(static_cast<off_t>(count) < room ? static_cast<off_t>(count) : room);
+  std::vector<std::pair<uint64_t, uint64_t>> own;
+  {
+    std::lock_guard<std::mutex> guard(f->rangesLock);
+    own = f->ranges;
+  }
+  std::sort(own.begin(), own.end());
+  uint64_t from = static_cast<uint64_t>(pos);
+  bool locked = false;
+  for (const auto& r : own) {
+    if (from >= end) break;
+    if (r.first + r.second <= from || r.first >= end) continue;
+    if (r.first > from) locked = locked || OthersHold(f->lockFd, static_cast<off_t>(from), static_cast<off_t>(r.first - from));
+    from = std::max(from, r.first + r.second);
+  }
+  if (from < end) locked = locked || OthersHold(f->lockFd, static_cast<off_t>(from), static_cast<off_t>(end - from));
+  if (!locked) return false;
   SetLastError(kErrLockViolation);
   return true;
 }
