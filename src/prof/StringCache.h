@@ -1,13 +1,19 @@
-// A job's string cache: 256 buckets, each an ordered set of shared strings. A
-// string is placed by the low 8 bits of its 64-bit hash (the empty string in
-// bucket 0 without hashing) and found by an ordinal, case-sensitive comparison.
-// Entries stay until the cache ends, so deleting items frees no cached strings.
-// Buckets are made on first use.
+// A job's string cache: 256 buckets, each a set of shared strings. A string is
+// placed by the low 8 bits of its 64-bit hash (the empty string in bucket 0
+// without hashing) and found by an ordinal, case-sensitive comparison of the
+// texts. Entries stay until the cache ends, so deleting items frees no cached
+// strings.
+// Inside a bucket the set is an open-addressed table of (full hash, string)
+// slots probed linearly from the hash's upper bits: a lookup compares texts only
+// where the full hashes agree, and a text is hashed once per lookup, straight from
+// the caller's characters, so a hit allocates nothing. Tables are made on first
+// use and doubled at three quarters full.
 // Threads: a cache belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
+#include <cstdint>
 #include <memory>
+#include <string_view>
 
-#include "core/containers/WCSkipList.h"
 #include "prof/SharedString.h"
 
 namespace zx {
@@ -23,17 +29,36 @@ class clsStringCache {
   // The cached string equal to `s`, or `s` itself after storing it. An empty
   // pointer, or a store that fails for want of memory, returns `s` uncached.
   SharedString Intern(const SharedString& s);
+  // The cached string of this text, or a new one made from it and stored. An
+  // empty pointer when memory runs out for the string itself; a store that fails
+  // gives the new string uncached.
+  SharedString Intern(std::u16string_view text);
 
-  static int BucketOf(const String& text) {
-    return text.IsEmpty() ? 0 : static_cast<int>(text.Hash() & 0xFF);
+  static uint64_t HashOf(std::u16string_view text) {
+    return text.empty() ? 0 : HashBytes(text.data(), 2 * text.size());
   }
+  static int BucketOf(const String& text) { return static_cast<int>(HashOf(text.View()) & 0xFF); }
   // Observation for tests: the number of strings held.
   unsigned Entries() const;
   unsigned BucketEntries(int bucket) const;
 
  private:
-  using Bucket = WCValSkipListSet<SharedString>;
-  std::unique_ptr<Bucket> buckets_[kBuckets];
+  struct Slot {
+    uint64_t hash;
+    SharedString text;  // empty: a free slot
+  };
+  struct Bucket {
+    std::unique_ptr<Slot[]> slots;
+    uint32_t mask = 0;  // slot count - 1; no table while 0
+    uint32_t used = 0;
+  };
+  // The slot holding `text`, or the free slot where it belongs.
+  static Slot* Probe(const Bucket& b, uint64_t hash, std::u16string_view text);
+  // Stores `s` (not present); false when the table cannot grow.
+  static bool Insert(Bucket& b, uint64_t hash, const SharedString& s);
+  static bool Grow(Bucket& b);
+
+  Bucket buckets_[kBuckets];
 };
 
 }  // namespace zx
