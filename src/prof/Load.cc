@@ -174,7 +174,7 @@ int LoadProfile(clsProfJob& job, clsFile& file) {
     format = kProfFormatXml;
   } else if (StartsHeader(first, fullLength, kXfdfHeaderLine)) {
     format = kProfFormatXfdf;
-  } else if (job.rootList.name.Text().View() == std::u16string_view(u"/") && first[0] == u'[' &&
+  } else if (job.rootList.name.View() == std::u16string_view(u"/") && first[0] == u'[' &&
              !(fullLength == 3 && first == u"[/]")) {
     ini = true;
   }

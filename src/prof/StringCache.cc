@@ -13,7 +13,7 @@ clsStringCache::Slot* clsStringCache::Probe(const Bucket& b, uint64_t hash, std:
   for (uint32_t i = Home(hash, b.mask);; i = (i + 1) & b.mask) {
     Slot& slot = b.slots[i];
     if (!slot.text) return &slot;
-    if (slot.hash == hash && slot.text.Text().View() == text) return &slot;
+    if (slot.hash == hash && slot.text.View() == text) return &slot;
   }
 }
 
@@ -42,7 +42,7 @@ bool clsStringCache::Insert(Bucket& b, uint64_t hash, const SharedString& s) {
   if ((b.used + 1) * 4 > (b.mask + 1) * 3 || !b.slots) {
     if (!Grow(b)) return false;
   }
-  Slot* slot = Probe(b, hash, s.Text().View());
+  Slot* slot = Probe(b, hash, s.View());
   slot->hash = hash;
   slot->text = s;
   ++b.used;
@@ -51,7 +51,7 @@ bool clsStringCache::Insert(Bucket& b, uint64_t hash, const SharedString& s) {
 
 SharedString clsStringCache::Intern(const SharedString& s) {
   if (!s) return s;
-  const std::u16string_view text = s.Text().View();
+  const std::u16string_view text = s.View();
   const uint64_t hash = HashOf(text);
   Bucket& b = buckets_[hash & 0xFF];
   if (b.slots) {
@@ -69,7 +69,7 @@ SharedString clsStringCache::Intern(std::u16string_view text) {
     Slot* slot = Probe(b, hash, text);
     if (slot->text) return slot->text;
   }
-  SharedString s = SharedString::Make(text.data(), static_cast<int64_t>(text.size()));
+  SharedString s = SharedString::MakeExact(text);
   if (s) Insert(b, hash, s);
   return s;
 }

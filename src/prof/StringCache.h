@@ -29,7 +29,8 @@ class clsStringCache {
   // The cached string equal to `s`, or `s` itself after storing it. An empty
   // pointer, or a store that fails for want of memory, returns `s` uncached.
   SharedString Intern(const SharedString& s);
-  // The cached string of this text, or a new one made from it and stored. An
+  // The cached string of this text (which holds no zero character), or a new one
+  // made from it and stored. An
   // empty pointer when memory runs out for the string itself; a store that fails
   // gives the new string uncached.
   SharedString Intern(std::u16string_view text);
@@ -37,7 +38,8 @@ class clsStringCache {
   static uint64_t HashOf(std::u16string_view text) {
     return text.empty() ? 0 : HashBytes(text.data(), 2 * text.size());
   }
-  static int BucketOf(const String& text) { return static_cast<int>(HashOf(text.View()) & 0xFF); }
+  static int BucketOf(std::u16string_view text) { return static_cast<int>(HashOf(text) & 0xFF); }
+  static int BucketOf(const String& text) { return BucketOf(text.View()); }
   // Observation for tests: the number of strings held.
   unsigned Entries() const;
   unsigned BucketEntries(int bucket) const;

@@ -38,9 +38,9 @@ TEST(ProfNarrowLines, AsciiAndOtherLinesAlternateAndLongLinesGrowTheBuffer) {
   for (const auto& c : cases) {
     const std::u16string name(c.name, c.name + 1);
     const zx::clsItem* item =
-        Internal(job)->rootList.FindFirst([&](zx::clsItem* i) { return i->name.Text().View() == name; });
+        Internal(job)->rootList.FindFirst([&](zx::clsItem* i) { return i->name.View() == name; });
     ASSERT_NE(item, nullptr) << c.name;
-    EXPECT_EQ(std::u16string(item->value.Text().View()), FromUtf8(c.value)) << c.name;
+    EXPECT_EQ(std::u16string(item->value.View()), FromUtf8(c.value)) << c.name;
   }
 }
 

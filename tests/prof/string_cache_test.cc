@@ -15,7 +15,7 @@ namespace {
 using zx::SharedString;
 using zx::clsStringCache;
 
-std::u16string Text(const SharedString& s) { return std::u16string(s.Text().View()); }
+std::u16string Text(const SharedString& s) { return std::u16string(s.View()); }
 
 // Random texts from a small alphabet, so that repeats are common.
 std::u16string RandomText(std::mt19937& rng) {
