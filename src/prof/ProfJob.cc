@@ -25,7 +25,7 @@ clsProfJob::clsProfJob() : rootList(this) {}
 
 clsProfJob::~clsProfJob() {
   // The file first (ending an exclusive hold), then the tree, the file name, the
-  // value cache and the name cache, in this order.
+  // item pool, the value cache and the name cache, in this order.
   delete file;
   file = nullptr;
   rootList.DeleteAll();

@@ -62,7 +62,9 @@ class SharedString {
 
   explicit operator bool() const { return block_ != nullptr; }
   // The text; empty for an empty pointer. Chars() is terminated.
-  std::u16string_view View() const { return block_ ? std::u16string_view(block_->chars, block_->length) : std::u16string_view(); }
+  std::u16string_view View() const {
+    return block_ ? std::u16string_view(block_->chars, block_->length) : std::u16string_view();
+  }
   const char16_t* Chars() const { return block_ ? block_->chars : kEmptyWide; }
   int64_t Length() const { return block_ ? block_->length : 0; }
   // A String of the text (a copy: for callers that need one).

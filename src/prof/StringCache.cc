@@ -5,46 +5,45 @@
 namespace zx {
 namespace {
 constexpr uint32_t kFirstSlots = 16;
-// The bucket takes the low 8 bits; the slot index starts from the bits above.
-inline uint32_t Home(uint64_t hash, uint32_t mask) { return static_cast<uint32_t>(hash >> 8) & mask; }
 }  // namespace
 
-clsStringCache::Slot* clsStringCache::Probe(const Bucket& b, uint64_t hash, std::u16string_view text) {
-  for (uint32_t i = Home(hash, b.mask);; i = (i + 1) & b.mask) {
-    Slot& slot = b.slots[i];
-    if (!slot.text) return &slot;
-    if (slot.hash == hash && slot.text.View() == text) return &slot;
+uint32_t clsStringCache::Probe(const Bucket& b, uint32_t tag, std::u16string_view text) {
+  for (uint32_t i = tag & b.mask;; i = (i + 1) & b.mask) {
+    const uint32_t t = b.tags[i];
+    if (t == 0 || (t == tag && b.texts[i].View() == text)) return i;
   }
 }
 
 bool clsStringCache::Grow(Bucket& b) {
-  const uint32_t count = b.slots ? (b.mask + 1) * 2 : kFirstSlots;
-  std::unique_ptr<Slot[]> grown(new (std::nothrow) Slot[count]);
-  if (!grown) return false;
+  const uint32_t count = b.tags ? (b.mask + 1) * 2 : kFirstSlots;
+  std::unique_ptr<uint32_t[]> tags(new (std::nothrow) uint32_t[count]());
+  std::unique_ptr<SharedString[]> texts(new (std::nothrow) SharedString[count]);
+  if (!tags || !texts) return false;
   const uint32_t mask = count - 1;
-  if (b.slots) {
+  if (b.tags) {
     for (uint32_t i = 0; i <= b.mask; ++i) {
-      Slot& from = b.slots[i];
-      if (!from.text) continue;
-      uint32_t j = Home(from.hash, mask);
-      while (grown[j].text) j = (j + 1) & mask;
-      grown[j].hash = from.hash;
-      grown[j].text = std::move(from.text);
+      const uint32_t t = b.tags[i];
+      if (t == 0) continue;
+      uint32_t j = t & mask;
+      while (tags[j]) j = (j + 1) & mask;
+      tags[j] = t;
+      texts[j] = std::move(b.texts[i]);
     }
   }
-  b.slots = std::move(grown);
+  b.tags = std::move(tags);
+  b.texts = std::move(texts);
   b.mask = mask;
   return true;
 }
 
-bool clsStringCache::Insert(Bucket& b, uint64_t hash, const SharedString& s) {
+bool clsStringCache::Insert(Bucket& b, uint32_t tag, const SharedString& s) {
   // At most three quarters full, so that every probe meets a free slot.
-  if ((b.used + 1) * 4 > (b.mask + 1) * 3 || !b.slots) {
+  if (!b.tags || (b.used + 1) * 4 > (b.mask + 1) * 3) {
     if (!Grow(b)) return false;
   }
-  Slot* slot = Probe(b, hash, s.View());
-  slot->hash = hash;
-  slot->text = s;
+  const uint32_t i = Probe(b, tag, s.View());
+  b.tags[i] = tag;
+  b.texts[i] = s;
   ++b.used;
   return true;
 }
@@ -54,23 +53,23 @@ SharedString clsStringCache::Intern(const SharedString& s) {
   const std::u16string_view text = s.View();
   const uint64_t hash = HashOf(text);
   Bucket& b = buckets_[hash & 0xFF];
-  if (b.slots) {
-    Slot* slot = Probe(b, hash, text);
-    if (slot->text) return slot->text;
+  if (b.tags) {
+    const uint32_t i = Probe(b, TagOf(hash), text);
+    if (b.tags[i]) return b.texts[i];
   }
-  Insert(b, hash, s);
+  Insert(b, TagOf(hash), s);
   return s;
 }
 
 SharedString clsStringCache::Intern(std::u16string_view text) {
   const uint64_t hash = HashOf(text);
   Bucket& b = buckets_[hash & 0xFF];
-  if (b.slots) {
-    Slot* slot = Probe(b, hash, text);
-    if (slot->text) return slot->text;
+  if (b.tags) {
+    const uint32_t i = Probe(b, TagOf(hash), text);
+    if (b.tags[i]) return b.texts[i];
   }
   SharedString s = SharedString::MakeExact(text);
-  if (s) Insert(b, hash, s);
+  if (s) Insert(b, TagOf(hash), s);
   return s;
 }
 

@@ -3,11 +3,11 @@
 // without hashing) and found by an ordinal, case-sensitive comparison of the
 // texts. Entries stay until the cache ends, so deleting items frees no cached
 // strings.
-// Inside a bucket the set is an open-addressed table of (full hash, string)
-// slots probed linearly from the hash's upper bits: a lookup compares texts only
-// where the full hashes agree, and a text is hashed once per lookup, straight from
-// the caller's characters, so a hit allocates nothing. Tables are made on first
-// use and doubled at three quarters full.
+// Inside a bucket the set is an open-addressed table probed linearly from the
+// hash's upper bits: a lookup compares texts only where 31 more bits of the hash
+// agree, and a text is hashed once per lookup, straight from the caller's
+// characters, so a hit allocates nothing. Tables are made on first use and
+// doubled at three quarters full.
 // Threads: a cache belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
 #include <cstdint>
@@ -45,19 +45,20 @@ class clsStringCache {
   unsigned BucketEntries(int bucket) const;
 
  private:
-  struct Slot {
-    uint64_t hash;
-    SharedString text;  // empty: a free slot
-  };
+  // A bucket's table: per slot a 32-bit tag (hash bits 8 to 38 with the top bit
+  // set; 0 marks a free slot) in one array, the string in another, so that a
+  // probe walks the small tags and reads a text only where the tags agree.
   struct Bucket {
-    std::unique_ptr<Slot[]> slots;
-    uint32_t mask = 0;  // slot count - 1; no table while 0
+    std::unique_ptr<uint32_t[]> tags;
+    std::unique_ptr<SharedString[]> texts;
+    uint32_t mask = 0;  // slot count - 1, when there is a table
     uint32_t used = 0;
   };
+  static uint32_t TagOf(uint64_t hash) { return static_cast<uint32_t>(hash >> 8) | 0x80000000u; }
   // The slot holding `text`, or the free slot where it belongs.
-  static Slot* Probe(const Bucket& b, uint64_t hash, std::u16string_view text);
+  static uint32_t Probe(const Bucket& b, uint32_t tag, std::u16string_view text);
   // Stores `s` (not present); false when the table cannot grow.
-  static bool Insert(Bucket& b, uint64_t hash, const SharedString& s);
+  static bool Insert(Bucket& b, uint32_t tag, const SharedString& s);
   static bool Grow(Bucket& b);
 
   Bucket buckets_[kBuckets];
