@@ -1,11 +1,36 @@
 #include "prof/StringCache.h"
 
+#include <cstring>
 #include <new>
 
 namespace zx {
 namespace {
 constexpr uint32_t kFirstSlots = 16;
 }  // namespace
+
+uint64_t clsStringCache::HashOf(std::u16string_view text) {
+  if (text.empty()) return 0;
+  constexpr uint64_t kMul = 0x9E3779B97F4A7C15ull, kFinal = 0xD6E8FEB86659FD93ull;
+  const char* p = reinterpret_cast<const char*>(text.data());
+  size_t bytes = 2 * text.size();
+  uint64_t h = bytes * kMul;
+  for (; bytes >= 8; bytes -= 8, p += 8) {
+    uint64_t c;
+    std::memcpy(&c, p, 8);
+    h = (h ^ c) * kMul;
+    h ^= h >> 29;
+  }
+  if (bytes) {
+    uint64_t c = 0;
+    std::memcpy(&c, p, bytes);
+    h = (h ^ c) * kMul;
+    h ^= h >> 29;
+  }
+  h ^= h >> 32;
+  h *= kFinal;
+  h ^= h >> 32;
+  return h;
+}
 
 uint32_t clsStringCache::Probe(const Bucket& b, uint32_t tag, std::u16string_view text) {
   for (uint32_t i = tag & b.mask;; i = (i + 1) & b.mask) {

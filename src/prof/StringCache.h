@@ -35,9 +35,10 @@ class clsStringCache {
   // gives the new string uncached.
   SharedString Intern(std::u16string_view text);
 
-  static uint64_t HashOf(std::u16string_view text) {
-    return text.empty() ? 0 : HashBytes(text.data(), 2 * text.size());
-  }
+  // The cache's own 64-bit hash (one multiply per four characters and a final
+  // mix that spreads every bit into the low 8): buckets are not kept anywhere, so
+  // it need not be String's. 0 for the empty text.
+  static uint64_t HashOf(std::u16string_view text);
   static int BucketOf(std::u16string_view text) { return static_cast<int>(HashOf(text) & 0xFF); }
   static int BucketOf(const String& text) { return BucketOf(text.View()); }
   // Observation for tests: the number of strings held.
