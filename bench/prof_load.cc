@@ -2,9 +2,12 @@
 // form (UTF-16LE, as the library writes it) and the same content as an INI file,
 // loaded by the profile store and by the peer inih, which parses the INI file
 // into per-section vectors of name/value pairs. MB/s side by side, each on its own
-// file's bytes, and the ratio of the times on the INI file, which both read. At
-// the end the peak RSS of a process that loads the text file, against its size.
+// file's bytes, and the ratio of the times on the INI file, which both read. The
+// same profile saved as XML by the library itself (UTF-16) is loaded by us and
+// parsed by expat (counting elements) and, when installed, pugixml (a DOM). At
+// the start the peak RSS of a process that loads the text file, against its size.
 #include <benchmark/benchmark.h>
+#include <expat.h>
 #include <ini.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,11 +16,16 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "zxUT22.h"
+
+#if ZXUT_BENCH_PUGIXML
+#include <pugixml.hpp>
+#endif
 
 #include "ratio.h"
 
@@ -27,8 +35,8 @@ constexpr int kLists = 2000;
 constexpr int kValues = 50;
 
 struct Files {
-  std::string text, ini;
-  uint64_t textBytes = 0, iniBytes = 0;
+  std::string text, ini, xml;
+  uint64_t textBytes = 0, iniBytes = 0, xmlBytes = 0;
 };
 
 std::string Utf16Le(const std::string& ascii) {
@@ -64,6 +72,21 @@ const Files& TheFiles() {
     std::ofstream(f.ini, std::ios::binary) << ini;
     f.textBytes = wide.size();
     f.iniBytes = ini.size();
+    // The XML form as the library writes it.
+    f.xml = (dir / ("zxut_bench_prof_load_" + std::to_string(getpid()) + ".xml")).string();
+    const std::u16string textName(f.text.begin(), f.text.end()), xmlName(f.xml.begin(), f.xml.end());
+    // In a child, so that the heap of this process stays as fresh for the RSS probe.
+    const pid_t child = fork();
+    if (child == 0) {
+      HPROFJOB job = ProfJobOpenW(reinterpret_cast<LPCWSTR>(textName.c_str()));
+      const bool saved = ProfSaveW(job, reinterpret_cast<LPCWSTR>(xmlName.c_str()), PROF_FMT_XML) == PROF_OK;
+      ProfJobClose(job);
+      _exit(saved ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    if (status != 0) std::fprintf(stderr, "saving the XML file failed\n");
+    f.xmlBytes = std::filesystem::exists(f.xml) ? std::filesystem::file_size(f.xml) : 0;
     return f;
   }();
   return files;
@@ -83,6 +106,7 @@ void LoadProf(benchmark::State& state, const std::string& path, uint64_t bytes) 
 
 void BM_ProfLoadText(benchmark::State& state) { LoadProf(state, TheFiles().text, TheFiles().textBytes); }
 void BM_ProfLoadIni(benchmark::State& state) { LoadProf(state, TheFiles().ini, TheFiles().iniBytes); }
+void BM_ProfLoadXml(benchmark::State& state) { LoadProf(state, TheFiles().xml, TheFiles().xmlBytes); }
 
 using Sections = std::vector<std::pair<std::string, std::vector<std::pair<std::string, std::string>>>>;
 
@@ -102,9 +126,52 @@ void BM_InihLoadIni(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * TheFiles().iniBytes));
 }
 
+std::string ReadWhole(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void XMLCALL CountElement(void* user, const XML_Char*, const XML_Char**) { ++*static_cast<long*>(user); }
+
+// expat over the same UTF-16 bytes (read from the file each time, as ours does).
+void BM_ExpatLoadXml(benchmark::State& state) {
+  long elements = 0;
+  for (auto _ : state) {
+    const std::string bytes = ReadWhole(TheFiles().xml);
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    elements = 0;
+    XML_SetUserData(parser, &elements);
+    XML_SetStartElementHandler(parser, CountElement);
+    if (XML_Parse(parser, bytes.data(), static_cast<int>(bytes.size()), 1) != XML_STATUS_OK)
+      state.SkipWithError("expat failed");
+    XML_ParserFree(parser);
+  }
+  state.counters["elements"] = static_cast<double>(elements);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * TheFiles().xmlBytes));
+}
+
+#if ZXUT_BENCH_PUGIXML
+void BM_PugiLoadXml(benchmark::State& state) {
+  long elements = 0;
+  for (auto _ : state) {
+    pugi::xml_document doc;
+    if (!doc.load_file(TheFiles().xml.c_str())) state.SkipWithError("pugixml failed");
+    elements = static_cast<long>(doc.select_nodes("//*").size());
+    benchmark::DoNotOptimize(doc.first_child());
+  }
+  state.counters["elements"] = static_cast<double>(elements);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * TheFiles().xmlBytes));
+}
+#endif
+
 BENCHMARK(BM_ProfLoadText)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ProfLoadIni)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_InihLoadIni)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ProfLoadXml)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExpatLoadXml)->Unit(benchmark::kMillisecond);
+#if ZXUT_BENCH_PUGIXML
+BENCHMARK(BM_PugiLoadXml)->Unit(benchmark::kMillisecond);
+#endif
 
 long StatusKb(const char* field) {
   std::ifstream in("/proc/self/status");
@@ -162,7 +229,12 @@ int main(int argc, char** argv) {
               mbs("BM_ProfLoadIni", f.iniBytes), mbs("BM_InihLoadIni", f.iniBytes));
   reporter.PrintRatio("prof_load ini file", "BM_ProfLoadIni", "BM_InihLoadIni");
   reporter.PrintRatio("prof_load text vs inih ini", "BM_ProfLoadText", "BM_InihLoadIni");
+  std::printf("MB/s (wall)   XML file %.1f MB: ours %.1f, expat %.1f, pugixml %.1f\n", f.xmlBytes / 1048576.0,
+              mbs("BM_ProfLoadXml", f.xmlBytes), mbs("BM_ExpatLoadXml", f.xmlBytes), mbs("BM_PugiLoadXml", f.xmlBytes));
+  reporter.PrintRatio("prof_load xml vs expat", "BM_ProfLoadXml", "BM_ExpatLoadXml");
+  reporter.PrintRatio("prof_load xml vs pugixml", "BM_ProfLoadXml", "BM_PugiLoadXml");
   std::remove(f.text.c_str());
   std::remove(f.ini.c_str());
+  std::remove(f.xml.c_str());
   return 0;
 }

@@ -20,7 +20,7 @@ linux_packages=(
   libdw-dev libcurl4-openssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libspdlog-dev libmimalloc-dev                 # peers of the debug and heap benchmarks
-  libinih-dev                                   # peer of the profile load benchmark
+  libinih-dev libpugixml-dev                    # peers of the profile load benchmark
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
 )
 windows_packages=(

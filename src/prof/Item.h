@@ -1,8 +1,13 @@
 // One node of a profile tree: a value (no sublist) or a list (sublist set, the
 // value empty and the name the sublist's own shared name). Both kinds live in one
 // sequence and may bear the same name.
+// Memory: items live in their job's item pool, made with `new (job) clsItem(job,
+// list)` (null when memory runs out) and returned there by delete.
 // Threads: an item belongs to one job; the job's rule (prof/Prof.h) applies.
 #pragma once
+#include <cstddef>
+#include <new>
+
 #include "prof/SharedString.h"
 
 namespace zx {
@@ -12,7 +17,10 @@ class clsProfJob;
 
 class clsItem {
  public:
-  clsItem(clsProfJob* owner, clsItemList* holder) : job(owner), list(holder) {}
+  clsItem(clsProfJob* owner, clsItemList* holder) noexcept : job(owner), list(holder) {}
+  static void* operator new(size_t size, clsProfJob* owner) noexcept;
+  // Destroys the item and gives its block back to the pool of its job.
+  void operator delete(clsItem* item, std::destroying_delete_t);
   ~clsItem();
   clsItem(const clsItem&) = delete;
   clsItem& operator=(const clsItem&) = delete;

@@ -30,7 +30,7 @@ bool clsItemList::AppendItem(clsItem* item) {
 namespace {
 // Appends a list item holding `l`; destroys `l` and gives null on failure.
 clsItemList* AppendHolder(clsItemList* into, clsItemList* l) {
-  clsItem* item = l && l->name ? new (std::nothrow) clsItem(into->job, into) : nullptr;
+  clsItem* item = l && l->name ? new (into->job) clsItem(into->job, into) : nullptr;
   if (item == nullptr) {
     delete l;
     return nullptr;

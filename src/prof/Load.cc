@@ -115,7 +115,7 @@ void clsLoadParser::Enter(clsItemList* into, const char16_t* name, int64_t lengt
 
 void clsLoadParser::AppendValue(clsItemList* into, const char16_t* name, int64_t nameLength,
                                 const char16_t* value, int64_t valueLength) {
-  clsItem* item = new (std::nothrow) clsItem(&job_, into);
+  clsItem* item = new (&job_) clsItem(&job_, into);
   if (item != nullptr) {
     item->name = job_.MakeName(name, nameLength);
     item->value = job_.MakeValue(value, valueLength);
@@ -174,7 +174,7 @@ int LoadProfile(clsProfJob& job, clsFile& file) {
     format = kProfFormatXml;
   } else if (StartsHeader(first, fullLength, kXfdfHeaderLine)) {
     format = kProfFormatXfdf;
-  } else if (job.rootList.name.Text().View() == std::u16string_view(u"/") && first[0] == u'[' &&
+  } else if (job.rootList.name.View() == std::u16string_view(u"/") && first[0] == u'[' &&
              !(fullLength == 3 && first == u"[/]")) {
     ini = true;
   }

@@ -27,22 +27,8 @@ PathName PathCursor::Rest() const {
 }
 
 bool NameEquals(const SharedString& name, PathName n) {
-  const String& text = name.Text();
-  // Equal names have equal lengths with or without case.
-  if (text.Length() != n.length) return false;
-  const char16_t* a = text.wchar();
-  for (int64_t i = 0; i < n.length; ++i) {
-    if (a[i] == n.chars[i]) continue;
-    // Two ASCII characters that differ in more than case end it for any name;
-    // otherwise the name's case flag decides (names are plain, case-sensitive
-    // Strings, so this is false but for a case-blind one).
-    auto fold = [](char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c; };
-    if (a[i] < 0x80 && n.chars[i] < 0x80 && fold(a[i]) != fold(n.chars[i])) return false;
-    if (text.IsCaseSensitive()) return false;
-    std::u16string key(n.chars, static_cast<size_t>(n.length));
-    return CompareText(a, key.c_str(), -1, false, false) == 0;
-  }
-  return true;
+  // Names are case-sensitive texts: equal in length and in every character.
+  return name.View() == std::u16string_view(n.chars, static_cast<size_t>(n.length));
 }
 
 clsItem* FindListItem(const clsItemList* l, PathName n) {

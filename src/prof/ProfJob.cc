@@ -25,7 +25,7 @@ clsProfJob::clsProfJob() : rootList(this) {}
 
 clsProfJob::~clsProfJob() {
   // The file first (ending an exclusive hold), then the tree, the file name, the
-  // value cache and the name cache, in this order.
+  // item pool, the value cache and the name cache, in this order.
   delete file;
   file = nullptr;
   rootList.DeleteAll();
@@ -66,17 +66,28 @@ bool clsProfJob::KeepsValueUncached(const char16_t* text, int64_t length) {
   return false;
 }
 
+namespace {
+// The text a String made from (text, length) holds: it ends at a zero character.
+std::u16string_view StoredText(const char16_t* text, int64_t length) {
+  if (length <= 0) return {};
+  const std::u16string_view all(text, static_cast<size_t>(length));
+  return all.substr(0, all.find(u'\0'));
+}
+}  // namespace
+
 SharedString clsProfJob::MakeName(const char16_t* text, int64_t length) {
-  SharedString s = SharedString::Make(text, length);
-  return cacheEnabled ? nameCache.Intern(s) : s;
+  if (text == nullptr) text = u"";
+  if (length == kWholeString) length = static_cast<int64_t>(std::char_traits<char16_t>::length(text));
+  // Cached, the text is looked up first, so a name met before allocates nothing.
+  if (cacheEnabled) return nameCache.Intern(StoredText(text, length));
+  return SharedString::Make(text, length);
 }
 
 SharedString clsProfJob::MakeValue(const char16_t* text, int64_t length) {
   if (text == nullptr) text = u"";
   if (length == kWholeString) length = static_cast<int64_t>(std::char_traits<char16_t>::length(text));
-  SharedString s = SharedString::Make(text, length);
-  if (!cacheEnabled || KeepsValueUncached(text, length)) return s;
-  return valueCache.Intern(s);
+  if (!cacheEnabled || KeepsValueUncached(text, length)) return SharedString::Make(text, length);
+  return valueCache.Intern(StoredText(text, length));
 }
 
 SharedString clsProfJob::AdoptName(const SharedString& s) {

@@ -6,8 +6,9 @@
 #include <cstdint>
 #include <memory>
 
-#include "prof/StringCache.h"
 #include "prof/ItemList.h"
+#include "prof/ItemPool.h"
+#include "prof/StringCache.h"
 
 namespace zx {
 
@@ -52,6 +53,7 @@ class clsProfJob {
 
   clsStringCache nameCache;
   clsStringCache valueCache;
+  clsItemPool itemPool{sizeof(clsItem)};  // before the tree, so that it ends after it
   scProfFileName fileName;
   int32_t openMode = 0;  // 0 shared or no name, 1 exclusive or stream
   clsItemList rootList;

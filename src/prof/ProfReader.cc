@@ -61,6 +61,18 @@ Char* CutLine(Char*& cursor, size_t* length) {
   return start;
 }
 
+// Whether every byte below 0x80 is the same character in this code page.
+bool KeepsAscii(uint32_t cp) {
+  return cp == 65001 || (cp >= 1250 && cp <= 1258) || cp == 437 || cp == 850 || cp == 858 || cp == 20127 ||
+         (cp >= 28591 && cp <= 28605);
+}
+
+bool IsAscii(const char* p, size_t n) {
+  unsigned char any = 0;
+  for (size_t i = 0; i < n; ++i) any |= static_cast<unsigned char>(p[i]);
+  return any < 0x80;
+}
+
 }  // namespace
 
 clsProfReader::clsProfReader(clsFile& source, int32_t textEncoding) : file(&source), encoding(textEncoding) {
@@ -96,6 +108,18 @@ char16_t* clsProfReader::NextLine() {
   if (!narrowText) return nullptr;
   char* line = CutLine(narrowCursor, &length);
   if (line == nullptr) return nullptr;
+  if (KeepsAscii(converter->EffectiveCodePage()) && IsAscii(line, length)) {
+    if (length + 1 > asciiCapacity) {
+      const size_t capacity = length + 1 < 256 ? 256 : 2 * (length + 1);
+      asciiLine.reset(new (std::nothrow) char16_t[capacity]);
+      asciiCapacity = asciiLine ? capacity : 0;
+    }
+    if (asciiLine) {
+      for (size_t i = 0; i < length; ++i) asciiLine[i] = static_cast<unsigned char>(line[i]);
+      asciiLine[length] = 0;
+      return asciiLine.get();
+    }
+  }
   converter->Assign(line, length);
   // The converter's wide text is its own copy, so the parser may change it in place.
   return const_cast<char16_t*>(converter->wide());

@@ -2,7 +2,9 @@
 // The rest of the file behind the read position is read with one request into one
 // buffer with two zero units behind it; lines are cut in place. UTF-16 input
 // (encodings 1 and 2) is kept as 16-bit units as they come, without swapping;
-// 8-bit input (0: the default code page, 3: UTF-8) is converted one line at a time.
+// 8-bit input (0: the default code page, 3: UTF-8) is converted one line at a time;
+// an all-ASCII line in a code page that keeps ASCII as it is (UTF-8, the Windows
+// and common DOS Latin pages) is widened into one reused line buffer instead.
 // Errors: Ok() is false when the buffer could not be allocated; a short read of
 // UTF-16 input leaves the text empty, of 8-bit input keeps what arrived.
 // Threads: a local of one load.
@@ -48,6 +50,8 @@ class clsProfReader {
   std::unique_ptr<char[]> narrowText;
   char* narrowCursor = nullptr;
   std::unique_ptr<clsCharsetConversionStringCP> converter;
+  std::unique_ptr<char16_t[]> asciiLine;  // the widened ASCII line
+  size_t asciiCapacity = 0;
   int32_t encoding;
   uint32_t codePage = 0;
 };

@@ -132,8 +132,8 @@ class LineWriter {
     else if (format_ == kFormatXfdf) Narrow(kXfdfTrailer, Len(kXfdfTrailer));
   }
 
-  void OpenList(const String& name, int level) {
-    const char16_t* n = name.wchar();
+  void OpenList(const SharedString& name, int level) {
+    const char16_t* n = name.Chars();
     const size_t len = static_cast<size_t>(name.Length());
     if (format_ == kFormatText) {
       // The name keeps "=", "[" and "]" (the reader drops only the brackets
@@ -178,10 +178,10 @@ class LineWriter {
     }
   }
 
-  void Value(const String& name, const String& value, int level) {
-    const char16_t* n = name.wchar();
+  void Value(const SharedString& name, const SharedString& value, int level) {
+    const char16_t* n = name.Chars();
     const size_t nl = static_cast<size_t>(name.Length());
-    const char16_t* v = value.wchar();
+    const char16_t* v = value.Chars();
     const size_t vl = static_cast<size_t>(value.Length());
     if (format_ == kFormatText) {
       char16_t* p = Line16(Indent(level) + nl + 1 + vl + 2);
@@ -286,8 +286,8 @@ class LineWriter {
   uint64_t count_ = 0;
 };
 
-bool IsTagless(int format, const String& name) {
-  return format != kFormatText && name.Length() == 1 && name.wchar()[0] == u'/';
+bool IsTagless(int format, const SharedString& name) {
+  return format != kFormatText && name.Length() == 1 && name.Chars()[0] == u'/';
 }
 
 // Header, the root list at its level and trailer; no output for an empty root.
@@ -305,7 +305,7 @@ void WalkProfile(clsProfJob& job, int format, LineWriter& w) {
     bool tagless;
   };
   std::vector<Open> open;
-  auto enter = [&](const String& name, int level) {
+  auto enter = [&](const SharedString& name, int level) {
     const bool tagless = IsTagless(format, name);
     if (!tagless) w.OpenList(name, level);
     open.push_back({level, tagless});
@@ -314,12 +314,12 @@ void WalkProfile(clsProfJob& job, int format, LineWriter& w) {
     if (!open.back().tagless) w.CloseList(open.back().level);
     open.pop_back();
   };
-  enter(root.name.Text(), top);
+  enter(root.name, top);
   clsItemList::WalkDepthFirst(&root, [&](const clsItemList*, int, const clsItem* item, int depth) {
     while (open.size() > static_cast<size_t>(depth) + 1) leave();
     const int inner = open.back().tagless ? open.back().level : open.back().level + 1;
-    if (item->sublist) enter(item->sublist->name.Text(), inner);
-    else w.Value(item->name.Text(), item->value.Text(), inner);
+    if (item->sublist) enter(item->sublist->name, inner);
+    else w.Value(item->name, item->value, inner);
     return !w.Failed();
   });
   while (!open.empty() && !w.Failed()) leave();

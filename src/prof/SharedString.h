@@ -1,11 +1,15 @@
-// The shared pointer to String that items, lists and the string caches hold. One
-// block carries an atomic count and the String; copies of the pointer count up
-// and down, the last one frees the block. Items of different jobs may share one.
+// The shared pointer to a text that items, lists and the string caches hold. One
+// block carries an atomic count, the length and the terminated UTF-16 text itself
+// (one allocation per text, no String inside); copies of the pointer count up and
+// down, the last one frees the block. Items of different jobs may share one.
 // Threads: the count is atomic, so pointers are copied and dropped on any thread.
 #pragma once
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <new>
+#include <string_view>
 
 #include "core/strings/String.h"
 
@@ -14,11 +18,25 @@ namespace zx {
 class SharedString {
  public:
   SharedString() = default;
-  // A new block with its own String (a text of `count` characters from `text`).
-  // Empty when memory runs out.
+  // A new block with a copy of `count` characters of `text`, as far as its first
+  // zero character (the text String(text, 0, count) holds). Empty when memory runs out.
   static SharedString Make(const char16_t* text, int64_t count = kWholeString) {
+    size_t n = 0;
+    if (text != nullptr && count > 0) {
+      const size_t limit = static_cast<size_t>(count < kWholeString ? count : kWholeString);
+      while (n < limit && text[n]) ++n;
+    }
+    return MakeExact(std::u16string_view(text ? text : u"", n));
+  }
+  // The same for a text without zero characters, taken as it is.
+  static SharedString MakeExact(std::u16string_view text) {
     SharedString s;
-    s.block_ = new (std::nothrow) Block(text, count);
+    void* raw = ::operator new(offsetof(Block, chars) + sizeof(char16_t) * (text.size() + 1), std::nothrow);
+    if (raw == nullptr) return s;
+    Block* b = new (raw) Block{{1}, static_cast<uint32_t>(text.size())};
+    if (!text.empty()) std::memcpy(b->chars, text.data(), sizeof(char16_t) * text.size());
+    b->chars[text.size()] = 0;
+    s.block_ = b;
     return s;
   }
 
@@ -43,32 +61,36 @@ class SharedString {
   ~SharedString() { Release(); }
 
   explicit operator bool() const { return block_ != nullptr; }
-  // The text; the shared empty String for an empty pointer.
-  const String& Text() const { return block_ ? block_->text : String::Empty(); }
-  const char16_t* Chars() const { return Text().wchar(); }
-  int64_t Length() const { return block_ ? block_->text.Length() : 0; }
+  // The text; empty for an empty pointer. Chars() is terminated.
+  std::u16string_view View() const {
+    return block_ ? std::u16string_view(block_->chars, block_->length) : std::u16string_view();
+  }
+  const char16_t* Chars() const { return block_ ? block_->chars : kEmptyWide; }
+  int64_t Length() const { return block_ ? block_->length : 0; }
+  // A String of the text (a copy: for callers that need one).
+  String Text() const { return String(View()); }
   bool SameAs(const SharedString& other) const { return block_ == other.block_; }
   uint32_t UseCount() const { return block_ ? block_->refs.load(std::memory_order_relaxed) : 0; }
 
   // Ordinal, case-sensitive order of the texts: the order of a cache bucket.
   friend bool operator==(const SharedString& a, const SharedString& b) {
-    return a.block_ == b.block_ || a.Text().View() == b.Text().View();
+    return a.block_ == b.block_ || a.View() == b.View();
   }
   friend bool operator<(const SharedString& a, const SharedString& b) {
-    return a.Text().View() < b.Text().View();
+    return a.View() < b.View();
   }
 
  private:
   struct Block {
-    Block(const char16_t* text, int64_t count) : text(text, 0, count) {}
-    std::atomic<uint32_t> refs{1};
-    String text;
+    std::atomic<uint32_t> refs;
+    uint32_t length;
+    char16_t chars[1];  // length + 1 units in the allocation
   };
   void AddRef() const {
     if (block_) block_->refs.fetch_add(1, std::memory_order_relaxed);
   }
   void Release() {
-    if (block_ && block_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete block_;
+    if (block_ && block_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) ::operator delete(block_);
     block_ = nullptr;
   }
   Block* block_ = nullptr;

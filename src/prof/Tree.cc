@@ -157,7 +157,7 @@ int32_t CopyList(clsProfJob* targetJob, clsItemList* targetList, clsProfJob* sou
         todo.push_back({item->sublist, made});
         return true;
       }
-      clsItem* c = new (std::nothrow) clsItem(targetJob, step.into);
+      clsItem* c = new (targetJob) clsItem(targetJob, step.into);
       if (c == nullptr) return !(failed = true);
       c->name = targetJob->AdoptName(item->name);
       c->value = targetJob->AdoptValue(item->value);

@@ -18,7 +18,7 @@ void CopyCut(char16_t* dst, int32_t size, const char16_t* src, int64_t length) {
 
 // Appends a value item to the deepest list of the path.
 void AppendValueItem(clsProfJob* job, clsItemList* l, PathName name, const char16_t* value) {
-  clsItem* item = new (std::nothrow) clsItem(job, l);
+  clsItem* item = new (job) clsItem(job, l);
   if (item == nullptr) return;
   item->name = job->MakeName(name.chars, name.length);
   item->value = job->MakeValue(value, kWholeString);
