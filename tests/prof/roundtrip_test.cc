@@ -59,7 +59,7 @@ void Build(zx::clsProfJob& job, const Tree& tree) {
       ASSERT_NE(nullptr, l);
       open.push_back(l);
     } else {
-      auto* item = new zx::clsItem(&job, in);
+      auto* item = new (&job) zx::clsItem(&job, in);
       item->name = zx::SharedString::Make(n.name.data(), static_cast<int64_t>(n.name.size()));
       item->value = zx::SharedString::Make(n.value.data(), static_cast<int64_t>(n.value.size()));
       ASSERT_TRUE(in->AppendItem(item));
