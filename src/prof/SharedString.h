@@ -31,7 +31,9 @@ class SharedString {
   // The same for a text without zero characters, taken as it is.
   static SharedString MakeExact(std::u16string_view text) {
     SharedString s;
-    void* raw = ::operator new(offsetof(Block, chars) + sizeof(char16_t) * (text.size() + 1), std::nothrow);
+    // The block header is constructed whole, so even an empty text takes sizeof(Block).
+    const size_t bytes = offsetof(Block, chars) + sizeof(char16_t) * (text.size() + 1);
+    void* raw = ::operator new(bytes < sizeof(Block) ? sizeof(Block) : bytes, std::nothrow);
     if (raw == nullptr) return s;
     Block* b = new (raw) Block{{1}, static_cast<uint32_t>(text.size())};
     if (!text.empty()) std::memcpy(b->chars, text.data(), sizeof(char16_t) * text.size());
