@@ -72,9 +72,9 @@ build() {  # build-dir [targets...]: the log goes to a file; failures are shown
   ((w == 0)) || log "$w compiler warnings (log: $dir.build.log)"
 }
 
-ctest_in() {  # build-dir [ctest options...]
+ctest_in() {  # build-dir [ctest options...]; ZXUT_TEST_TIMEOUT overrides 900 s a test
   local dir=$1; shift
-  ctest --test-dir "$dir" -j"$j" --output-on-failure --timeout 900 "$@"
+  ctest --test-dir "$dir" -j"$j" --output-on-failure --timeout "${ZXUT_TEST_TIMEOUT:-900}" "$@"
 }
 
 phase_setup() {
@@ -178,7 +178,10 @@ phase_windows() {
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZXUT_WIN_DEPS="$deps"
   build "$b"
   local rc=0
-  ctest_in "$b" || rc=$?
+  # Under wine a test program very rarely stops making progress (seen once in a
+  # module run at 0% CPU, not reproduced in ten runs since); a test that does not
+  # pass within 5 minutes is run once more, and a second failure fails the phase.
+  ZXUT_TEST_TIMEOUT=300 ctest_in "$b" --repeat until-pass:2 || rc=$?
   "$ZXUT_ROOT/cmake/wine-run.sh" --prefix="$b/wineprefix" --shutdown
   return $rc
 }
