@@ -12,5 +12,6 @@
 #include "zxut22/util_heap.h"
 #include "zxut22/util_text.h"
 #include "zxut22/util_convert.h"
+#include "zxut22/util_zip.h"
 
 #endif

@@ -21,6 +21,7 @@ linux_packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libspdlog-dev libmimalloc-dev                 # peers of the debug and heap benchmarks
   libinih-dev libpugixml-dev                    # peers of the profile load benchmark
+  libzip-dev p7zip-full                         # ZIP peer and oracle
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
 )
 windows_packages=(
