@@ -38,7 +38,8 @@ if(WIN32)
   add_library(zxut_expat INTERFACE)
   target_link_libraries(zxut_expat INTERFACE expat::expat)
 
-  list(APPEND ZXUT_PLATFORM_LIBS ZLIB::ZLIB zxut_pcre2 zxut_minizip zxut_expat
+  # Static archives: minizip before the zlib it calls (a library appears once).
+  list(APPEND ZXUT_PLATFORM_LIBS zxut_minizip ZLIB::ZLIB zxut_pcre2 zxut_expat
        advapi32 user32 gdi32 shell32 ole32 oleaut32 uuid ws2_32 dbghelp version psapi
        urlmon wininet userenv netapi32 mpr secur32 credui shlwapi propsys)
   if(ZXUT_TESTS)

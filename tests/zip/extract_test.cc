@@ -137,7 +137,7 @@ TEST(Extract, FileWhereAFolderMustGoStopsThere) {
 
 TEST(Extract, NonAsciiDestinationAndArchivePath) {
   ScratchDir scratch("zip_wide");
-  const fs::path dir = scratch / fs::path(u8"Ärchiv ñ 日本");
+  const fs::path dir = scratch.path() / fs::path(u8"Ärchiv ñ 日本");
   fs::create_directories(dir);
   fs::copy_file(DataFile("sevenzip.zip"), dir / fs::path(u8"ä.zip"));
   EXPECT_EQ(ExtractExport(dir / fs::path(u8"ä.zip"), dir / fs::path(u8"zïel")), 1);
