@@ -31,7 +31,9 @@ ZXUT_EXPORT LONG ZXUT_API UtilZIPClose(HZIPFILE zip);
 /* Extracts every entry of the archive below destinationFolder, creating folders and
  * overwriting existing files. 1 when all entries were extracted; 0 on failure, with
  * the reason on the debug channel and the files extracted so far left in place.
- * Entries that would land outside the destination are refused. */
+ * Names that would land outside the destination (absolute, a drive or ':', a
+ * backslash, a ".." component, a device name) are refused before anything is
+ * written. Names are UTF-8 with flag 0x0800, otherwise code page 437. */
 ZXUT_EXPORT LONG ZXUT_API UtilExtractZip(LPCWSTR archivePath, LPCWSTR destinationFolder);
 
 #endif
