@@ -7,6 +7,8 @@
 #include <fstream>
 
 #include "extract_test_util.h"
+#include "zip/Unzipper.h"
+#include "zip/ZipText.h"
 #include "zxUT22.h"
 
 namespace {
@@ -73,6 +75,29 @@ TEST(ExtractTools, ArchivesMadeNowByThreeTools) {
     command.replace(command.find("ARCHIVE"), 7, Q(archive));
     ASSERT_EQ(Shell("cd " + Q(tree) + " && " + command), 0);
     ExpectSameAs(archive, kUnzip, scratch.path());
+  }
+}
+
+TEST(ExtractTools, EntryListAsPythonReadsIt) {
+  const char* script =
+      "python3 -c 'import sys, zipfile\n"
+      "for i in zipfile.ZipFile(sys.argv[1]).infolist():\n"
+      "  print(\"%s|%d|%d|%08x|%d|%04d-%02d-%02d %02d:%02d:%02d|%d\" % ((i.filename, i.file_size, i.compress_size,"
+      " i.CRC, i.compress_type) + i.date_time + (i.is_dir(),)))' ";
+  for (const char* name : {"python_mixed.zip", "python_cp437.zip", "infozip.zip", "sevenzip.zip"}) {
+    SCOPED_TRACE(name);
+    zipper::Unzipper zip(zx::String(std::u16string_view(Wide(DataFile(name)))));
+    std::string ours;
+    zip.forEachEntry([&](const zipper::ZipEntry& e) {
+      const uint32_t d = e.dosDate >> 16, t = e.dosDate & 0xFFFF;
+      char line[512];
+      std::snprintf(line, sizeof line, "%s|%llu|%llu|%08x|%u|%04u-%02u-%02u %02u:%02u:%02u|%d\n",
+                    zx::EncodeZipText(e.name, true).c_str(), static_cast<unsigned long long>(e.uncompressedSize),
+                    static_cast<unsigned long long>(e.compressedSize), e.crc, e.method, 1980 + (d >> 9), (d >> 5) & 15,
+                    d & 31, t >> 11, (t >> 5) & 63, (t & 31) * 2, e.isFolder() ? 1 : 0);
+      ours += line;
+    });
+    EXPECT_EQ(ours, Output(script + Q(DataFile(name))));
   }
 }
 
