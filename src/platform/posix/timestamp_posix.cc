@@ -22,6 +22,24 @@ void LocalTimeNow(SystemTime* out) {
   out->milliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
 }
 
+bool FileTimeToLocal(uint64_t fileTime, SystemTime* out) {
+  constexpr uint64_t kPerSecond = 10000000;
+  constexpr int64_t kEpochDelta = 11644473600;   // 1601-01-01 to 1970-01-01 in seconds
+  const time_t secs = static_cast<time_t>(static_cast<int64_t>(fileTime / kPerSecond) - kEpochDelta);
+  struct tm t;
+  const bool local = localtime_r(&secs, &t) != nullptr;
+  if (!local && !gmtime_r(&secs, &t)) return false;
+  out->year = static_cast<uint16_t>(t.tm_year + 1900);
+  out->month = static_cast<uint16_t>(t.tm_mon + 1);
+  out->dayOfWeek = static_cast<uint16_t>(t.tm_wday);
+  out->day = static_cast<uint16_t>(t.tm_mday);
+  out->hour = static_cast<uint16_t>(t.tm_hour);
+  out->minute = static_cast<uint16_t>(t.tm_min);
+  out->second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);
+  out->milliseconds = static_cast<uint16_t>(fileTime % kPerSecond / 10000);
+  return local;
+}
+
 bool PerformanceCounter(int64_t* value) {
   timespec ts;
   if (clock_gettime(CLOCK_MONOTONIC, &ts) != 0) return false;
