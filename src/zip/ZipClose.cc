@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "debug/Debug.h"
+#include "core/diag/Diag.h"
 #include "zip/ZipFile.h"
 
 namespace zx {
@@ -73,7 +73,7 @@ class clsZIPLayout {
 
   // An ERR line with the archive's name and the step's number; the close fails.
   int32_t Fail(int step) {
-    DebugPrint(u"ERR: write error file '%s' (%d)", m_zip.ArchiveLabel(), step);
+    DiagFormat(u"ERR: write error file '%s' (%d)", m_zip.ArchiveLabel(), step);
     return -3;
   }
 
@@ -143,7 +143,7 @@ int32_t clsZIPFile::Close() {
     if (rc == 0) rc = layout.WriteDirectory();
   }
   if (rc == 0 && m_file.GetSize() > m_qwMaxSize) {
-    DebugPrint(u"ERR: ZIP file size > 4GB");
+    DiagFormat(u"ERR: ZIP file size > 4GB");
     rc = -3;
   }
   clearAndDestroy();

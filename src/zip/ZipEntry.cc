@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "debug/Debug.h"
+#include "core/diag/Diag.h"
 
 namespace zx {
 namespace {
@@ -41,7 +41,7 @@ int32_t clsZIPFileEntry::FillFromFile(clsFile& source, clsFileDeflater& deflater
   // Signed, so that a size query that failed (all ones) passes, as -1.
   const int64_t size = static_cast<int64_t>(source.GetSize());
   if (size > static_cast<int64_t>(maxSize)) {
-    DebugPrint(u"ERR: source size > 4GB");
+    DiagFormat(u"ERR: source size > 4GB");
     return -2;
   }
   uint32_t crc = 0;
@@ -49,11 +49,11 @@ int32_t clsZIPFileEntry::FillFromFile(clsFile& source, clsFileDeflater& deflater
       source, [this](const uint8_t* data, uint32_t n) { return spill.Write(data, n); }, &crc);
   spill.Park();
   if (rc < 0) {
-    DebugPrint(u"ERR while compressing file '%s': %d", SourceLabel(source), rc);
+    DiagFormat(u"ERR while compressing file '%s': %d", SourceLabel(source), rc);
     return -2;
   }
   if (spill.Size() > maxSize) {
-    DebugPrint(u"ERR: compressed size > 4GB");
+    DiagFormat(u"ERR: compressed size > 4GB");
     return -2;
   }
   StampFromFile(source, header, attributes);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "debug/Debug.h"
+#include "core/diag/Diag.h"
 
 namespace zx {
 namespace {
