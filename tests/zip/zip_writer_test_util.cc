@@ -1,5 +1,6 @@
 #include "zip_writer_test_util.h"
 
+#include <cstdlib>
 #include <cstring>
 
 namespace ziptest {
@@ -62,7 +63,26 @@ Archive ReadArchive(const std::string& b) {
   return a;
 }
 
+std::string KeepDir() {
+  const char* keep = std::getenv("ZXUT_ZIP_KEEP");
+  return keep ? keep : "";
+}
+
+namespace {
+// Copies the archive into the keep folder under a name of its own.
+std::string Keep(const std::string& path, const std::string& name = std::string()) {
+  static int serial = 0;
+  const std::string to = KeepDir() + "/" + (name.empty() ? "archive" + std::to_string(++serial) + ".zip" : name);
+  zxsupport::WriteBytes(to, zxsupport::ReadBytes(path));
+  return to;
+}
+}  // namespace
+
 std::string JudgeArchive(const std::string& path) {
+  if (!KeepDir().empty()) {
+    Keep(path);
+    return std::string();
+  }
   std::string out;
   const std::string py =
       "python3 -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); bad = z.testzip(); "
@@ -75,6 +95,10 @@ std::string JudgeArchive(const std::string& path) {
 }
 
 std::string CompareWithModel(const std::string& manifestJson, const std::string& archivePath) {
+  if (!KeepDir().empty()) {
+    zxsupport::WriteBytes(Keep(archivePath, "model.zip") + ".json", manifestJson);
+    return std::string();
+  }
   const std::string manifest = archivePath + ".json";
   zxsupport::WriteBytes(manifest, manifestJson);
   std::string out;

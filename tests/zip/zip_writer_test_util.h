@@ -27,12 +27,19 @@ struct Archive {
 // header it announces, following the directory's size rather than the count.
 Archive ReadArchive(const std::string& bytes);
 
+// Where a run that cannot start the judges itself (Windows, under wine) keeps its
+// archives for the judges on the build machine (ctest's zip_judge): the folder
+// ZXUT_ZIP_KEEP names, or empty.
+std::string KeepDir();
+
 // The answers of the outside judges: empty when all accept the archive (or are not
-// installed), otherwise what the first one that refused it said.
+// installed), otherwise what the first one that refused it said. With a keep
+// folder the archive is copied there to be judged later.
 std::string JudgeArchive(const std::string& path);
 
 // Runs tests/zip/zip_model.py on a manifest (JSON text) and the archive: empty
-// when the model's bytes are the archive's, otherwise its report.
+// when the model's bytes are the archive's, otherwise its report. With a keep
+// folder both are copied there (the files the manifest names must stay).
 std::string CompareWithModel(const std::string& manifestJson, const std::string& archivePath);
 
 // JSON string literal of UTF-8 text.
