@@ -2,10 +2,8 @@
 // separators, drive letters and characters inside and outside code page 437; sizes;
 // contents; comments) and reads it back with minizip: every entry must come back
 // with the name the naming rules give, its flag, size, CRC, data and comment.
-#include <unistd.h>
 #include <unzip.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -20,12 +18,9 @@ namespace fs = std::filesystem;
 
 const fs::path& Dir() {
   static const fs::path d = [] {
-    fs::path p = fs::temp_directory_path() / ("zxut_fuzz_zip_write_" + std::to_string(getpid()));
+    // One folder, reused by every run (libFuzzer may end without running exit handlers).
+    fs::path p = fs::temp_directory_path() / "zxut_fuzz_zip_write";
     fs::create_directories(p);
-    std::atexit([] {
-      std::error_code ec;
-      fs::remove_all(Dir(), ec);
-    });
     return p;
   }();
   return d;
