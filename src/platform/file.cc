@@ -68,3 +68,15 @@ bool FileFaultPlan::Write(void* ctx, FileHandle h, const void* buffer, uint32_t 
 }
 
 }  // namespace plat
+
+namespace plat {
+
+bool FileInfoByFind(const char16_t* name, FileInfo* info) {
+  FileFinder finder(name);
+  FindEntry entry;
+  if (!finder.Next(&entry)) return false;
+  *info = entry.info;
+  return true;
+}
+
+}  // namespace plat

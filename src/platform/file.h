@@ -93,6 +93,31 @@ struct FileInfo {
 };
 bool FileInfoByName(const char16_t* name, FileInfo* info);   // GetFileAttributesExW
 bool FileInfoByFind(const char16_t* name, FileInfo* info);   // FindFirstFileW, first match
+bool FileInfoByHandle(FileHandle h, FileInfo* info);         // GetFileInformationByHandle: 6
+
+// FindFirstFileW / FindNextFileW over one pattern ("dir\\*.txt"; a name without
+// wildcards finds itself). Folders, "." and ".." come as the system gives them,
+// in its order. Linux: "*" and "?" match as on Windows, without regard to case,
+// and "*.*" matches every name, also one without a dot.
+struct FindEntry {
+  FileInfo info;
+  std::u16string name;
+};
+class FileFinder {
+ public:
+  explicit FileFinder(const char16_t* pattern);
+  ~FileFinder();
+  FileFinder(const FileFinder&) = delete;
+  FileFinder& operator=(const FileFinder&) = delete;
+  // False at the end (18), or when nothing matched at all (2, 3).
+  bool Next(FindEntry* out);
+
+ private:
+  void* handle_ = nullptr;
+  void* state_ = nullptr;
+  uint32_t error_ = 0;
+  bool first_ = true;
+};
 
 bool RemoveFile(const char16_t* name);       // DeleteFileW
 bool MakeFolder(const char16_t* name);       // CreateDirectoryW: 183 when it exists

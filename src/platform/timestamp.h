@@ -23,6 +23,10 @@ struct SystemTime {
 static_assert(sizeof(SystemTime) == 16, "SYSTEMTIME is 16 bytes");
 
 void LocalTimeNow(SystemTime* out);
+// A FILETIME value (UTC) as local time (FileTimeToSystemTime, then
+// SystemTimeToTzSpecificLocalTime). False when the time cannot be had, or when the
+// local conversion failed: then *out holds the UTC time.
+bool FileTimeToLocal(uint64_t fileTime, SystemTime* out);
 
 // False when the system has no working counter.
 bool PerformanceCounter(int64_t* value);

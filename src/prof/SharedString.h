@@ -35,7 +35,7 @@ class SharedString {
     const size_t bytes = offsetof(Block, chars) + sizeof(char16_t) * (text.size() + 1);
     void* raw = ::operator new(bytes < sizeof(Block) ? sizeof(Block) : bytes, std::nothrow);
     if (raw == nullptr) return s;
-    Block* b = new (raw) Block{{1}, static_cast<uint32_t>(text.size())};
+    Block* b = new (raw) Block{{1}, static_cast<uint32_t>(text.size()), {}};
     if (!text.empty()) std::memcpy(b->chars, text.data(), sizeof(char16_t) * text.size());
     b->chars[text.size()] = 0;
     s.block_ = b;

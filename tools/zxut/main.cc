@@ -7,6 +7,7 @@ int RunViewer(int argc, char** argv);   // viewer.cc
 int RunPack(int argc, char** argv);     // pack.cc
 int RunUnpack(int argc, char** argv);   // pack.cc
 int RunProf(int argc, char** argv);     // prof.cc
+int RunZip(int argc, char** argv);      // zip.cc
 int RunUnzip(int argc, char** argv);    // unzip.cc
 
 static int Version() {
@@ -24,6 +25,8 @@ static void Usage() {
             "              print FILE as packed text\n"
             "  unpack [--password P] TEXTFILE OUT\n"
             "              write the data of the packed text in TEXTFILE to OUT\n"
+            "  zip [--comment TEXT] OUT.zip PATH...\n"
+            "              write a new archive of files and folders (folders with all they hold)\n"
             "  unzip ARCHIVE DIR\n"
             "              extract every entry of the ZIP ARCHIVE below DIR");
 }
@@ -34,6 +37,7 @@ int main(int argc, char** argv) {
   if (std::strcmp(argv[1], "prof") == 0) return RunProf(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unzip") == 0) return RunUnzip(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();

@@ -507,39 +507,86 @@ bool FileInfoByName(const char16_t* name, FileInfo* info) {
   return true;
 }
 
-bool FileInfoByFind(const char16_t* name, FileInfo* info) {
-  const std::string path = ToPosixPath(name);
+bool FileInfoByHandle(FileHandle h, FileInfo* info) {
+  struct stat st;
+  if (!StatOf(h, &st)) return false;
+  FillInfo(st, std::string(), info);
+  return true;
+}
+
+namespace {
+
+// The state of one FileFinder: a folder being read, or the one name of a
+// pattern without wildcards.
+struct FindState {
+  DIR* dir = nullptr;
+  std::string folder;
+  std::string pattern;   // "" matches every name
+  std::string single;    // the path of a pattern without wildcards
+};
+
+bool MatchesPattern(const std::string& pattern, const char* name) {
+  return pattern.empty() || fnmatch(pattern.c_str(), name, FNM_CASEFOLD) == 0;
+}
+
+}  // namespace
+
+FileFinder::FileFinder(const char16_t* pattern) {
+  const std::string path = ToPosixPath(pattern);
   const size_t slash = path.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
-  const std::string pattern = slash == std::string::npos ? path : path.substr(slash + 1);
-  if (pattern.find_first_of("*?") == std::string::npos) {
-    struct stat st;
-    if (pattern.empty() || ::lstat(path.c_str(), &st) != 0) {
-      SetLastError(kErrFileNotFound);
-      return false;
+  auto* state = new FindState;
+  state->folder = slash == std::string::npos ? "." : (slash == 0 ? "/" : path.substr(0, slash));
+  state->pattern = slash == std::string::npos ? path : path.substr(slash + 1);
+  struct stat st;
+  if (state->pattern.find_first_of("*?") == std::string::npos) {
+    if (state->pattern.empty() || ::lstat(path.c_str(), &st) != 0) {
+      error_ = kErrFileNotFound;
+      delete state;
+      return;
     }
-    FillInfo(st, path, info);
-    return true;
+    state->single = path;
+  } else if (state->pattern == "*" || state->pattern == "*.*") {
+    state->pattern.clear();
   }
-  DIR* dir = ::opendir(folder.c_str());
-  if (!dir) {
-    SetLastError(kErrPathNotFound);
-    return false;
+  if (state->single.empty() && !(state->dir = ::opendir(state->folder.c_str()))) {
+    error_ = kErrPathNotFound;
+    delete state;
+    return;
   }
-  bool found = false;
-  while (dirent* e = ::readdir(dir)) {
-    if (fnmatch(pattern.c_str(), e->d_name, 0) != 0) continue;
-    const std::string full = folder + "/" + e->d_name;
-    struct stat st;
-    if (::lstat(full.c_str(), &st) == 0) {
-      FillInfo(st, full, info);
-      found = true;
-      break;
+  state_ = state;
+  error_ = kErrFileNotFound;   // until something matched
+}
+
+FileFinder::~FileFinder() {
+  auto* state = static_cast<FindState*>(state_);
+  if (state && state->dir) ::closedir(state->dir);
+  delete state;
+}
+
+bool FileFinder::Next(FindEntry* out) {
+  auto* state = static_cast<FindState*>(state_);
+  struct stat st;
+  if (state && !state->single.empty()) {
+    const bool got = first_ && ::lstat(state->single.c_str(), &st) == 0;
+    if (got) {
+      FillInfo(st, state->single, &out->info);
+      out->name = Utf8ToUtf16(state->single.substr(state->single.find_last_of('/') + 1));
+      first_ = false;
+      return true;
+    }
+  } else if (state) {
+    while (dirent* e = ::readdir(state->dir)) {
+      if (!MatchesPattern(state->pattern, e->d_name)) continue;
+      const std::string full = state->folder + "/" + e->d_name;
+      if (::lstat(full.c_str(), &st) != 0) continue;
+      FillInfo(st, full, &out->info);
+      out->name = Utf8ToUtf16(e->d_name);
+      first_ = false;
+      return true;
     }
   }
-  ::closedir(dir);
-  if (!found) SetLastError(kErrFileNotFound);
-  return found;
+  SetLastError(first_ ? error_ : kErrNoMoreFiles);
+  return false;
 }
 
 bool RemoveFile(const char16_t* name) {

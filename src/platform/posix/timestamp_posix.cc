@@ -5,6 +5,20 @@
 #include <time.h>
 
 namespace plat {
+namespace {
+
+void FromTm(const struct tm& t, uint16_t milliseconds, SystemTime* out) {
+  out->year = static_cast<uint16_t>(t.tm_year + 1900);
+  out->month = static_cast<uint16_t>(t.tm_mon + 1);
+  out->dayOfWeek = static_cast<uint16_t>(t.tm_wday);
+  out->day = static_cast<uint16_t>(t.tm_mday);
+  out->hour = static_cast<uint16_t>(t.tm_hour);
+  out->minute = static_cast<uint16_t>(t.tm_min);
+  out->second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);   // no leap second
+  out->milliseconds = milliseconds;
+}
+
+}  // namespace
 
 void LocalTimeNow(SystemTime* out) {
   timespec ts;
@@ -12,14 +26,18 @@ void LocalTimeNow(SystemTime* out) {
   struct tm t;
   time_t secs = ts.tv_sec;
   localtime_r(&secs, &t);
-  out->year = static_cast<uint16_t>(t.tm_year + 1900);
-  out->month = static_cast<uint16_t>(t.tm_mon + 1);
-  out->dayOfWeek = static_cast<uint16_t>(t.tm_wday);
-  out->day = static_cast<uint16_t>(t.tm_mday);
-  out->hour = static_cast<uint16_t>(t.tm_hour);
-  out->minute = static_cast<uint16_t>(t.tm_min);
-  out->second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);
-  out->milliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
+  FromTm(t, static_cast<uint16_t>(ts.tv_nsec / 1000000), out);
+}
+
+bool FileTimeToLocal(uint64_t fileTime, SystemTime* out) {
+  constexpr uint64_t kPerSecond = 10000000;
+  constexpr int64_t kEpochDelta = 11644473600;   // 1601-01-01 to 1970-01-01 in seconds
+  const time_t secs = static_cast<time_t>(static_cast<int64_t>(fileTime / kPerSecond) - kEpochDelta);
+  struct tm t;
+  const bool local = localtime_r(&secs, &t) != nullptr;
+  if (!local && !gmtime_r(&secs, &t)) return false;
+  FromTm(t, static_cast<uint16_t>(fileTime % kPerSecond / 10000), out);
+  return local;
 }
 
 bool PerformanceCounter(int64_t* value) {

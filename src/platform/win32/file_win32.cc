@@ -105,13 +105,41 @@ bool FileInfoByName(const char16_t* name, FileInfo* info) {
   return Sync(true);
 }
 
-bool FileInfoByFind(const char16_t* name, FileInfo* info) {
-  WIN32_FIND_DATAW d{};
-  HANDLE f = ::FindFirstFileW(W(name), &d);
-  if (f == INVALID_HANDLE_VALUE) return Sync(false);
-  ::FindClose(f);
+bool FileInfoByHandle(FileHandle h, FileInfo* info) {
+  BY_HANDLE_FILE_INFORMATION d{};
+  if (!::GetFileInformationByHandle(h, &d)) return Sync(false);
   FillInfo(d, info);
   return Sync(true);
+}
+
+FileFinder::FileFinder(const char16_t* pattern) {
+  auto* d = new WIN32_FIND_DATAW{};
+  HANDLE f = ::FindFirstFileW(W(pattern), d);
+  if (f == INVALID_HANDLE_VALUE) {
+    error_ = ::GetLastError();
+    delete d;
+    return;
+  }
+  handle_ = f;
+  state_ = d;
+}
+
+FileFinder::~FileFinder() {
+  delete static_cast<WIN32_FIND_DATAW*>(state_);
+  if (handle_) ::FindClose(handle_);
+}
+
+bool FileFinder::Next(FindEntry* out) {
+  auto* d = static_cast<WIN32_FIND_DATAW*>(state_);
+  if (!handle_ || !d) {
+    plat::SetLastError(error_);
+    return false;
+  }
+  if (!first_ && !::FindNextFileW(handle_, d)) return Sync(false);
+  first_ = false;
+  FillInfo(*d, &out->info);
+  out->name.assign(reinterpret_cast<const char16_t*>(d->cFileName));
+  return true;
 }
 
 bool RemoveFile(const char16_t* name) { return Sync(::DeleteFileW(W(name)) != FALSE); }

@@ -5,9 +5,8 @@
 
 namespace plat {
 
-void LocalTimeNow(SystemTime* out) {
-  SYSTEMTIME st;
-  GetLocalTime(&st);
+namespace {
+void Copy(const SYSTEMTIME& st, SystemTime* out) {
   out->year = st.wYear;
   out->month = st.wMonth;
   out->dayOfWeek = st.wDayOfWeek;
@@ -16,6 +15,24 @@ void LocalTimeNow(SystemTime* out) {
   out->minute = st.wMinute;
   out->second = st.wSecond;
   out->milliseconds = st.wMilliseconds;
+}
+}  // namespace
+
+void LocalTimeNow(SystemTime* out) {
+  SYSTEMTIME st;
+  GetLocalTime(&st);
+  Copy(st, out);
+}
+
+bool FileTimeToLocal(uint64_t fileTime, SystemTime* out) {
+  FILETIME ft;
+  ft.dwLowDateTime = static_cast<DWORD>(fileTime);
+  ft.dwHighDateTime = static_cast<DWORD>(fileTime >> 32);
+  SYSTEMTIME utc, local;
+  if (!FileTimeToSystemTime(&ft, &utc)) return false;
+  const bool ok = SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local) != FALSE;
+  Copy(ok ? local : utc, out);
+  return ok;
 }
 
 bool PerformanceCounter(int64_t* value) {
