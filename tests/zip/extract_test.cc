@@ -145,3 +145,32 @@ TEST(Extract, NonAsciiDestinationAndArchivePath) {
 }
 
 }  // namespace
+
+namespace {
+
+// What the library's writer packs, its extraction gives back: names in code page
+// 437 and in UTF-8, folders, empty files, more than one block of data.
+TEST(Extract, WhatTheWriterPacksComesBack) {
+  ScratchDir scratch("zip_roundtrip");
+  const fs::path tree = scratch / "tree";
+  fs::create_directories(tree / fs::path(u8"Grüße") / "deep");
+  fs::create_directories(tree / "hollow");
+  WriteBytes(tree / "empty.txt", "");
+  WriteBytes(tree / fs::path(u8"Grüße") / fs::path(u8"naïve.txt"), "code page 437");
+  WriteBytes(tree / fs::path(u8"Grüße") / "deep" / fs::path(u8"日本語 ā.txt"), "UTF-8");
+  std::string big(600000, '\0');
+  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>((i * 2654435761u) >> 13);
+  WriteBytes(tree / "big.bin", big);
+
+  const fs::path archive = scratch / "packed.zip";
+  const std::u16string a = Wide(archive), t = Wide(tree);
+  HZIPFILE zip = UtilZIPCreate(reinterpret_cast<LPCWSTR>(a.c_str()), nullptr);
+  ASSERT_NE(zip, nullptr);
+  UtilZIPAppendList(zip, reinterpret_cast<LPCWSTR>(t.c_str()), nullptr, ZXUT_ZIP_RECURSE);
+  ASSERT_EQ(UtilZIPClose(zip), 0);
+
+  ASSERT_EQ(ExtractExport(archive, scratch / "out"), 1);
+  EXPECT_EQ(TreeManifest(scratch / "out"), TreeManifest(tree));
+}
+
+}  // namespace
