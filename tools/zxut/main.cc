@@ -27,6 +27,8 @@ static void Usage() {
             "              write the data of the packed text in TEXTFILE to OUT\n"
             "  zip [--comment TEXT] OUT.zip PATH...\n"
             "              write a new archive of files and folders (folders with all they hold)\n"
+            "  zip --list ARCHIVE\n"
+            "              list the entries of an archive\n"
             "  unzip ARCHIVE DIR\n"
             "              extract every entry of the ZIP ARCHIVE below DIR");
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr const char* kUsage = "zip [--comment TEXT] OUT.zip PATH...";
+constexpr const char* kUsage = "zip [--comment TEXT] OUT.zip PATH... | zip --list ARCHIVE";
 
 int UsageError() {
   std::fprintf(stderr, "usage: zxut %s\n", kUsage);
@@ -23,9 +23,13 @@ bool IsFolder(const std::u16string& path) {
 
 }  // namespace
 
+int RunZipList(int argc, char** argv);   // unzip.cc
+
 // zxut zip [--comment TEXT] OUT.zip PATH...: a file goes in under the path as
 // given; a folder with all it holds, under names relative to it.
+// zxut zip --list ARCHIVE: the entries, as unzip -l prints them.
 int RunZip(int argc, char** argv) {
+  if (argc > 0 && std::strcmp(argv[0], "--list") == 0) return RunZipList(argc, argv);
   std::u16string comment;
   std::vector<std::u16string> args;
   for (int i = 0; i < argc; ++i) {
