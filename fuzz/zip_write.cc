@@ -1,15 +1,19 @@
 // Writes an archive of the entries the input describes (names from an alphabet of
 // separators, drive letters and characters inside and outside code page 437; sizes;
 // contents; comments) and reads it back with minizip: every entry must come back
-// with the name the naming rules give, its flag, size, CRC, data and comment.
+// with the name the naming rules give, its flag, size, CRC, data and comment; and
+// extraction of it puts every entry into the folder with its data.
 #include <unzip.h>
 
 #include <cstring>
 #include <filesystem>
+#include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "fuzz_util.h"
+#include "zip/Extract.h"
 #include "zip/ZipFile.h"
 
 namespace {
@@ -131,5 +135,39 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   FUZZ_CHECK(rc == UNZ_END_OF_LIST_OF_FILE);
   unzClose(z);
+
+  // Extraction of the same archive: refused as a whole, stopped by a clash of a file
+  // and a folder of one name, or every entry lands in the folder with its data (a
+  // later entry of the same name wins).
+  const fs::path out = Dir() / "out";
+  std::error_code ec;
+  fs::remove_all(out, ec);
+  try {
+    zx::ExtractZip(zx::String(archive.u16string()), zx::String(out.u16string()));
+  } catch (const std::runtime_error& e) {
+    // A refused name writes nothing; a file and a folder of one name clash.
+    const bool refused = std::strstr(e.what(), " refusing internal file '") == e.what();
+    FUZZ_CHECK(refused || std::strstr(e.what(), " creating ") == e.what());
+    FUZZ_CHECK(!refused || !fs::exists(out));
+    return 0;
+  }
+  std::map<std::string, const std::string*> last;
+  for (const Expected& e : expected) {
+    std::string onDisk = e.name;   // names in code page 437 are written in UTF-8
+    for (size_t at; !e.utf8 && (at = onDisk.find('\x82')) != std::string::npos;) onDisk.replace(at, 1, "\xc3\xa9");
+    last[onDisk] = &e.data;
+  }
+  for (const auto& [name, content] : last) {
+    if (name.find("//") != std::string::npos || name.find("./") != std::string::npos ||
+        name.find("/.") != std::string::npos || name.front() == '.' || name.back() == '.' || name.back() == '/')
+      continue;   // dot and empty components are dropped on the way out
+    FILE* f = std::fopen((out / name).c_str(), "rb");
+    if (!f) std::fprintf(stderr, "missing: '%s'\n", name.c_str());
+    FUZZ_CHECK(f != nullptr);
+    std::string got(content->size() + 1, '\0');
+    got.resize(std::fread(got.data(), 1, got.size(), f));
+    std::fclose(f);
+    FUZZ_CHECK(got == *content);
+  }
   return 0;
 }
