@@ -7,7 +7,7 @@
 // letters becomes "yyyy", as the system's short dates show four digits), the month
 // and day names and the AM and PM marks; numbers are always Latin digits and the
 // calendar always Gregorian, so that what is written reads back. Bidirectional
-// marks of the patterns are left out.
+// marks of the patterns are left out, and no-break spaces become plain ones.
 // Errors: 0 with plat::LastError 87 for a date before 1601 or a field out of range,
 // 122 for a short buffer, as the system's functions.
 // Threads: any thread.

@@ -108,7 +108,9 @@ TEST(HtmlEntities, TableShape) {
     EXPECT_EQ(name.front(), u'&');
     EXPECT_EQ(name.back(), u';');
     // Every name comes back: the demasker sees names of up to 8 characters.
-    if (name.size() <= 8) EXPECT_EQ(Demask(name), std::u16string(1, static_cast<char16_t>(e.code))) << zxsupport::Ascii(name);
+    if (name.size() <= 8) {
+      EXPECT_EQ(Demask(name), std::u16string(1, static_cast<char16_t>(e.code))) << zxsupport::Ascii(name);
+    }
   }
 }
 

@@ -48,7 +48,8 @@ std::u16string PictureOf(const icu::UnicodeString& pattern) {
       continue;
     }
     if (!IsPatternLetter(c)) {
-      if (!IsBidiMark(c)) out += c;
+      // The system's pictures have plain spaces where ICU has no-break ones.
+      if (!IsBidiMark(c)) out += (c == 0x202F || c == 0x00A0) ? u' ' : c;
       ++i;
       continue;
     }
