@@ -1,0 +1,75 @@
+// What the text tests share: the table of locales, with ICU's date order and
+// separators and a text typed there.
+#pragma once
+#include <cstdint>
+
+namespace texttest {
+
+struct Ymdhms {
+  int year, month, day, hour, minute, second;
+};
+
+struct LocaleCase {
+  uint32_t lcid;
+  const char* name;          // ICU's name
+  const char16_t* iDate;     // ICU's order: "0" M-D-Y, "1" D-M-Y, "2" Y-M-D
+  const char16_t* sDate;     // ICU's separators, spaces removed
+  const char16_t* sTime;
+  const char16_t* typed;     // fits ICU's data
+  Ymdhms want;
+  // Why the system's data (under wine) may differ, where that is known.
+  const char* why;
+};
+
+inline const LocaleCase kLocales[] = {
+    {0x0409, "en_US", u"0", u"/", u":", u"2/1/2021 1:05:09 PM", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0809, "en_GB", u"1", u"/", u":", u"01/02/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0407, "de_DE", u"1", u".", u":", u"01.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x040C, "fr_FR", u"1", u"/", u":", u"01/02/2021 13:05", {2021, 2, 1, 13, 5, 0},
+     nullptr},
+    {0x0411, "ja_JP", u"2", u"/", u":", u"2021/02/01 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0804, "zh_CN", u"2", u"/", u":", u"2021/2/1 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0401, "ar_SA", u"1", u"/", u":", u"1/2/2021 1:05 PM", {2021, 2, 1, 13, 5, 0},
+     "the system's ar-SA short date is of the Hijri calendar"},
+    {0x040D, "he_IL", u"1", u".", u":", u"1.2.2021 13:05", {2021, 2, 1, 13, 5, 0},
+     "the system's he-IL short date is dd/MM/yyyy"},
+    {0x0419, "ru_RU", u"1", u".", u":", u"01.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x040B, "fi_FI", u"1", u".", u".", u"1.2.2021 13.05.09", {2021, 2, 1, 13, 5, 9},
+     "older system data of fi-FI have ':' between hours and minutes"},
+    {0x040E, "hu_HU", u"2", u".", u":", u"2021.02.01 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0412, "ko_KR", u"2", u".", u":", u"2021.2.1 13:05", {2021, 2, 1, 13, 5, 0},
+     "the system's ko-KR short date is yyyy-MM-dd"},
+    {0x041E, "th_TH", u"1", u"/", u":", u"1/2/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     "ICU's th_TH counts Buddhist years unless asked for the Gregorian calendar, as the formatter does"},
+    {0x0429, "fa_IR", u"2", u"/", u":", u"2021/2/1 13:05:09", {2021, 2, 1, 13, 5, 9},
+     "the system's fa-IR short date is of the Persian calendar, or dd/MM/yyyy in older data"},
+    {0x0410, "it_IT", u"1", u"/", u":", u"01/02/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0C0A, "es_ES", u"1", u"/", u":", u"1/2/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0413, "nl_NL", u"1", u"-", u":", u"01-02-2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0415, "pl_PL", u"1", u".", u":", u"1.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x041F, "tr_TR", u"1", u".", u":", u"1.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0416, "pt_BR", u"1", u"/", u":", u"01/02/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0405, "cs_CZ", u"1", u".", u":", u"01.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x041D, "sv_SE", u"2", u"-", u":", u"2021-02-01 13:05:09", {2021, 2, 1, 13, 5, 9},
+     nullptr},
+    {0x0408, "el_GR", u"1", u"/", u":", u"1/2/2021 1:05 PM", {2021, 2, 1, 13, 5, 0},
+     nullptr},
+    {0x0404, "zh_TW", u"2", u"/", u":", u"2021/2/1 13:05", {2021, 2, 1, 13, 5, 0},
+     nullptr},
+};
+
+}  // namespace texttest
