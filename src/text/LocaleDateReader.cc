@@ -18,8 +18,15 @@ constexpr char16_t kIsoDate[] =
 constexpr char16_t kTime24[] = u"([01]?[0-9]|2[0-3])%s([0-5]?[0-9])(?:%s([0-5]?[0-9]))?";
 constexpr char16_t kTime12[] = u"(0?[1-9]|1[012])%s([0-5]?[0-9])(?:%s([0-5]?[0-9]))? *([AP]M)";
 
-// The expressions of one locale, compiled once and kept by the thread.
+// A locale's data and expressions, made once and kept by the thread: building
+// them costs many times a reading.
 struct scReaderExpressions {
+  // The user's default locale has the process's instance, made once.
+  explicit scReaderExpressions(uint32_t lcid)
+      : own(lcid == clsLocaleDateInfo::UserDefault().m_lcid ? nullptr : std::make_unique<clsLocaleDateInfo>(lcid)),
+        info(own ? *own : clsLocaleDateInfo::UserDefault()) {}
+  std::unique_ptr<clsLocaleDateInfo> own;
+  const clsLocaleDateInfo& info;
   clsRegEx time12, time24;                     // a time alone
   clsRegEx date24, date12, iso24;              // in the order they are tried
 };
@@ -42,8 +49,9 @@ String Alone(const String& time) {
   return out;
 }
 
-std::unique_ptr<scReaderExpressions> Build(const clsLocaleDateInfo& info) {
-  auto e = std::make_unique<scReaderExpressions>();
+std::unique_ptr<scReaderExpressions> Build(uint32_t lcid) {
+  auto e = std::make_unique<scReaderExpressions>(lcid);
+  const clsLocaleDateInfo& info = e->info;
   const String date = Fill(kDate, info.m_sDateSep);
   const String time24 = Fill(kTime24, info.m_sTimeSep);
   const String time12 = Fill(kTime12, info.m_sTimeSep);
@@ -55,10 +63,10 @@ std::unique_ptr<scReaderExpressions> Build(const clsLocaleDateInfo& info) {
   return e;
 }
 
-scReaderExpressions& ExpressionsFor(const clsLocaleDateInfo& info) {
+scReaderExpressions& ExpressionsFor(uint32_t lcid) {
   thread_local std::map<uint32_t, std::unique_ptr<scReaderExpressions>> cache;
-  auto& slot = cache[info.m_lcid];
-  if (!slot) slot = Build(info);
+  auto& slot = cache[lcid];
+  if (!slot) slot = Build(lcid);
   return *slot;
 }
 
@@ -111,16 +119,10 @@ int ReadLocaleDateTime(uint32_t lcid, std::u16string_view text, plat::SystemTime
     plat::LocalTimeNow(time);
     return 0;
   }
-  const clsLocaleDateInfo& cached = clsLocaleDateInfo::UserDefault();
-  std::unique_ptr<clsLocaleDateInfo> own;
-  if (lcid != cached.m_lcid) own = std::make_unique<clsLocaleDateInfo>(lcid);
-  const clsLocaleDateInfo& info = own ? *own : cached;
-  scReaderExpressions& e = ExpressionsFor(info);
+  scReaderExpressions& e = ExpressionsFor(lcid);
+  const clsLocaleDateInfo& info = e.info;
   const String subject(text);
   const bool zeroMissing = flags & kReadMissingIsZero;
-
-  plat::SystemTime today;
-  plat::LocalTimeNow(&today);
 
   clsRegExMatchList list;
   if (flags & kReadTimeAlone) {
@@ -157,15 +159,22 @@ int ReadLocaleDateTime(uint32_t lcid, std::u16string_view text, plat::SystemTime
     day = v[0], month = v[1], year = v[2];
   }
 
+  // Today's date fills what the text lacks; the clock is asked only then.
   int result = 0;
-  auto deflt = [&](uint16_t& field, bool missing, uint16_t todays) {
+  plat::SystemTime today{};
+  bool haveToday = false;
+  auto deflt = [&](uint16_t& field, bool missing, uint16_t plat::SystemTime::*part) {
     if (!missing) return;
-    field = zeroMissing ? 0 : todays;
+    if (!zeroMissing && !haveToday) {
+      plat::LocalTimeNow(&today);
+      haveToday = true;
+    }
+    field = zeroMissing ? 0 : today.*part;
     if (flags & kReadNeedDate) result = kDateError;
   };
-  deflt(day, day == 0 || day == kNoValue, today.day);
-  deflt(month, month < 1 || month > 65534, today.month);
-  deflt(year, year < 1 || year > 65534, today.year);
+  deflt(day, day == 0 || day == kNoValue, &plat::SystemTime::day);
+  deflt(month, month < 1 || month > 65534, &plat::SystemTime::month);
+  deflt(year, year < 1 || year > 65534, &plat::SystemTime::year);
   if ((flags & kReadCompleteYear) && year < 100) year = static_cast<uint16_t>(year < 30 ? year + 2000 : year + 1900);
 
   time->year = year;
