@@ -10,6 +10,7 @@ int RunProf(int argc, char** argv);     // prof.cc
 int RunZip(int argc, char** argv);      // zip.cc
 int RunHtml2Text(int argc, char** argv);  // text_cmd.cc
 int RunText2Html(int argc, char** argv);  // text_cmd.cc
+int RunDate(int argc, char** argv);       // date.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -31,7 +32,9 @@ static void Usage() {
             "  html2text [--brackets] [FILE|-]\n"
             "              print the plain text of an HTML file (UTF-8)\n"
             "  text2html [--brackets] [FILE|-]\n"
-            "              print a text file as HTML, one paragraph a line");
+            "              print a text file as HTML, one paragraph a line\n"
+            "  date parse LCID TEXT [--flags N] | date format LCID YYYYMMDD[hhmmss] | date dst YEAR\n"
+            "              read and write dates as a locale does; daylight-saving dates in UTC");
 }
 
 int main(int argc, char** argv) {
@@ -43,6 +46,7 @@ int main(int argc, char** argv) {
   if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "html2text") == 0) return RunHtml2Text(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "text2html") == 0) return RunText2Html(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "date") == 0) return RunDate(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;
