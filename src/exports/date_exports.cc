@@ -1,4 +1,5 @@
 // The locale date and time exports.
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 

@@ -17,7 +17,7 @@ struct LocaleCase {
   const char16_t* sTime;
   const char16_t* typed;     // fits ICU's data
   Ymdhms want;
-  // Why the system's data (under wine) may differ, where that is known.
+  // Why the system's data (under wine) differ, where they do.
   const char* why;
 };
 
@@ -35,21 +35,21 @@ inline const LocaleCase kLocales[] = {
     {0x0804, "zh_CN", u"2", u"/", u":", u"2021/2/1 13:05:09", {2021, 2, 1, 13, 5, 9},
      nullptr},
     {0x0401, "ar_SA", u"1", u"/", u":", u"1/2/2021 1:05 PM", {2021, 2, 1, 13, 5, 0},
-     "the system's ar-SA short date is of the Hijri calendar"},
+     "the system's separator has a right-to-left mark (U+200F) in front of the '/'"},
     {0x040D, "he_IL", u"1", u".", u":", u"1.2.2021 13:05", {2021, 2, 1, 13, 5, 0},
-     "the system's he-IL short date is dd/MM/yyyy"},
+     nullptr},
     {0x0419, "ru_RU", u"1", u".", u":", u"01.02.2021 13:05:09", {2021, 2, 1, 13, 5, 9},
      nullptr},
     {0x040B, "fi_FI", u"1", u".", u".", u"1.2.2021 13.05.09", {2021, 2, 1, 13, 5, 9},
-     "older system data of fi-FI have ':' between hours and minutes"},
+     nullptr},
     {0x040E, "hu_HU", u"2", u".", u":", u"2021.02.01 13:05:09", {2021, 2, 1, 13, 5, 9},
      nullptr},
     {0x0412, "ko_KR", u"2", u".", u":", u"2021.2.1 13:05", {2021, 2, 1, 13, 5, 0},
-     "the system's ko-KR short date is yyyy-MM-dd"},
+     nullptr},
     {0x041E, "th_TH", u"1", u"/", u":", u"1/2/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
-     "ICU's th_TH counts Buddhist years unless asked for the Gregorian calendar, as the formatter does"},
+     nullptr},
     {0x0429, "fa_IR", u"2", u"/", u":", u"2021/2/1 13:05:09", {2021, 2, 1, 13, 5, 9},
-     "the system's fa-IR short date is of the Persian calendar, or dd/MM/yyyy in older data"},
+     nullptr},
     {0x0410, "it_IT", u"1", u"/", u":", u"01/02/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
      nullptr},
     {0x0C0A, "es_ES", u"1", u"/", u":", u"1/2/2021 13:05:09", {2021, 2, 1, 13, 5, 9},
