@@ -25,7 +25,8 @@ bool AllDigits(std::u16string_view text) {
   return true;
 }
 
-// The number in text[at, at + count), as the C runtime reads it (0 when none).
+// The number in text[at, at + count), as the C runtime reads it (0 when none;
+// long digit runs stop growing at 999,999,999).
 int Digits(std::u16string_view text, size_t at, size_t count) {
   if (at >= text.size()) return 0;
   const std::u16string_view s = text.substr(at, count);
@@ -34,7 +35,7 @@ int Digits(std::u16string_view text, size_t at, size_t count) {
   bool negative = false;
   if (i < s.size() && (s[i] == u'-' || s[i] == u'+')) negative = s[i++] == u'-';
   int v = 0;
-  for (; i < s.size() && s[i] >= u'0' && s[i] <= u'9'; ++i) v = v * 10 + (s[i] - u'0');
+  for (; i < s.size() && s[i] >= u'0' && s[i] <= u'9'; ++i) v = v > 99999999 ? 999999999 : v * 10 + (s[i] - u'0');
   return negative ? -v : v;
 }
 

@@ -2,6 +2,9 @@
 // separators and a text typed there.
 #pragma once
 #include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace texttest {
 
@@ -71,5 +74,25 @@ inline const LocaleCase kLocales[] = {
     {0x0404, "zh_TW", u"2", u"/", u":", u"2021/2/1 13:05", {2021, 2, 1, 13, 5, 0},
      nullptr},
 };
+
+// One line of tests/text/zone_oracle.py: "dst" with the year and ten numbers
+// (start and end, zeros without), "u2l"/"l2u" with five numbers in, five out.
+struct ZoneLine {
+  std::string kind, zone;
+  int year = 0;
+  int v[10] = {};
+};
+
+inline std::vector<ZoneLine> ParseZoneOracle(const std::string& text) {
+  std::vector<ZoneLine> lines;
+  std::istringstream in(text);
+  ZoneLine l;
+  while (in >> l.kind >> l.zone) {
+    if (l.kind == "dst") in >> l.year;
+    for (int& x : l.v) in >> x;
+    lines.push_back(l);
+  }
+  return lines;
+}
 
 }  // namespace texttest

@@ -4,11 +4,12 @@
 // call that code, not the shared library's exports.
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <memory>
 #include <string>
 
 #include "platform/time_zone.h"
 #include "support/support_test_util.h"
+#include "text_test_util.h"
 #include "text/LocaleDate.h"
 
 namespace {
@@ -16,66 +17,12 @@ namespace {
 const char* const kZones[] = {"Europe/Berlin", "America/New_York", "Australia/Lord_Howe", "Asia/Kolkata",
                               "Asia/Tokyo", "UTC"};
 
-// Python's answers, one line each:
-//   dst ZONE YEAR sY sM sD sh sm eY eM eD eh em    (zeros without daylight-saving time)
-//   u2l ZONE y M d h m -> y M d h m                (UTC to local)
-//   l2u ZONE y M d h m -> y M d h m                (local to UTC, fold 0)
-constexpr char kOracle[] = R"PY(
-import datetime as dt, zoneinfo
-U = dt.timezone.utc
-def changes(z, year):
-    tz = zoneinfo.ZoneInfo(z)
-    t = dt.datetime(year, 1, 1, tzinfo=U) - dt.timedelta(days=1)
-    end = dt.datetime(year + 1, 1, 1, tzinfo=U) + dt.timedelta(days=1)
-    out = []
-    prev = t.astimezone(tz).dst()
-    while t < end:
-        n = t + dt.timedelta(hours=6)
-        if n.astimezone(tz).dst() != prev:
-            lo, hi = t, n
-            while hi - lo > dt.timedelta(minutes=1):
-                mid = lo + (hi - lo) / 2
-                mid = mid.replace(second=0, microsecond=0)
-                if mid <= lo: mid = lo + dt.timedelta(minutes=1)
-                if mid.astimezone(tz).dst() == prev: lo = mid
-                else: hi = mid
-            out.append((hi, bool(hi.astimezone(tz).dst())))
-            prev = n.astimezone(tz).dst()
-        t = n
-    return out
-for z in ZONES:
-    tz = zoneinfo.ZoneInfo(z)
-    for year in range(2000, 2031):
-        ch = changes(z, year)
-        def local_year(when):
-            before = (when - dt.timedelta(minutes=1)).astimezone(tz)
-            return (before + dt.timedelta(minutes=1)).year
-        start = [w for w, on in ch if on and local_year(w) == year]
-        stop = [w for w, on in ch if not on and local_year(w) == year]
-        if start and stop:
-            s, e = start[0], stop[0]
-            print("dst", z, year, s.year, s.month, s.day, s.hour, s.minute, e.year, e.month, e.day, e.hour, e.minute)
-        else:
-            print("dst", z, year, *([0] * 10))
-    t = dt.datetime(2019, 1, 1, tzinfo=U)
-    while t.year < 2026:
-        l = t.astimezone(tz)
-        print("u2l", z, t.year, t.month, t.day, t.hour, t.minute, l.year, l.month, l.day, l.hour, l.minute)
-        naive = dt.datetime(t.year, t.month, t.day, t.hour, t.minute, tzinfo=tz)
-        u = naive.astimezone(U)
-        print("l2u", z, t.year, t.month, t.day, t.hour, t.minute, u.year, u.month, u.day, u.hour, u.minute)
-        t += dt.timedelta(hours=7, minutes=13)
-)PY";
-
+// Python's answers (tests/text/zone_oracle.py says what the lines hold).
 std::string Oracle() {
-  std::string zones = "ZONES = [";
-  for (const char* z : kZones) zones += std::string("'") + z + "',";
-  zones += "]\n";
+  std::string command = std::string("python3 ") + ZXUT_SOURCE_DIR + "/tests/text/zone_oracle.py";
+  for (const char* z : kZones) command += std::string(" ") + z;
   std::string out;
-  const std::string script = std::string(kOracle);
-  // The script goes through standard input: no quoting.
-  if (!zxsupport::RunFilter("python3 -", zones + script, out)) return {};
-  return out;
+  return zxsupport::RunFilter(command, "", out) ? out : std::string();
 }
 
 struct Pinned {
@@ -89,39 +36,31 @@ TEST(TimeZones, AsZoneinfoHasThem) {
     GTEST_SKIP() << "no python zoneinfo here";
   const std::string oracle = Oracle();
   ASSERT_FALSE(oracle.empty());
-  std::istringstream in(oracle);
-  std::string kind, zone, current;
+  std::string current;
   int checked = 0, dstYears = 0;
   std::unique_ptr<Pinned> pin;
-  while (in >> kind >> zone) {
-    if (zone != current) {
+  for (const texttest::ZoneLine& l : texttest::ParseZoneOracle(oracle)) {
+    if (l.zone != current) {
       pin.reset();
-      pin = std::make_unique<Pinned>(zone.c_str());
-      current = zone;
+      pin = std::make_unique<Pinned>(l.zone.c_str());
+      current = l.zone;
     }
-    if (kind == "dst") {
-      int year, v[10];
-      in >> year;
-      for (int& x : v) in >> x;
+    if (l.kind == "dst") {
       plat::SystemTime s, e;
-      zx::DaylightSavingInUtc(year, &s, &e);
+      zx::DaylightSavingInUtc(l.year, &s, &e);
       const int got[10] = {s.year, s.month, s.day, s.hour, s.minute, e.year, e.month, e.day, e.hour, e.minute};
-      for (int k = 0; k < 10; ++k) ASSERT_EQ(got[k], v[k]) << zone << " " << year << " field " << k;
-      dstYears += v[0] != 0;
+      for (int k = 0; k < 10; ++k) ASSERT_EQ(got[k], l.v[k]) << l.zone << " " << l.year << " field " << k;
+      dstYears += l.v[0] != 0;
     } else {
-      int a[5], b[5];
-      std::string arrow;
-      for (int& x : a) in >> x;
-      for (int& x : b) in >> x;
-      const plat::SystemTime from{static_cast<uint16_t>(a[0]), static_cast<uint16_t>(a[1]), 0,
-                                static_cast<uint16_t>(a[2]), static_cast<uint16_t>(a[3]),
-                                static_cast<uint16_t>(a[4]), 0, 0};
+      const plat::SystemTime from{static_cast<uint16_t>(l.v[0]), static_cast<uint16_t>(l.v[1]), 0,
+                                  static_cast<uint16_t>(l.v[2]), static_cast<uint16_t>(l.v[3]),
+                                  static_cast<uint16_t>(l.v[4]), 0, 0};
       plat::SystemTime t;
-      ASSERT_TRUE(kind == "u2l" ? plat::UtcToLocalTime(&from, &t) : plat::LocalTimeToUtc(&from, &t));
+      ASSERT_TRUE(l.kind == "u2l" ? plat::UtcToLocalTime(&from, &t) : plat::LocalTimeToUtc(&from, &t));
       const int got[5] = {t.year, t.month, t.day, t.hour, t.minute};
       for (int k = 0; k < 5; ++k)
-        ASSERT_EQ(got[k], b[k]) << kind << " " << zone << " " << a[0] << "-" << a[1] << "-" << a[2] << " " << a[3]
-                                << ":" << a[4];
+        ASSERT_EQ(got[k], l.v[5 + k]) << l.kind << " " << l.zone << " " << l.v[0] << "-" << l.v[1] << "-" << l.v[2]
+                                      << " " << l.v[3] << ":" << l.v[4];
     }
     ++checked;
   }
