@@ -3,8 +3,11 @@
                                                 (zeros in a year without)
   u2l ZONE y M d h m  y M d h m                 UTC to local time
   l2u ZONE y M d h m  y M d h m                 local to UTC (fold 0: a repeated
-                                                or skipped time reads with the
-                                                offset before the change)
+                                                time reads with the offset before
+                                                the change)
+  l2g ZONE y M d h m  y M d h m  y M d h m      the same for a local time that a
+                                                change skips: with the offset
+                                                before the change, then after it
 Usage: zone_oracle.py [--out FILE] ZONE..."""
 import datetime as dt
 import sys
@@ -53,13 +56,20 @@ def lines(zone):
         else:
             yield "dst %s %d %s" % (zone, year, " ".join(["0"] * 10))
     t = dt.datetime(2019, 1, 1, tzinfo=U)
-    while t.year < 2026:
+    while t.year < 2027:
         l = t.astimezone(tz)
         yield "u2l %s %d %d %d %d %d %d %d %d %d %d" % (
             zone, t.year, t.month, t.day, t.hour, t.minute, l.year, l.month, l.day, l.hour, l.minute)
-        u = dt.datetime(t.year, t.month, t.day, t.hour, t.minute, tzinfo=tz).astimezone(U)
-        yield "l2u %s %d %d %d %d %d %d %d %d %d %d" % (
-            zone, t.year, t.month, t.day, t.hour, t.minute, u.year, u.month, u.day, u.hour, u.minute)
+        local = dt.datetime(t.year, t.month, t.day, t.hour, t.minute, tzinfo=tz)
+        u = local.astimezone(U)
+        if u.astimezone(tz).replace(tzinfo=None) == local.replace(tzinfo=None):
+            yield "l2u %s %d %d %d %d %d %d %d %d %d %d" % (
+                zone, t.year, t.month, t.day, t.hour, t.minute, u.year, u.month, u.day, u.hour, u.minute)
+        else:
+            a = local.replace(fold=1).astimezone(U)
+            yield "l2g %s %d %d %d %d %d %d %d %d %d %d %d %d %d %d %d" % (
+                zone, t.year, t.month, t.day, t.hour, t.minute, u.year, u.month, u.day, u.hour, u.minute,
+                a.year, a.month, a.day, a.hour, a.minute)
         t += dt.timedelta(hours=7, minutes=13)
 
 
