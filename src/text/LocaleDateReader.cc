@@ -65,6 +65,8 @@ std::unique_ptr<scReaderExpressions> Build(uint32_t lcid) {
 
 scReaderExpressions& ExpressionsFor(uint32_t lcid) {
   thread_local std::map<uint32_t, std::unique_ptr<scReaderExpressions>> cache;
+  constexpr size_t kMostLocales = 64;   // a caller cycling through identifiers starts over
+  if (cache.size() >= kMostLocales && !cache.count(lcid)) cache.clear();
   auto& slot = cache[lcid];
   if (!slot) slot = Build(lcid);
   return *slot;
