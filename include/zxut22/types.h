@@ -41,6 +41,11 @@ typedef WCHAR *BSTR;
 typedef uint32_t COLORREF;
 typedef struct tagPOINT { LONG x; LONG y; } POINT;
 typedef struct tagRECT { LONG left; LONG top; LONG right; LONG bottom; } RECT;
+typedef struct _SYSTEMTIME {
+  WORD wYear; WORD wMonth; WORD wDayOfWeek; WORD wDay;
+  WORD wHour; WORD wMinute; WORD wSecond; WORD wMilliseconds;
+} SYSTEMTIME;
+typedef uint32_t LCID;
 #endif
 
 #if defined(_WIN32)

@@ -50,6 +50,16 @@ constexpr uint32_t kLocaleSName = 0x005C;                // "de-DE"
 constexpr uint32_t kLocaleSEngLanguage = 0x1001;         // "German"
 constexpr uint32_t kLocaleSEngCountry = 0x1002;          // "Germany"
 constexpr uint32_t kLocaleIDefaultAnsiCodePage = 0x1004; // "1252"
+// Date and time (Linux: from ICU's short date and medium time patterns of the
+// Gregorian calendar, as the system's pictures; see date_format.h).
+constexpr uint32_t kLocaleSDate = 0x001D;                // date separator, "."
+constexpr uint32_t kLocaleSTime = 0x001E;                // time separator, ":"
+constexpr uint32_t kLocaleSShortDate = 0x001F;           // short-date picture, "dd.MM.yyyy"
+constexpr uint32_t kLocaleIDate = 0x0021;                // "0" M-D-Y, "1" D-M-Y, "2" Y-M-D
+constexpr uint32_t kLocaleITime = 0x0023;                // "0" 12-hour, "1" 24-hour
+constexpr uint32_t kLocaleS1159 = 0x0028;                // AM mark
+constexpr uint32_t kLocaleS2359 = 0x0029;                // PM mark
+constexpr uint32_t kLocaleSTimeFormat = 0x1003;          // time picture, "HH:mm:ss"
 constexpr uint32_t kLocaleNoUserOverride = 0x80000000;
 constexpr uint32_t kLocaleReturnNumber = 0x20000000;     // I* types as a 32-bit number
 

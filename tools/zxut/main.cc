@@ -9,6 +9,9 @@ int RunUnpack(int argc, char** argv);   // pack.cc
 int RunProf(int argc, char** argv);     // prof.cc
 int RunZip(int argc, char** argv);      // zip.cc
 int RunUnzip(int argc, char** argv);    // unzip.cc
+int RunHtml2Text(int argc, char** argv);  // text_cmd.cc
+int RunText2Html(int argc, char** argv);  // text_cmd.cc
+int RunDate(int argc, char** argv);       // date.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -30,7 +33,13 @@ static void Usage() {
             "  zip --list ARCHIVE\n"
             "              list the entries of an archive\n"
             "  unzip ARCHIVE DIR\n"
-            "              extract every entry of the ZIP ARCHIVE below DIR");
+            "              extract every entry of the ZIP ARCHIVE below DIR\n"
+            "  html2text [--brackets] [FILE|-]\n"
+            "              print the plain text of an HTML file (UTF-8)\n"
+            "  text2html [--brackets] [FILE|-]\n"
+            "              print a text file as HTML, one paragraph a line\n"
+            "  date parse LCID TEXT [--flags N] | date format LCID YYYYMMDD[hhmmss] | date dst YEAR\n"
+            "              read and write dates as a locale does; daylight-saving dates in UTC");
 }
 
 int main(int argc, char** argv) {
@@ -41,6 +50,9 @@ int main(int argc, char** argv) {
   if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unzip") == 0) return RunUnzip(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "html2text") == 0) return RunHtml2Text(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "text2html") == 0) return RunText2Html(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "date") == 0) return RunDate(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "platform/codepage.h"
+#include "platform/internal/date_pictures.h"
 #include "platform/errors.h"
 #include "platform/locale.h"
 
@@ -381,10 +382,15 @@ int LocaleInfo(uint32_t lcid, uint32_t lcType, char16_t* dst, int dstLen) {
       return PutText(invariant ? u"." : NumberSymbol(locale, UNUM_DECIMAL_SEPARATOR_SYMBOL), dst, dstLen);
     case kLocaleSThousand:
       return PutText(invariant ? u"," : NumberSymbol(locale, UNUM_GROUPING_SEPARATOR_SYMBOL), dst, dstLen);
-    default:
-      return Fail(kErrInvalidFlags);
+    default: {
+      std::u16string text;
+      if (!DateLocaleText(invariant ? std::string() : locale, type, text)) return Fail(kErrInvalidFlags);
+      return PutText(text, dst, dstLen);
+    }
   }
 }
+
+bool IcuLocaleOfLcid(uint32_t lcid, std::string& out) { return IcuLocale(lcid, out); }
 
 uint32_t SystemVersion() { return 0x0A00; }
 
