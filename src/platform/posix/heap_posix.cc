@@ -11,7 +11,6 @@
 // A walk visits the chunks in the order they were taken, block by block, and then
 // the large blocks in address order.
 #include <malloc.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -25,7 +24,7 @@
 
 #include "platform/errors.h"
 #include "platform/heap.h"
-#include "platform/stamps.h"
+#include "platform/lock_word.h"
 
 namespace plat {
 namespace {
@@ -42,40 +41,6 @@ constexpr size_t kSmallMax = 4096;
 constexpr size_t kClasses = kSmallMax / kGrain;
 // Larger requests than this are refused at once.
 constexpr size_t kLargestRequest = size_t{1} << 47;
-
-// A recursive lock that costs one atomic exchange when free: the job lock above
-// already serialises the tracked heaps, so waiting is rare.
-class RecursiveSpinLock {
- public:
-  void Lock() {
-    const uintptr_t me = ThreadToken();
-    if (owner_.load(std::memory_order_relaxed) == me) {
-      ++depth_;
-      return;
-    }
-    for (unsigned spins = 0;; ++spins) {
-      uintptr_t expected = 0;
-      if (owner_.compare_exchange_weak(expected, me, std::memory_order_acquire,
-                                       std::memory_order_relaxed))
-        break;
-      if (spins < 64) {
-#if defined(__x86_64__) || defined(__i386__)
-        __builtin_ia32_pause();
-#endif
-      } else {
-        sched_yield();
-      }
-    }
-    depth_ = 1;
-  }
-  void Unlock() {
-    if (--depth_ == 0) owner_.store(0, std::memory_order_release);
-  }
-
- private:
-  std::atomic<uintptr_t> owner_{0};
-  uint32_t depth_ = 0;
-};
 
 struct alignas(16) SmallHeader {
   uint32_t size;   // the requested bytes
@@ -139,7 +104,8 @@ struct PosixHeap {
   size_t initial = 0;
   size_t maximum = 0;
   size_t used = 0;
-  RecursiveSpinLock lock;
+  // Recursive; while the job lock serialises the tracked heaps it is never waited for.
+  LockWord lock{100};
   Chunk* firstChunk = nullptr;
   Chunk* lastChunk = nullptr;
   // lastChunk's address, where most blocks are found. Read without the lock by Holds:
@@ -189,12 +155,13 @@ std::map<uintptr_t, size_t>::const_iterator LargeContaining(const PosixHeap* h, 
 
 class HeapGuard {
  public:
-  HeapGuard(PosixHeap* h, uint32_t flags)
+  // A guard the analysis cannot follow: whether it locks depends on the options.
+  HeapGuard(PosixHeap* h, uint32_t flags) ZX_NO_THREAD_SAFETY_ANALYSIS
       : h_(((h->options | flags) & kHeapNoSerialize) ? nullptr : h) {
-    if (h_) h_->lock.Lock();
+    if (h_) h_->lock.Enter();
   }
-  ~HeapGuard() {
-    if (h_) h_->lock.Unlock();
+  ~HeapGuard() ZX_NO_THREAD_SAFETY_ANALYSIS {
+    if (h_) h_->lock.Leave();
   }
   HeapGuard(const HeapGuard&) = delete;
   HeapGuard& operator=(const HeapGuard&) = delete;
@@ -437,18 +404,17 @@ bool Walk(SysHeap heap, HeapWalkFn fn, void* context) {
   return true;
 }
 
-bool LockHeap(SysHeap heap) {
+bool LockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {   // left by UnlockHeap
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  h->lock.Lock();
+  h->lock.Enter();
   return true;
 }
 
-bool UnlockHeap(SysHeap heap) {
+bool UnlockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  h->lock.Unlock();
-  return true;
+  return h->lock.Leave();
 }
 
 }  // namespace
