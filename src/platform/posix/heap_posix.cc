@@ -104,8 +104,8 @@ struct PosixHeap {
   size_t initial = 0;
   size_t maximum = 0;
   size_t used = 0;
-  // Recursive; while the job lock serialises the tracked heaps it is never waited for.
-  LockWord lock{100};
+  LockWord ownLock{100};
+  LockWord* lock = &ownLock;   // or a caller's lock that it holds around every call
   Chunk* firstChunk = nullptr;
   Chunk* lastChunk = nullptr;
   // lastChunk's address, where most blocks are found. Read without the lock by Holds:
@@ -158,10 +158,10 @@ class HeapGuard {
   // A guard the analysis cannot follow: whether it locks depends on the options.
   HeapGuard(PosixHeap* h, uint32_t flags) ZX_NO_THREAD_SAFETY_ANALYSIS
       : h_(((h->options | flags) & kHeapNoSerialize) ? nullptr : h) {
-    if (h_) h_->lock.Enter();
+    if (h_) h_->lock->Enter();
   }
   ~HeapGuard() ZX_NO_THREAD_SAFETY_ANALYSIS {
-    if (h_) h_->lock.Leave();
+    if (h_) h_->lock->Leave();
   }
   HeapGuard(const HeapGuard&) = delete;
   HeapGuard& operator=(const HeapGuard&) = delete;
@@ -407,21 +407,25 @@ bool Walk(SysHeap heap, HeapWalkFn fn, void* context) {
 bool LockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {   // left by UnlockHeap
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  h->lock.Enter();
+  h->lock->Enter();
   return true;
 }
 
 bool UnlockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  return h->lock.Leave();
+  return h->lock->Leave();
+}
+
+void ShareLock(SysHeap heap, LockWord* lock) {
+  if (PosixHeap* h = AsHeap(heap)) h->lock = lock ? lock : &h->ownLock;
 }
 
 }  // namespace
 
 const HeapServices& SystemHeapServices() {
-  static const HeapServices services{&Create,   &Destroy, &Alloc, &Free,     &Size,      &Validate,
-                                     &Compact, &Walk,    &LockHeap, &UnlockHeap, &Holds};
+  static const HeapServices services{&Create,   &Destroy, &Alloc,    &Free,       &Size,  &Validate,
+                                     &Compact, &Walk,    &LockHeap, &UnlockHeap, &Holds, &ShareLock};
   return services;
 }
 
