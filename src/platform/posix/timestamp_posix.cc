@@ -6,19 +6,27 @@
 
 namespace plat {
 
+// Every debug line asks the local time: the time zone's conversion is made once a
+// second per thread, and within that second only the milliseconds change.
 void LocalTimeNow(SystemTime* out) {
   timespec ts;
   clock_gettime(CLOCK_REALTIME, &ts);
-  struct tm t;
-  time_t secs = ts.tv_sec;
-  localtime_r(&secs, &t);
-  out->year = static_cast<uint16_t>(t.tm_year + 1900);
-  out->month = static_cast<uint16_t>(t.tm_mon + 1);
-  out->dayOfWeek = static_cast<uint16_t>(t.tm_wday);
-  out->day = static_cast<uint16_t>(t.tm_mday);
-  out->hour = static_cast<uint16_t>(t.tm_hour);
-  out->minute = static_cast<uint16_t>(t.tm_min);
-  out->second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);
+  thread_local time_t cachedSecond = -1;
+  thread_local SystemTime cached{};
+  if (ts.tv_sec != cachedSecond) {
+    struct tm t;
+    time_t secs = ts.tv_sec;
+    localtime_r(&secs, &t);
+    cached.year = static_cast<uint16_t>(t.tm_year + 1900);
+    cached.month = static_cast<uint16_t>(t.tm_mon + 1);
+    cached.dayOfWeek = static_cast<uint16_t>(t.tm_wday);
+    cached.day = static_cast<uint16_t>(t.tm_mday);
+    cached.hour = static_cast<uint16_t>(t.tm_hour);
+    cached.minute = static_cast<uint16_t>(t.tm_min);
+    cached.second = static_cast<uint16_t>(t.tm_sec > 59 ? 59 : t.tm_sec);
+    cachedSecond = ts.tv_sec;
+  }
+  *out = cached;
   out->milliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
 }
 
