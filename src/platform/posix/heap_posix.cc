@@ -22,6 +22,7 @@
 #include <map>
 #include <new>
 
+#include "platform/compiler.h"
 #include "platform/errors.h"
 #include "platform/heap.h"
 #include "platform/lock_word.h"
@@ -203,19 +204,25 @@ bool AddChunk(PosixHeap* h) {
 
 uint8_t* ChunkEnd(const PosixHeap* h, const Chunk* c) { return c == h->lastChunk ? h->bump : c->end; }
 
+// A block carved fresh from the newest chunk (a new one when it is full). Fresh
+// memory of a chunk has never been written: it is zero already.
+ZX_NOINLINE void* CarveSmall(PosixHeap* h, size_t cls) {
+  const size_t need = sizeof(SmallHeader) + ClassBytes(cls);
+  if (static_cast<size_t>(h->limit - h->bump) < need && !AddChunk(h)) return nullptr;
+  void* data = h->bump + sizeof(SmallHeader);
+  h->bump += need;
+  HeaderOf(data)->cls = static_cast<uint32_t>(cls);
+  return data;
+}
+
 void* AllocSmall(PosixHeap* h, uint32_t flags, size_t size) {
   const size_t cls = ClassOf(size);
   void* data = h->freeList[cls];
   if (data) {
     std::memcpy(&h->freeList[cls], data, sizeof(void*));
     if (flags & kHeapZeroMemory) std::memset(data, 0, size);
-  } else {
-    // Fresh memory of a chunk has never been written: it is zero already.
-    const size_t need = sizeof(SmallHeader) + ClassBytes(cls);
-    if (static_cast<size_t>(h->limit - h->bump) < need && !AddChunk(h)) return nullptr;
-    data = h->bump + sizeof(SmallHeader);
-    h->bump += need;
-    HeaderOf(data)->cls = static_cast<uint32_t>(cls);
+  } else if (!(data = CarveSmall(h, cls))) {
+    return nullptr;
   }
   SmallHeader* header = HeaderOf(data);
   header->size = static_cast<uint32_t>(size);
@@ -223,7 +230,7 @@ void* AllocSmall(PosixHeap* h, uint32_t flags, size_t size) {
   return data;
 }
 
-void* AllocLarge(PosixHeap* h, uint32_t flags, size_t size) {
+ZX_NOINLINE void* AllocLarge(PosixHeap* h, uint32_t flags, size_t size) {
   void* data = (flags & kHeapZeroMemory) ? std::calloc(1, size) : std::malloc(size);
   if (!data) return nullptr;
   try {
@@ -291,6 +298,19 @@ void* Alloc(SysHeap heap, uint32_t flags, size_t size) {
   return data;
 }
 
+// A large block, or no block of the heap (the heap's lock is held).
+ZX_NOINLINE bool FreeLarge(PosixHeap* h, void* data) {
+  const auto it = h->large.find(reinterpret_cast<uintptr_t>(data));
+  if (it == h->large.end()) {
+    SetLastError(kErrInvalidParameter);
+    return false;
+  }
+  h->used -= it->second;
+  std::free(data);
+  h->large.erase(it);
+  return true;
+}
+
 bool Free(SysHeap heap, uint32_t flags, void* data) {
   if (!data) return true;
   PosixHeap* h = AsHeap(heap);
@@ -306,15 +326,7 @@ bool Free(SysHeap heap, uint32_t flags, void* data) {
     h->freeList[header->cls] = data;
     return true;
   }
-  const auto it = h->large.find(reinterpret_cast<uintptr_t>(data));
-  if (it == h->large.end()) {
-    SetLastError(kErrInvalidParameter);
-    return false;
-  }
-  h->used -= it->second;
-  std::free(data);
-  h->large.erase(it);
-  return true;
+  return FreeLarge(h, data);
 }
 
 size_t Size(SysHeap heap, uint32_t flags, const void* data) {
@@ -326,6 +338,13 @@ size_t Size(SysHeap heap, uint32_t flags, const void* data) {
   return it == h->large.end() ? kHeapBadBlock : it->second;
 }
 
+// Holds past the newest chunk: an older chunk or a large block.
+ZX_NOINLINE bool HoldsElsewhere(PosixHeap* h, uintptr_t a, size_t n, bool chunkRange) {
+  HeapGuard guard(h, 0);
+  if (chunkRange && h->chunks.Contains(a & kChunkMask)) return true;
+  return LargeContaining(h, a, n) != h->large.end();
+}
+
 bool Holds(SysHeap heap, const void* at, size_t n) {
   PosixHeap* h = AsHeap(heap);
   const uintptr_t a = reinterpret_cast<uintptr_t>(at);
@@ -333,9 +352,7 @@ bool Holds(SysHeap heap, const void* at, size_t n) {
   if (!h || a + n < a) return false;
   const bool chunkRange = a - base >= kFirstBlock && a + n <= base + kChunkBytes;
   if (chunkRange && base == h->lastBase.load(std::memory_order_relaxed)) return true;
-  HeapGuard guard(h, 0);
-  if (chunkRange && h->chunks.Contains(base)) return true;
-  return LargeContaining(h, a, n) != h->large.end();
+  return HoldsElsewhere(h, a, n, chunkRange);
 }
 
 // Every carved block of the heap carries one of the two marks and a class in range.
