@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -134,19 +135,24 @@ TYPED_TEST(LockTable, ExcludesUnderContentionWithRecursion) {
   }
 }
 
-// The lock outlives a test that fails with a thread still waiting.
+// A test that fails with threads still waiting leaves them and their lock behind
+// (leaked), so that the run goes on.
 template <class L>
-L& Leaked(uint32_t spin) {
-  return *new L(spin);
+void Abandon(std::unique_ptr<L>& lock, std::vector<std::thread>& threads) {
+  (void)lock.release();
+  for (auto& t : threads) t.detach();
 }
 
 TYPED_TEST(LockTable, SleeperWakesWhenTheOwnerLeavesItsLastLevel) {
-  TypeParam& lock = Leaked<TypeParam>(0);   // no spin: the waiter sleeps at once
+  auto owned = std::make_unique<TypeParam>(0);   // no spin: the waiter sleeps at once
+  TypeParam& lock = *owned;
   lock.Enter();
   lock.Enter();
   lock.Enter();
-  std::atomic<int> got{0};
-  std::thread waiter([&] {
+  static std::atomic<int> got;
+  got = 0;
+  std::vector<std::thread> waiter;
+  waiter.emplace_back([&lock] {
     lock.Enter();
     got = 1;
     lock.Leave();
@@ -156,19 +162,24 @@ TYPED_TEST(LockTable, SleeperWakesWhenTheOwnerLeavesItsLastLevel) {
   lock.Leave();
   EXPECT_EQ(got.load(), 0) << "entered while the owner held one level";
   lock.Leave();
-  ASSERT_TRUE(Within(10s, got, 1)) << "the sleeper was never woken";
-  waiter.join();
+  if (!Within(10s, got, 1)) {
+    Abandon(owned, waiter);
+    FAIL() << "the sleeper was never woken";
+  }
+  waiter[0].join();
 }
 
 TYPED_TEST(LockTable, EverySleeperGetsItsTurn) {
   for (uint32_t spin : {0u, 100u}) {
-    TypeParam& lock = Leaked<TypeParam>(spin);
+    auto owned = std::make_unique<TypeParam>(spin);
+    TypeParam& lock = *owned;
     constexpr int kSleepers = 6;
     lock.Enter();
-    std::atomic<int> done{0};
+    static std::atomic<int> done;
+    done = 0;
     std::vector<std::thread> threads;
     for (int t = 0; t < kSleepers; ++t)
-      threads.emplace_back([&] {
+      threads.emplace_back([&lock] {
         lock.Enter();
         std::this_thread::sleep_for(1ms);   // held a while, so that the others sleep on
         done.fetch_add(1);
@@ -176,8 +187,10 @@ TYPED_TEST(LockTable, EverySleeperGetsItsTurn) {
       });
     std::this_thread::sleep_for(50ms);
     lock.Leave();
-    ASSERT_TRUE(Within(10s, done, kSleepers)) << "spin " << spin << ": " << done.load() << " of "
-                                               << kSleepers << " got the lock";
+    if (!Within(10s, done, kSleepers)) {
+      Abandon(owned, threads);
+      FAIL() << "spin " << spin << ": " << done.load() << " of " << kSleepers << " got the lock";
+    }
     for (auto& t : threads) t.join();
   }
 }
