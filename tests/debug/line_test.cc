@@ -299,7 +299,9 @@ TEST_F(LineTest, StampsMoveOnAndEachThreadKeepsItsOwnField) {
     std::smatch m;
     ASSERT_TRUE(std::regex_match(l, m, re)) << l;
     const long ms = ((std::stol(m[1]) * 60 + std::stol(m[2])) * 60 + std::stol(m[3])) * 1000 + std::stol(m[4]);
-    if (previous >= 0 && ms >= previous) EXPECT_GE(ms - previous, 5) << l;   // (not across midnight)
+    if (previous >= 0 && ms >= previous) {   // (not across midnight)
+      EXPECT_GE(ms - previous, 5) << l;
+    }
     previous = ms;
     EXPECT_EQ(std::stoul(m[5], nullptr, 16), ids[m[6] == "B"]) << l;
   }
