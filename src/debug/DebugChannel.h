@@ -97,6 +97,7 @@ class clsDebugChannel {
   void OldViewerLine(const char* text, uint32_t length) ZX_REQUIRES(outputLock_);
   void AppendToLogFile(const char16_t* line, int32_t length) ZX_REQUIRES(outputLock_);
   void InitTiming();
+  void ChooseTiming();   // InitTiming's first call, under the timing lock
 
   // ---- fields in the order of the data model
   // Taken before appLocal_'s mutex, after the job lock; recursive: a line printed

@@ -36,7 +36,40 @@ struct TimingSource {
   int64_t origin = 0;
 };
 TimingSource g_timing;
+std::atomic<bool> g_timingChosen{false};          // g_timing is filled in: no lock needed to read it
 plat::CriticalSection* g_timingLock = nullptr;   // created under an output lock
+
+// What a thread's lines share from one line to the next: the stamp text of the
+// last millisecond it printed in, and its thread field ("%08x/%02x", the processor
+// may change). Each is made through the formatter once and then copied.
+struct LineParts {
+  uint64_t stampKey = ~uint64_t{0};
+  int32_t stampLength = 0;
+  char16_t stamp[16];
+  uint32_t thread = 0, processor = ~0u;
+  bool threadKnown = false;
+  int32_t threadLength = 0;
+  char16_t threadField[16];   // "%08x/%02x "
+};
+thread_local LineParts t_parts;
+
+constexpr char16_t kBlanks[] = u"                                                    ";   // kMaxIndent + 2
+static_assert(sizeof(kBlanks) / sizeof(char16_t) - 1 >= kMaxIndent + 1, "room for the widest indentation");
+
+// Appends to a line, cut at its end.
+struct LineWriter {
+  char16_t* at;
+  char16_t* end;
+  void Put(const char16_t* text, int64_t n) {
+    if (n > end - at) n = end - at;
+    if (n <= 0) return;
+    std::memcpy(at, text, static_cast<size_t>(n) * sizeof(char16_t));
+    at += n;
+  }
+  void Put(char16_t c) {
+    if (at < end) *at++ = c;
+  }
+};
 
 int32_t Clip(int n, int32_t capacity) {
   if (n < 0) return 0;
@@ -51,8 +84,10 @@ void DebugResetTiming() {
   if (g_timingLock) {
     plat::Lock lock(*g_timingLock);
     g_timing = TimingSource{};
+    g_timingChosen.store(false, std::memory_order_release);
   } else {
     g_timing = TimingSource{};
+    g_timingChosen.store(false, std::memory_order_release);
   }
 }
 
@@ -63,10 +98,16 @@ bool clsDebugChannel::UsesPerformanceCounter() {
 }
 
 void clsDebugChannel::InitTiming() {
+  if (g_timingChosen.load(std::memory_order_acquire)) return;
   if (!g_timingLock) g_timingLock = new plat::CriticalSection();
   plat::Lock lock(*g_timingLock);
   if (g_timing.chosen) return;
   g_timing.chosen = true;
+  ChooseTiming();
+  g_timingChosen.store(true, std::memory_order_release);
+}
+
+void clsDebugChannel::ChooseTiming() {
   int64_t now = 0, frequency = 0;
   if (!plat::PerformanceCounter(&now) || !plat::PerformanceFrequency(&frequency) || frequency <= 0)
     return;
@@ -128,12 +169,13 @@ void clsDebugChannel::PrintV(int change, const char16_t* tag, const char16_t* fo
 
 void clsDebugChannel::FormattedLine(int, int32_t lineIndent, const char16_t* tag,
                                     const char16_t* format, va_list args) {
-  const uint32_t processor = plat::CurrentProcessor();
-  String marker;
+  // The text before a marker character stands in front of the indentation.
+  const char16_t* marker = format;
+  int64_t markerLength = 0;
   const char16_t* text = format;
   for (const char16_t* p = format; *p; ++p) {
     if (*p == kMarkerChar) {
-      marker.Assign(format, 0, p - format);
+      markerLength = p - format;
       text = p + 1;
       break;
     }
@@ -141,36 +183,51 @@ void clsDebugChannel::FormattedLine(int, int32_t lineIndent, const char16_t* tag
   const char* name = ThreadName();
   // Room behind the line: the viewer-cache sink reads twice the line's length.
   char16_t line[2 * kLineChars + 2];
-  int32_t prefix = 0;
-  if (tag) prefix = Clip(FormatTo(line, kLineChars, u"%-8s: ", tag), kLineChars);
+  LineWriter out{line, line + kLineChars - 1};
+  if (tag) out.at += Clip(FormatTo(line, kLineChars, u"%-8s: ", tag), kLineChars);
   InitTiming();
   std::atomic<int32_t>& counter = appLocal_ ? appLocal_->counter : localCounter_;
-  const unsigned digit = u'0' + static_cast<uint32_t>(counter.fetch_add(1)) % 10;
-  const int32_t markerLength = static_cast<int32_t>(marker.Length());
-  const int width = lineIndent + (markerLength ? 1 : 0);
-  const uint32_t thread = CurrentThreadId();
-  int32_t pos = prefix + markerLength + (markerLength ? 1 : 0) + lineIndent;
+  const char16_t digit = static_cast<char16_t>(u'0' + static_cast<uint32_t>(counter.fetch_add(1)) % 10);
+  LineParts& parts = t_parts;
+  // The stamp: "mm:ss.mmm " from the performance counter, else "hh:mm:ss.mmm ".
   if (g_timing.performance) {
     int64_t now = 0;
     plat::PerformanceCounter(&now);
     const int64_t ticks = now - g_timing.origin;
     const uint64_t ms = static_cast<uint64_t>(ticks / g_timing.frequency * 1000 +
                                               ticks % g_timing.frequency * 1000 / g_timing.frequency);
-    FormatTo(line + prefix, static_cast<size_t>(kLineChars - prefix), u"%02u:%02u.%03u %08x/%02x %c %s%*s",
-             static_cast<unsigned>(ms / 60000 % 60), static_cast<unsigned>(ms / 1000 % 60),
-             static_cast<unsigned>(ms % 1000), thread, processor, digit, marker.wchar(), width, u"");
-    pos += 24;
+    const uint64_t key = (ms % 3600000) | (uint64_t{1} << 63);
+    if (key != parts.stampKey) {
+      parts.stampLength = FormatTo(parts.stamp, 16, u"%02u:%02u.%03u ", static_cast<unsigned>(ms / 60000 % 60),
+                                   static_cast<unsigned>(ms / 1000 % 60), static_cast<unsigned>(ms % 1000));
+      parts.stampKey = key;
+    }
   } else {
     plat::SystemTime st;
     plat::LocalTimeNow(&st);
-    FormatTo(line + prefix, static_cast<size_t>(kLineChars - prefix),
-             u"%02u:%02u:%02u.%03u %08x/%02x %c %s%*s", unsigned{st.hour}, unsigned{st.minute},
-             unsigned{st.second}, unsigned{st.milliseconds}, thread, processor, digit, marker.wchar(),
-             width, u"");
-    pos += 27;
+    const uint64_t key = ((uint64_t{st.hour} * 60 + st.minute) * 60 + st.second) * 1000 + st.milliseconds;
+    if (key != parts.stampKey) {
+      parts.stampLength = FormatTo(parts.stamp, 16, u"%02u:%02u:%02u.%03u ", unsigned{st.hour},
+                                   unsigned{st.minute}, unsigned{st.second}, unsigned{st.milliseconds});
+      parts.stampKey = key;
+    }
   }
-  if (pos > kLineChars - 1) pos = kLineChars - 1;   // a tag or marker that filled the line
-  if (name) pos += Clip(FormatTo(line + pos, static_cast<size_t>(kLineChars - pos), u"[%hs] ", name), kLineChars - pos);
+  out.Put(parts.stamp, parts.stampLength);
+  const uint32_t processor = plat::CurrentProcessor();
+  if (!parts.threadKnown || processor != parts.processor) {
+    if (!parts.threadKnown) parts.thread = CurrentThreadId();
+    parts.threadLength = FormatTo(parts.threadField, 16, u"%08x/%02x ", parts.thread, processor);
+    parts.processor = processor;
+    parts.threadKnown = true;
+  }
+  out.Put(parts.threadField, parts.threadLength);
+  out.Put(digit);
+  out.Put(u' ');
+  out.Put(marker, markerLength);
+  out.Put(kBlanks, lineIndent + (markerLength ? 1 : 0));
+  if (name) out.at += Clip(FormatTo(out.at, static_cast<size_t>(out.end - out.at) + 1, u"[%hs] ", name),
+                           static_cast<int32_t>(out.end - out.at) + 1);
+  const int32_t pos = static_cast<int32_t>(out.at - line);
   int n = VFormatTo(line + pos, static_cast<size_t>(kLineChars - pos), text, args);
   if (n < 0) n = FormatTo(line + pos, static_cast<size_t>(kLineChars - pos), u"<printf format error>");
   const int32_t length = pos + Clip(n, kLineChars - pos);

@@ -102,7 +102,12 @@ ZX_NOINLINE clsHeapNode* clsHeapNode::New(clsModuleNode* owner, const char16_t* 
   node->heapOptions = ((heapFlags & kHeapNoSerialize) ? plat::kHeapNoSerialize : 0) +
                       ((heapFlags & kHeapExceptions) ? plat::kHeapGenerateExceptions : 0);
   // A failed creation is not tested: every allocation on the heap then fails.
-  node->heap = HeapServices().create(node->heapOptions, kInitialHeapSize, 0);
+  const plat::HeapServices& sys = HeapServices();
+  node->heap = sys.create(node->heapOptions, kInitialHeapSize, 0);
+  // Every call on the heap holds the job lock: a serialised heap that can take that
+  // lock as its own enters it again rather than a second lock.
+  if (node->heap && sys.share_lock && !(node->heapOptions & plat::kHeapNoSerialize))
+    sys.share_lock(node->heap, &JobLock());
   node->signature = kLiveHeap;
   return node;
 }

@@ -42,6 +42,10 @@ constexpr int kDebugOffSize = 36;
 constexpr int kDebugOffUserMagic = 40;
 constexpr uint8_t kFillNew = 0xF5;
 constexpr uint8_t kFillFreed = 0xCC;
+// Addresses this low are never objects: reading in front of them would fault.
+constexpr uintptr_t kLowestObject = 0x10000;
+
+inline const plat::HeapServices& HeapServices();   // below: the services in use
 
 class clsHeapNode {
  public:
@@ -78,10 +82,17 @@ class clsHeapNode {
   int32_t SizeObject(void* user);
   // The word in front of a user pointer (which tells the object's form), or 0 when
   // it cannot be read: a wild or stale pointer gets its error code, not a fault.
-  uint32_t WordInFront(const void* user);
+  // (Inline: every free and size asks it first.)
+  uint32_t WordInFront(const void* user) {
+    const auto* at = static_cast<const uint8_t*>(user);
+    return reinterpret_cast<uintptr_t>(at) >= kLowestObject && CanRead(at - 4, 4) ? plat::ProbeRead32(at - 4) : 0;
+  }
   // Whether [at, at + n) can be read: the system heap knows its own memory; other
   // addresses are asked of the system (error paths only).
-  bool CanRead(const void* at, size_t n);
+  bool CanRead(const void* at, size_t n) {
+    const plat::HeapServices& sys = HeapServices();
+    return !sys.holds || sys.holds(heap, at, n) || plat::MemoryReadable(at, n);
+  }
   // The leak listing: a scope with the count, the heap's stack, the debug objects.
   void Listing();
 

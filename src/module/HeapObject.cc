@@ -24,8 +24,6 @@ namespace {
 constexpr int kUntrackedHeader = 8;
 constexpr int kDumpBytes = 64;
 constexpr int kRawTraces = 10;
-// Addresses this low are never objects: reading in front of them would fault.
-constexpr uintptr_t kLowestObject = 0x10000;
 
 void Put32(uint8_t* at, uint32_t v) { std::memcpy(at, &v, sizeof v); }
 void Put64(uint8_t* at, uint64_t v) { std::memcpy(at, &v, sizeof v); }
@@ -208,16 +206,6 @@ void clsHeapNode::PrintError(const char16_t* method, const void* user, const cha
   if (VFormatTo(text, 256, reason, ap) < 0) text[0] = 0;
   va_end(ap);
   DebugPrint(u"%s", text);
-}
-
-bool clsHeapNode::CanRead(const void* at, size_t n) {
-  const plat::HeapServices& sys = HeapServices();
-  return !sys.holds || sys.holds(heap, at, n) || plat::MemoryReadable(at, n);
-}
-
-uint32_t clsHeapNode::WordInFront(const void* userPointer) {
-  const auto* user = static_cast<const uint8_t*>(userPointer);
-  return Plausible(user) && CanRead(user - 4, 4) ? plat::ProbeRead32(user - 4) : 0;
 }
 
 int32_t clsHeapNode::FreeObject(void* userPointer) {

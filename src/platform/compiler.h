@@ -1,5 +1,6 @@
-// Compiler attributes and builtins, spelt once for gcc, clang and mingw, and the
-// access to words that another process shares with us.
+// Compiler attributes and builtins, spelt once for gcc, clang and mingw, the
+// access to words that another process shares with us, and whether the process
+// has ever had a second thread.
 // Errors: none; everything here is resolved at compile time or is one instruction.
 // Threads: the shared-word accessors are atomic; the rest has no state.
 //
@@ -18,6 +19,10 @@
 #define ZX_NOINLINE
 #define ZX_USED
 #define ZX_PREFETCH(p) ((void)(p))
+#endif
+
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 32))
+extern "C" char __libc_single_threaded;
 #endif
 
 namespace plat {
@@ -46,6 +51,21 @@ template <class T>
 inline void SharedStore(T& field, std::type_identity_t<T> value, std::memory_order order) {
   static_assert(IsSharedWord<T>());
   std::atomic_ref<T>(field).store(value, order);
+}
+
+// True while the process has never started a second thread (glibc's
+// __libc_single_threaded; false where the C library does not keep it). glibc clears
+// the flag in pthread_create before the new thread exists and never sets it again,
+// so a counter that changes with plain loads and stores while this is true cannot
+// race: every thread started later sees those stores (thread creation orders them
+// before its start), and from then on every change is atomic. This is how the C++
+// library's shared pointers count.
+inline bool OnlyThread() {
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 32))
+  return __libc_single_threaded != 0;
+#else
+  return false;
+#endif
 }
 
 }  // namespace plat

@@ -16,6 +16,7 @@
 
 namespace plat {
 
+class LockWord;
 using SysHeap = void*;
 
 // Heap options and allocation flags, with the system's values.
@@ -51,6 +52,11 @@ struct HeapServices {
   // cannot fault, freed blocks included. Null where the heap cannot tell (Windows):
   // the callers then read as the system's own heap code would.
   bool (*holds)(SysHeap heap, const void* at, size_t n);
+  // Makes a serialised heap take `lock` instead of a lock of its own, for callers
+  // that hold that lock around every call anyway: their calls then enter it again
+  // (recursively, without an atomic operation). Null where the system heap has its
+  // own lock that cannot be shared (Windows).
+  void (*share_lock)(SysHeap heap, LockWord* lock);
 };
 
 // The services of this system, resolved once.

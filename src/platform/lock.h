@@ -1,5 +1,8 @@
-// Critical sections: recursive, with try-enter and a spin count.
-// Errors: none; Enter blocks until the lock is free.
+// Critical sections: recursive, with try-enter and a spin count (the most rounds a
+// thread spins on a taken section before it sleeps; none on one processor). On
+// Linux a section is a LockWord (platform/lock_word.h), on Windows the system's.
+// Errors: none; Enter blocks until the lock is free. A Leave by a thread that does
+// not own the section changes nothing.
 // Threads: a CriticalSection is recursive: the owning thread may enter it again and
 // leaves it as often as it entered; only the owner leaves it.
 //

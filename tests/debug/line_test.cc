@@ -274,6 +274,39 @@ TEST_F(LineTest, TwoThreadsPrintWholeLines) {
   EXPECT_EQ(ch_->AppLocal()->indentation.load(), 0);
 }
 
+// A thread's stamp text and thread field are made once and reused: a line a few
+// milliseconds later must show the later time, and each thread its own number.
+TEST_F(LineTest, StampsMoveOnAndEachThreadKeepsItsOwnField) {
+  uint32_t ids[2] = {};
+  auto work = [&](int k) {
+    ids[k] = plat::ThreadId();
+    zx::DebugSetThreadName(k ? "B" : "A");
+    for (int i = 0; i < 3; ++i) {
+      Print(0, nullptr, u"tick");
+      plat::SleepMs(6);
+    }
+    zx::DebugSetThreadName(nullptr);
+  };
+  std::thread a(work, 0);
+  a.join();
+  std::thread b(work, 1);
+  b.join();
+  auto lines = Lines();
+  ASSERT_EQ(lines.size(), 6u);
+  std::regex re(R"(^(\d\d):(\d\d):(\d\d)\.(\d{3}) ([0-9a-f]{8})/[0-9a-f]{2} \d \[(A|B)\] tick$)");
+  long previous = -1;
+  for (const std::string& l : lines) {
+    std::smatch m;
+    ASSERT_TRUE(std::regex_match(l, m, re)) << l;
+    const long ms = ((std::stol(m[1]) * 60 + std::stol(m[2])) * 60 + std::stol(m[3])) * 1000 + std::stol(m[4]);
+    if (previous >= 0 && ms >= previous) {   // (not across midnight)
+      EXPECT_GE(ms - previous, 5) << l;
+    }
+    previous = ms;
+    EXPECT_EQ(std::stoul(m[5], nullptr, 16), ids[m[6] == "B"]) << l;
+  }
+}
+
 TEST_F(LineTest, PerformanceCounterTimeWhenTheUserAsksForIt) {
   const char16_t value[] = u"True";
   ASSERT_EQ(plat::SetRegValue(plat::Hive::CurrentUser, u"SOFTWARE\\zarnik", u"ForceUsePerfCounters",

@@ -99,7 +99,7 @@ String::String(String&& other) noexcept
 IString::~IString() = default;
 
 void String::ShareFrom(const String& other) {
-  if (other.buffer) other.buffer->usage.fetch_add(1, std::memory_order_relaxed);
+  if (other.buffer) AddStringBufferRef(other.buffer);
   ReleaseStringBuffer(buffer);
   buffer = other.buffer;
   length = other.length;

@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "platform/bstr.h"
+#include "platform/compiler.h"
 
 namespace zx {
 
@@ -56,10 +57,25 @@ scStringBuffer* AllocateStringBuffer(int64_t capacity);
 // is a double release: "WRN: String buffer released twice (usage=%d)", then a
 // debugger break or a stack trace (see core/StackTraceHook.h).
 void StringBufferReleased(scStringBuffer* buffer, int32_t left);
+// The count is atomic; while the process has only ever had one thread, plain loads
+// and stores of it do the same without the cost of a locked instruction (see
+// plat::OnlyThread for why that cannot race).
+inline void AddStringBufferRef(scStringBuffer* buffer) {
+  if (plat::OnlyThread())
+    buffer->usage.store(buffer->usage.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  else
+    buffer->usage.fetch_add(1, std::memory_order_relaxed);
+}
 // Decrements usage (null: nothing); the last owner frees the block.
 inline void ReleaseStringBuffer(scStringBuffer* buffer) {
   if (!buffer) return;
-  const int32_t left = buffer->usage.fetch_sub(1, std::memory_order_acq_rel) - 1;
+  int32_t left;
+  if (plat::OnlyThread()) {
+    left = buffer->usage.load(std::memory_order_relaxed) - 1;
+    buffer->usage.store(left, std::memory_order_relaxed);
+  } else {
+    left = buffer->usage.fetch_sub(1, std::memory_order_acq_rel) - 1;
+  }
   if (left <= 0) StringBufferReleased(buffer, left);
 }
 
@@ -85,7 +101,7 @@ class String {
   String(FormatTag, const char16_t* format, ...);
   String(const String& other)   // shares the buffer: one atomic increment
       : length(other.length), buffer(other.buffer), codePage(other.codePage) {
-    if (buffer) buffer->usage.fetch_add(1, std::memory_order_relaxed);
+    if (buffer) AddStringBufferRef(buffer);
   }
   String(String&& other) noexcept;
   virtual ~String() {

@@ -23,10 +23,11 @@ namespace plat {
 namespace detail {
 
 struct Waiter {
-  // 0 waiting, 1 chosen. The setter's wake may reach the word after the waiter has
-  // left; a futex wake on a stale word is at worst a spurious wake-up, which every
-  // futex user tolerates (ours loops on the word).
-  std::atomic<uint32_t> state{0};
+  // kAwake, kChosen or kAsleep. The setter's wake may reach the word after the
+  // waiter has left; a futex wake on a stale word is at worst a spurious wake-up,
+  // which every futex user tolerates (ours loops on the word).
+  static constexpr uint32_t kAwake = 0, kChosen = 1, kAsleep = 2;
+  std::atomic<uint32_t> state{kAwake};
   WaitObject* objects[kMaxWaitObjects];
   uint32_t count = 0;
   uint32_t result = kPending;
@@ -68,17 +69,23 @@ long Futex(std::atomic<uint32_t>* word, int op, uint32_t value, const timespec* 
   return ::syscall(SYS_futex, reinterpret_cast<uint32_t*>(word), op, value, timeout, nullptr, 0);
 }
 
+// The kernel is entered only for a waiter that has gone to sleep: one that has not
+// got that far sees the word change and does not sleep.
 void Wake(Waiter* w) {
-  w->state.store(1, std::memory_order_release);
-  Futex(&w->state, FUTEX_WAKE_PRIVATE, 1, nullptr);
+  if (w->state.exchange(Waiter::kChosen, std::memory_order_release) == Waiter::kAsleep)
+    Futex(&w->state, FUTEX_WAKE_PRIVATE, 1, nullptr);
 }
 
-// Sleeps while the state is 0, until `deadline` (none: forever). True when chosen.
+// Waits until chosen or until `deadline` (none: forever). True when chosen. (No
+// spinning first: on a busy machine the spinner takes the time of the thread that
+// would signal it.)
 template <class TimePoint>
 bool Sleep(Waiter* w, const TimePoint* deadline) {
   for (;;) {
-    const uint32_t s = w->state.load(std::memory_order_acquire);
-    if (s != 0) return true;
+    uint32_t s = Waiter::kAwake;
+    if (!w->state.compare_exchange_strong(s, Waiter::kAsleep, std::memory_order_acquire) &&
+        s == Waiter::kChosen)
+      return true;
     timespec ts, *pts = nullptr;
     if (deadline) {
       const auto left = *deadline - std::chrono::steady_clock::now();
@@ -88,7 +95,7 @@ bool Sleep(Waiter* w, const TimePoint* deadline) {
       ts.tv_nsec = static_cast<long>(ns % 1000000000);
       pts = &ts;
     }
-    Futex(&w->state, FUTEX_WAIT_PRIVATE, 0, pts);
+    Futex(&w->state, FUTEX_WAIT_PRIVATE, Waiter::kAsleep, pts);
   }
 }
 
@@ -202,7 +209,9 @@ bool HandleDuplicate(WaitHandle source, WaitHandle* target) {
 
 uint32_t WaitAny(uint32_t count, const WaitHandle* handles, uint32_t timeoutMs, WaitMode mode) {
   using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  // (No clock read for the waits that need none.)
+  const auto deadline = timeoutMs == 0 || timeoutMs == kInfinite ? Clock::time_point{}
+                                                                  : Clock::now() + std::chrono::milliseconds(timeoutMs);
   if (count == 0 && mode.pumpMessages) {
     // No message queue here: a pumping wait on nothing is a sleep.
     if (timeoutMs == kInfinite) {
@@ -248,7 +257,7 @@ uint32_t WaitAny(uint32_t count, const WaitHandle* handles, uint32_t timeoutMs, 
   } else if (!chosen) {
     // Chosen just as the time ran out: the setter's store to our word is a few
     // instructions away, and must land before this frame goes.
-    while (w.state.load(std::memory_order_acquire) == 0) sched_yield();
+    while (w.state.load(std::memory_order_acquire) != detail::Waiter::kChosen) sched_yield();
   }
   for (uint32_t i = 0; i < count; ++i) detail::Release(w.objects[i]);
   return w.result;

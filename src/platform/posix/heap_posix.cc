@@ -11,7 +11,6 @@
 // A walk visits the chunks in the order they were taken, block by block, and then
 // the large blocks in address order.
 #include <malloc.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -23,9 +22,10 @@
 #include <map>
 #include <new>
 
+#include "platform/compiler.h"
 #include "platform/errors.h"
 #include "platform/heap.h"
-#include "platform/stamps.h"
+#include "platform/lock_word.h"
 
 namespace plat {
 namespace {
@@ -42,40 +42,6 @@ constexpr size_t kSmallMax = 4096;
 constexpr size_t kClasses = kSmallMax / kGrain;
 // Larger requests than this are refused at once.
 constexpr size_t kLargestRequest = size_t{1} << 47;
-
-// A recursive lock that costs one atomic exchange when free: the job lock above
-// already serialises the tracked heaps, so waiting is rare.
-class RecursiveSpinLock {
- public:
-  void Lock() {
-    const uintptr_t me = ThreadToken();
-    if (owner_.load(std::memory_order_relaxed) == me) {
-      ++depth_;
-      return;
-    }
-    for (unsigned spins = 0;; ++spins) {
-      uintptr_t expected = 0;
-      if (owner_.compare_exchange_weak(expected, me, std::memory_order_acquire,
-                                       std::memory_order_relaxed))
-        break;
-      if (spins < 64) {
-#if defined(__x86_64__) || defined(__i386__)
-        __builtin_ia32_pause();
-#endif
-      } else {
-        sched_yield();
-      }
-    }
-    depth_ = 1;
-  }
-  void Unlock() {
-    if (--depth_ == 0) owner_.store(0, std::memory_order_release);
-  }
-
- private:
-  std::atomic<uintptr_t> owner_{0};
-  uint32_t depth_ = 0;
-};
 
 struct alignas(16) SmallHeader {
   uint32_t size;   // the requested bytes
@@ -139,7 +105,8 @@ struct PosixHeap {
   size_t initial = 0;
   size_t maximum = 0;
   size_t used = 0;
-  RecursiveSpinLock lock;
+  LockWord ownLock{100};
+  LockWord* lock = &ownLock;   // or a caller's lock that it holds around every call
   Chunk* firstChunk = nullptr;
   Chunk* lastChunk = nullptr;
   // lastChunk's address, where most blocks are found. Read without the lock by Holds:
@@ -189,12 +156,13 @@ std::map<uintptr_t, size_t>::const_iterator LargeContaining(const PosixHeap* h, 
 
 class HeapGuard {
  public:
-  HeapGuard(PosixHeap* h, uint32_t flags)
+  // A guard the analysis cannot follow: whether it locks depends on the options.
+  HeapGuard(PosixHeap* h, uint32_t flags) ZX_NO_THREAD_SAFETY_ANALYSIS
       : h_(((h->options | flags) & kHeapNoSerialize) ? nullptr : h) {
-    if (h_) h_->lock.Lock();
+    if (h_) h_->lock->Enter();
   }
-  ~HeapGuard() {
-    if (h_) h_->lock.Unlock();
+  ~HeapGuard() ZX_NO_THREAD_SAFETY_ANALYSIS {
+    if (h_) h_->lock->Leave();
   }
   HeapGuard(const HeapGuard&) = delete;
   HeapGuard& operator=(const HeapGuard&) = delete;
@@ -236,19 +204,25 @@ bool AddChunk(PosixHeap* h) {
 
 uint8_t* ChunkEnd(const PosixHeap* h, const Chunk* c) { return c == h->lastChunk ? h->bump : c->end; }
 
+// A block carved fresh from the newest chunk (a new one when it is full). Fresh
+// memory of a chunk has never been written: it is zero already.
+ZX_NOINLINE void* CarveSmall(PosixHeap* h, size_t cls) {
+  const size_t need = sizeof(SmallHeader) + ClassBytes(cls);
+  if (static_cast<size_t>(h->limit - h->bump) < need && !AddChunk(h)) return nullptr;
+  void* data = h->bump + sizeof(SmallHeader);
+  h->bump += need;
+  HeaderOf(data)->cls = static_cast<uint32_t>(cls);
+  return data;
+}
+
 void* AllocSmall(PosixHeap* h, uint32_t flags, size_t size) {
   const size_t cls = ClassOf(size);
   void* data = h->freeList[cls];
   if (data) {
     std::memcpy(&h->freeList[cls], data, sizeof(void*));
     if (flags & kHeapZeroMemory) std::memset(data, 0, size);
-  } else {
-    // Fresh memory of a chunk has never been written: it is zero already.
-    const size_t need = sizeof(SmallHeader) + ClassBytes(cls);
-    if (static_cast<size_t>(h->limit - h->bump) < need && !AddChunk(h)) return nullptr;
-    data = h->bump + sizeof(SmallHeader);
-    h->bump += need;
-    HeaderOf(data)->cls = static_cast<uint32_t>(cls);
+  } else if (!(data = CarveSmall(h, cls))) {
+    return nullptr;
   }
   SmallHeader* header = HeaderOf(data);
   header->size = static_cast<uint32_t>(size);
@@ -256,7 +230,7 @@ void* AllocSmall(PosixHeap* h, uint32_t flags, size_t size) {
   return data;
 }
 
-void* AllocLarge(PosixHeap* h, uint32_t flags, size_t size) {
+ZX_NOINLINE void* AllocLarge(PosixHeap* h, uint32_t flags, size_t size) {
   void* data = (flags & kHeapZeroMemory) ? std::calloc(1, size) : std::malloc(size);
   if (!data) return nullptr;
   try {
@@ -324,6 +298,19 @@ void* Alloc(SysHeap heap, uint32_t flags, size_t size) {
   return data;
 }
 
+// A large block, or no block of the heap (the heap's lock is held).
+ZX_NOINLINE bool FreeLarge(PosixHeap* h, void* data) {
+  const auto it = h->large.find(reinterpret_cast<uintptr_t>(data));
+  if (it == h->large.end()) {
+    SetLastError(kErrInvalidParameter);
+    return false;
+  }
+  h->used -= it->second;
+  std::free(data);
+  h->large.erase(it);
+  return true;
+}
+
 bool Free(SysHeap heap, uint32_t flags, void* data) {
   if (!data) return true;
   PosixHeap* h = AsHeap(heap);
@@ -339,15 +326,7 @@ bool Free(SysHeap heap, uint32_t flags, void* data) {
     h->freeList[header->cls] = data;
     return true;
   }
-  const auto it = h->large.find(reinterpret_cast<uintptr_t>(data));
-  if (it == h->large.end()) {
-    SetLastError(kErrInvalidParameter);
-    return false;
-  }
-  h->used -= it->second;
-  std::free(data);
-  h->large.erase(it);
-  return true;
+  return FreeLarge(h, data);
 }
 
 size_t Size(SysHeap heap, uint32_t flags, const void* data) {
@@ -359,6 +338,13 @@ size_t Size(SysHeap heap, uint32_t flags, const void* data) {
   return it == h->large.end() ? kHeapBadBlock : it->second;
 }
 
+// Holds past the newest chunk: an older chunk or a large block.
+ZX_NOINLINE bool HoldsElsewhere(PosixHeap* h, uintptr_t a, size_t n, bool chunkRange) {
+  HeapGuard guard(h, 0);
+  if (chunkRange && h->chunks.Contains(a & kChunkMask)) return true;
+  return LargeContaining(h, a, n) != h->large.end();
+}
+
 bool Holds(SysHeap heap, const void* at, size_t n) {
   PosixHeap* h = AsHeap(heap);
   const uintptr_t a = reinterpret_cast<uintptr_t>(at);
@@ -366,9 +352,7 @@ bool Holds(SysHeap heap, const void* at, size_t n) {
   if (!h || a + n < a) return false;
   const bool chunkRange = a - base >= kFirstBlock && a + n <= base + kChunkBytes;
   if (chunkRange && base == h->lastBase.load(std::memory_order_relaxed)) return true;
-  HeapGuard guard(h, 0);
-  if (chunkRange && h->chunks.Contains(base)) return true;
-  return LargeContaining(h, a, n) != h->large.end();
+  return HoldsElsewhere(h, a, n, chunkRange);
 }
 
 // Every carved block of the heap carries one of the two marks and a class in range.
@@ -437,25 +421,28 @@ bool Walk(SysHeap heap, HeapWalkFn fn, void* context) {
   return true;
 }
 
-bool LockHeap(SysHeap heap) {
+bool LockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {   // left by UnlockHeap
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  h->lock.Lock();
+  h->lock->Enter();
   return true;
 }
 
-bool UnlockHeap(SysHeap heap) {
+bool UnlockHeap(SysHeap heap) ZX_NO_THREAD_SAFETY_ANALYSIS {
   PosixHeap* h = AsHeap(heap);
   if (!h) return false;
-  h->lock.Unlock();
-  return true;
+  return h->lock->Leave();
+}
+
+void ShareLock(SysHeap heap, LockWord* lock) {
+  if (PosixHeap* h = AsHeap(heap)) h->lock = lock ? lock : &h->ownLock;
 }
 
 }  // namespace
 
 const HeapServices& SystemHeapServices() {
-  static const HeapServices services{&Create,   &Destroy, &Alloc, &Free,     &Size,      &Validate,
-                                     &Compact, &Walk,    &LockHeap, &UnlockHeap, &Holds};
+  static const HeapServices services{&Create,   &Destroy, &Alloc,    &Free,       &Size,  &Validate,
+                                     &Compact, &Walk,    &LockHeap, &UnlockHeap, &Holds, &ShareLock};
   return services;
 }
 

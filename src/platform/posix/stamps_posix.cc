@@ -1,5 +1,5 @@
-// Linux: the coarse monotonic clock is read from the vDSO without a hardware counter; the
-// thread pointer is the thread's own control block.
+// Linux: the coarse monotonic clock is read from the vDSO without a hardware counter (the
+// thread token, the thread pointer, is inline in the header).
 #include <time.h>
 
 #include "platform/stamps.h"
@@ -12,7 +12,5 @@ uint32_t CoarseTickCount() {
   return static_cast<uint32_t>(static_cast<uint64_t>(ts.tv_sec) * 1000u +
                                static_cast<uint64_t>(ts.tv_nsec) / 1000000u);
 }
-
-uintptr_t ThreadToken() { return reinterpret_cast<uintptr_t>(__builtin_thread_pointer()); }
 
 }  // namespace plat

@@ -20,13 +20,22 @@ void FromTm(const struct tm& t, uint16_t milliseconds, SystemTime* out) {
 
 }  // namespace
 
+// Every debug line asks the local time: the time zone's conversion is made once a
+// second per thread, and within that second only the milliseconds change.
 void LocalTimeNow(SystemTime* out) {
   timespec ts;
   clock_gettime(CLOCK_REALTIME, &ts);
-  struct tm t;
-  time_t secs = ts.tv_sec;
-  localtime_r(&secs, &t);
-  FromTm(t, static_cast<uint16_t>(ts.tv_nsec / 1000000), out);
+  thread_local time_t cachedSecond = -1;
+  thread_local SystemTime cached{};
+  if (ts.tv_sec != cachedSecond) {
+    struct tm t;
+    time_t secs = ts.tv_sec;
+    localtime_r(&secs, &t);
+    FromTm(t, 0, &cached);
+    cachedSecond = ts.tv_sec;
+  }
+  *out = cached;
+  out->milliseconds = static_cast<uint16_t>(ts.tv_nsec / 1000000);
 }
 
 bool FileTimeToLocal(uint64_t fileTime, SystemTime* out) {

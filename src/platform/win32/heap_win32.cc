@@ -70,7 +70,7 @@ bool UnlockHeap(SysHeap heap) { return heap && Kernel().unlock(heap) != FALSE; }
 const HeapServices& SystemHeapServices() {
   static const HeapServices services = [] {
     const LateBound& k = Kernel();
-    HeapServices s{&Create, &Destroy, &Alloc, &Free, &Size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    HeapServices s{&Create, &Destroy, &Alloc, &Free, &Size, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     if (k.validate) s.validate = &Validate;
     if (k.compact) s.compact = &Compact;
     if (k.walk) s.walk = &Walk;

@@ -1,8 +1,11 @@
+// Windows: critical sections are the system's; a LockWord (the job lock) sleeps with
+// the standard library's wait on the word.
 #include <windows.h>
 
 #include <new>
 
 #include "platform/lock.h"
+#include "platform/lock_word.h"
 
 namespace plat {
 namespace {
@@ -12,6 +15,9 @@ CRITICAL_SECTION* Cs(unsigned char* storage) {
 }
 }  // namespace
 
+void WaitOnWord(std::atomic<uint32_t>& word, uint32_t expected) { word.wait(expected, std::memory_order_relaxed); }
+void WakeOneOnWord(std::atomic<uint32_t>& word) { word.notify_one(); }
+
 CriticalSection::CriticalSection(uint32_t spinCount) {
   auto* cs = new (storage_) CRITICAL_SECTION;
   ::InitializeCriticalSectionAndSpinCount(cs, spinCount);
@@ -19,6 +25,12 @@ CriticalSection::CriticalSection(uint32_t spinCount) {
 CriticalSection::~CriticalSection() { ::DeleteCriticalSection(Cs(storage_)); }
 void CriticalSection::Enter() { ::EnterCriticalSection(Cs(storage_)); }
 bool CriticalSection::TryEnter() { return ::TryEnterCriticalSection(Cs(storage_)) != FALSE; }
-void CriticalSection::Leave() { ::LeaveCriticalSection(Cs(storage_)); }
+// The system leaves a section for any caller; a thread that does not own it is
+// refused here, as on Linux.
+void CriticalSection::Leave() {
+  CRITICAL_SECTION* cs = Cs(storage_);
+  if (cs->OwningThread != reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(::GetCurrentThreadId()))) return;
+  ::LeaveCriticalSection(cs);
+}
 
 }  // namespace plat

@@ -9,6 +9,7 @@
 
 #include "core/diag/StackTraceHook.h"
 #include "core/strings/String.h"
+#include "platform/compiler.h"
 #include "support/support_test_util.h"
 
 using zx::String;
@@ -218,6 +219,26 @@ TEST(StringBuffer, ConcurrentCopiesKeepTheCount) {
         (void)d.Length();
       }
     });
+  for (auto& t : threads) t.join();
+  EXPECT_EQ(base.BufferUsage(), 1);
+}
+
+// Copies counted with plain stores while the process had one thread (when this
+// test runs first, as in a run of its own) go on being counted atomically once
+// threads exist: the threads drop those early copies while they make their own.
+TEST(StringBuffer, CopiesFromBeforeTheFirstThreadCountOnAfterIt) {
+  String base(u"made before any thread");
+  std::vector<String> early(400, base);
+  EXPECT_EQ(base.BufferUsage(), 401);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 20000; ++i) {
+        String c(base);
+        if (i < 100) early[static_cast<size_t>(t * 100 + i)] = String();
+      }
+    });
+  EXPECT_FALSE(plat::OnlyThread());
   for (auto& t : threads) t.join();
   EXPECT_EQ(base.BufferUsage(), 1);
 }

@@ -1,0 +1,68 @@
+// The waiting side of LockWord, the same on every OS: spin, then sleep on the word.
+#include "platform/lock_word.h"
+#include "platform/process.h"
+#include "platform/thread.h"
+
+namespace plat {
+
+void LockWord::EnterContended(uint32_t seen) {
+  static const bool spinning = ProcessorCount() > 1;   // one processor: the owner cannot run while we spin
+  for (;;) {
+    // Spin to twice the recent mean, so that a lock held long stops costing rounds.
+    uint32_t limit = 0;
+    if (spinning && spinMax_) {
+      limit = 2 * spinMean_.load(std::memory_order_relaxed) + 16;
+      if (limit > spinMax_) limit = spinMax_;
+    }
+    for (uint32_t round = 0; round <= limit; ++round) {
+      if (!(seen & kLocked)) {
+        if (word_.compare_exchange_weak(seen, seen | kLocked, std::memory_order_acquire,
+                                        std::memory_order_relaxed)) {
+          const int32_t mean = static_cast<int32_t>(spinMean_.load(std::memory_order_relaxed));
+          spinMean_.store(static_cast<uint32_t>(mean + (static_cast<int32_t>(round) - mean) / 8),
+                          std::memory_order_relaxed);
+          return;
+        }
+        continue;
+      }
+      if (round == limit) break;
+      CpuPause();
+      seen = word_.load(std::memory_order_relaxed);
+    }
+    if (limit) {
+      const int32_t mean = static_cast<int32_t>(spinMean_.load(std::memory_order_relaxed));
+      spinMean_.store(static_cast<uint32_t>(mean + (static_cast<int32_t>(limit) - mean) / 8),
+                      std::memory_order_relaxed);
+    }
+    // Count ourselves among the sleepers of the taken lock, then sleep while the word
+    // stays as it was: any leave or wake changes it.
+    if (!(seen & kLocked)) continue;
+    if (!word_.compare_exchange_weak(seen, seen + kSleeper, std::memory_order_relaxed,
+                                     std::memory_order_relaxed))
+      continue;
+    WaitOnWord(word_, seen + kSleeper);
+    // Awake: no longer a sleeper, and a wake that was on its way has arrived (or went
+    // to another sleeper, who then clears the flag again). The lock is taken in the
+    // same step when it is free.
+    seen = word_.load(std::memory_order_relaxed);
+    // (A taken lock keeps its bit; a free one gets ours.)
+    while (!word_.compare_exchange_weak(seen, ((seen - kSleeper) & ~kWakePending) | kLocked,
+                                        std::memory_order_acquire, std::memory_order_relaxed)) {
+    }
+    if (!(seen & kLocked)) return;
+    seen = word_.load(std::memory_order_relaxed);
+  }
+}
+
+void LockWord::WakeOne() {
+  // One wake in flight at a time, and none while another thread holds the lock: its
+  // own leave wakes then.
+  uint32_t seen = word_.load(std::memory_order_relaxed);
+  do {
+    if (seen < kSleeper || (seen & (kWakePending | kLocked))) return;
+  } while (!word_.compare_exchange_weak(seen, seen | kWakePending, std::memory_order_relaxed,
+                                        std::memory_order_relaxed));
+  WakeOneOnWord(word_);
+}
+
+}  // namespace plat
