@@ -66,8 +66,9 @@ struct RegValue {
   uint32_t type = 0;
   std::vector<uint8_t> data;
 };
-// The key's direct subkeys and its values. 0, 2 (no such key) or an error; a file
-// with a problem is listed all the same, with the first problem in `problem`.
+// The key's direct subkeys and its values (an empty key: the hive's). 0, 2 (no such
+// key) or an error; a file with a problem is listed all the same, with the first
+// problem in `problem`.
 long ListRegKey(Hive hive, const char16_t* key, std::vector<std::u16string>& subkeys,
                 std::vector<RegValue>& values, RegFileProblem* problem);
 long SetRegValueChecked(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,

@@ -2,6 +2,7 @@
 // rules above it (buffer retry, "T" booleans, the hive rule).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -580,6 +581,24 @@ TEST(RegistryWindows, RoundTripAndReaderRulesInTheRealRegistry) {
   EXPECT_EQ(n, 670375u);
   EXPECT_TRUE(OpenCurrentUserHive());
   EXPECT_EQ(QueryRegValue(Hive::ThreadUser, key.c_str(), u"N", &type, &n, &size), 0);
+
+  // Listing: the values with their types and data, the key among its parent's subkeys.
+  ASSERT_EQ(SetRegValue(Hive::CurrentUser, (key + u"\\Sub").c_str(), u"X", kRegSz, hello.data(), 12), 0);
+  std::vector<std::u16string> subkeys;
+  std::vector<RegValue> values;
+  ASSERT_EQ(ListRegKey(Hive::CurrentUser, key.c_str(), subkeys, values, nullptr), 0);
+  EXPECT_EQ(subkeys, std::vector<std::u16string>{u"Sub"});
+  ASSERT_EQ(values.size(), 4u);
+  for (const RegValue& v : values) {
+    if (v.name != u"N") continue;
+    EXPECT_EQ(v.type, kRegDword);
+    EXPECT_EQ(v.data, (std::vector<uint8_t>{0xA7, 0x3A, 0x0A, 0}));
+  }
+  ASSERT_EQ(ListRegKey(Hive::CurrentUser, u"Software", subkeys, values, nullptr), 0);
+  EXPECT_NE(std::find(subkeys.begin(), subkeys.end(), key.substr(9)), subkeys.end());
+  EXPECT_EQ(ListRegKey(Hive::CurrentUser, (key + u"\\None").c_str(), subkeys, values, nullptr), 2);
+  EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, (key + u"\\Sub").c_str(), u"X"), 0);
+  ::RegDeleteKeyW(HKEY_CURRENT_USER, reinterpret_cast<const wchar_t*>((key + u"\\Sub").c_str()));
 
   for (const char16_t* name : {u"Text", u"Long", u"Flag", u"N"})
     EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, key.c_str(), name), 0);

@@ -292,7 +292,8 @@ long ListRegKey(Hive hive, const char16_t* key, std::vector<std::u16string>& sub
   for (const regfile::Entry* e : regfile::KeyValues(doc, RootName(hive), View(key), &keyExists))
     values.push_back(RegValue{e->name, e->type, e->data});
   subkeys = regfile::SubkeyNames(doc, RootName(hive), View(key));
-  return keyExists || !subkeys.empty() ? 0 : long(kErrFileNotFound);
+  // The hive itself always exists.
+  return keyExists || !subkeys.empty() || regfile::NormalizePath(View(key)).empty() ? 0 : long(kErrFileNotFound);
 }
 
 }  // namespace plat
