@@ -218,7 +218,7 @@ TEST(RegFile, RewritesKeepEveryOtherByte) {
   regfile::SetValue(doc, u"HKCU", u"software\\zarnik", u"New", 4, seven, 4);
   regfile::SetValue(doc, u"HKCU", u"software\\zarnik\\Sub", u"X", 4, seven, 4);
   std::string expected = lf;
-  expected.insert(expected.find("\n\n[HKEY_CURRENT_USER\\Software\\Unknown"), "\"New\"=dword:00000007\n");
+  expected.insert(expected.find("# another"), "\"New\"=dword:00000007\n");   // before the comment
   expected += "\n[HKCU\\software\\zarnik\\Sub]\n\"X\"=dword:00000007\n";
   EXPECT_EQ(regfile::Serialize(doc), expected);
 }

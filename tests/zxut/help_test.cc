@@ -91,12 +91,11 @@ TEST(ZxutHelp, WrongArgumentsGiveTheUsageOnStandardErrorAndStatus2) {
 TEST(ZxutHelp, FailuresNameTheFileAndTheCode) {
   const struct {
     std::vector<std::string> args;
-    const char* message;
+    std::string message;
   } cases[] = {
-      {{"pack", "no-such-file.bin"},
-       "zxut pack: cannot open 'no-such-file.bin': error 2 (The system cannot find the file specified.)"},
+      {{"pack", "no-such-file.bin"}, "zxut pack: cannot open 'no-such-file.bin': " + zxuttest::SystemError(2)},
       {{"unpack", "no-such-file.txt", "out.bin"},
-       "zxut unpack: cannot open 'no-such-file.txt': error 2 (The system cannot find the file specified.)"},
+       "zxut unpack: cannot open 'no-such-file.txt': " + zxuttest::SystemError(2)},
       {{"prof", "show", "no-such-file.prof"},
        "zxut prof: cannot load 'no-such-file.prof': error -1 (the file could not be opened for reading)"},
   };
@@ -104,6 +103,6 @@ TEST(ZxutHelp, FailuresNameTheFileAndTheCode) {
     SCOPED_TRACE(c.args[0]);
     const zxuttest::Run run = Zxut(c.args);
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(Lf(run.err), std::string(c.message) + "\n");
+    EXPECT_EQ(Lf(run.err), c.message + "\n");
   }
 }

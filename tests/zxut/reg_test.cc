@@ -136,6 +136,6 @@ TEST_F(ZxutReg, AMissingValueNamesTheKeyAndTheCode) {
   EXPECT_EQ(run.status, 1);
   const std::string where = plat::RegistryFilePath(plat::Hive::CurrentUser);
   EXPECT_EQ(Lf(run.err), "zxut reg: cannot read 'Nope' in " + key_ + (where.empty() ? "" : " (" + where + ")") +
-                             ": error 2 (The system cannot find the file specified.)\n");
+                             ": " + zxuttest::SystemError(2) + "\n");
   EXPECT_EQ(Zxut({"reg", "delete", key_, "Nope"}).status, 1);
 }

@@ -1,5 +1,7 @@
 #include "zxut_test_util.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,6 +13,7 @@
 #include <unistd.h>
 #endif
 
+#include "platform/errors.h"
 #include "support/support_test_util.h"
 
 namespace zxuttest {
@@ -117,6 +120,13 @@ std::string Lf(std::string text) {
   for (size_t i = 0; i < text.size(); ++i)
     if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')) out += text[i];
   return out;
+}
+
+std::string SystemError(long code) {
+  std::u16string text;
+  EXPECT_TRUE(plat::SystemErrorText(static_cast<uint32_t>(code), 0, text));
+  while (!text.empty() && (text.back() == u'\n' || text.back() == u'\r' || text.back() == u' ')) text.pop_back();
+  return "error " + std::to_string(code) + " (" + zxsupport::Ascii(text) + ")";
 }
 
 }  // namespace zxuttest

@@ -17,4 +17,7 @@ Run Zxut(const std::vector<std::string>& args);
 // The Windows line ends of a program's output turned into "\n".
 std::string Lf(std::string text);
 
+// "error 2 (<the system's text for 2>)", as the tool reports a system error.
+std::string SystemError(long code);
+
 }  // namespace zxuttest

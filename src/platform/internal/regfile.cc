@@ -441,6 +441,11 @@ namespace {
 
 bool Blank(const Entry& e) { return e.raw && TrimRight(TrimLeft(e.text)).empty(); }
 
+bool Comment(const Entry& e) {
+  const std::u16string_view t = TrimLeft(e.text);
+  return e.raw && !t.empty() && (t[0] == u';' || t[0] == u'#');
+}
+
 Entry BlankLine(const Document& doc) {
   Entry e;
   e.raw = true;
@@ -463,11 +468,11 @@ Key& AppendKey(Document& doc, std::u16string_view root, std::u16string_view path
   return doc.keys.back();
 }
 
-// A new value goes after the key's last non-blank line, so that the blank lines
-// before the next key stay where they are.
+// A new value goes after the key's last value: blank lines and comments at the end
+// of a section belong to what follows it.
 Entry& InsertValue(const Document& doc, Key& key) {
   size_t at = key.entries.size();
-  while (at > 0 && Blank(key.entries[at - 1])) --at;
+  while (at > 0 && (Blank(key.entries[at - 1]) || Comment(key.entries[at - 1]))) --at;
   // A kept line ending in a backslash would take the new line as its continuation.
   if (at > 0 && key.entries[at - 1].raw) {
     std::u16string_view t = TrimRight(key.entries[at - 1].text);

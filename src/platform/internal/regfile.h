@@ -82,7 +82,7 @@ Entry* FindValue(Document& doc, std::u16string_view root, std::u16string_view pa
                  std::u16string_view name, bool* keyExists);
 Entry* FindValue(Key& key, std::u16string_view name);
 // Finds or appends the key, then sets the value: in place, or after the key's last
-// non-blank line.
+// value (before the blank lines and comments that end its section).
 void SetValue(Document& doc, std::u16string_view root, std::u16string_view path,
               std::u16string_view name, uint32_t type, const uint8_t* data, size_t size);
 // The values of a key, each name once (its last definition), in the order of their

@@ -266,11 +266,12 @@ long DeleteRegValueChecked(Hive hive, const char16_t* key, const char16_t* name,
                            RegFileProblem* problem) {
   std::u16string k(View(key)), n(View(name));
   {
-    // Nothing to delete: no need to take the lock or write.
+    // Nothing to delete: no need to take the lock or write. (A checked delete
+    // reports a problem of the file first: the value may stand on that line.)
     std::lock_guard<std::mutex> guard(TheStore().mutex);
-    bool keyExists = false;
-    if (!regfile::FindValue(Current(hive), RootName(hive), k, n, &keyExists))
-      return long(kErrFileNotFound);
+    regfile::Document& doc = Current(hive);
+    if (problem && FirstProblem(doc, RegistryFilePath(hive), problem)) return long(kErrBadDb);
+    if (!regfile::FindValue(doc, RootName(hive), k, n, nullptr)) return long(kErrFileNotFound);
   }
   return Rewrite(hive, [&](regfile::Document& doc) {
     return regfile::DeleteValue(doc, RootName(hive), k, n) ? 0L : long(kErrFileNotFound);
