@@ -29,6 +29,7 @@ constexpr char kUsage[] =
     "    --expand TEXT   an expandable string, e.g. %TEMP%\\zx.log\n"
     "    --dword N       a 32-bit number, decimal or 0x hex\n"
     "    --binary HEX    bytes as hex digits, e.g. 01ab or 01,ab\n"
+    "    --              ends the options, for a VALUE that starts with --\n"
     "  get prints the value (a dword in decimal, bytes in hex); list prints the\n"
     "  subkeys (NAME\\) and then one line per value: NAME, kind and value, tab-separated.\n"
     "  On Linux the values live in HKLM.reg and HKCU.reg in $ZXUT_REGISTRY_DIR, else in\n"
