@@ -66,6 +66,7 @@ TEST(ZxutHelp, WrongArgumentsGiveTheUsageOnStandardErrorAndStatus2) {
       {{"version", "extra"}, "usage: zxut version"},
       {{"viewer", "--no-such-option"}, "usage: zxut viewer"},
       {{"viewer", "--count"}, "usage: zxut viewer"},
+      {{"viewer", "--count", "ten"}, "usage: zxut viewer"},
       {{"prof", "show"}, "usage: zxut prof"},
       {{"prof", "convert", "a", "b", "--format", "pdf"}, "usage: zxut prof"},
       {{"pack"}, "usage: zxut pack"},

@@ -56,7 +56,9 @@ int RunViewer(int argc, char** argv) {
   bool quiet = false;
   for (int i = 0; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--count") && i + 1 < argc) {
-      count = std::strtol(argv[++i], nullptr, 10);
+      char* end = nullptr;
+      count = std::strtol(argv[++i], &end, 10);
+      if (*end || end == argv[i] || count < 0) return zxut::UsageError("viewer", "--count takes a number");
     } else if (!std::strcmp(argv[i], "--raw") && i + 1 < argc) {
       rawPath = argv[++i];
     } else if (!std::strcmp(argv[i], "--quiet")) {
