@@ -24,12 +24,12 @@ linux_packages=(
   libzip-dev p7zip-full                         # ZIP peer and oracle
   lynx w3m html2text                            # HTML-to-text oracles and peers
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
+  dpkg-dev                                      # the Debian package (dpkg-shlibdeps), apt-get source
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   mingw-w64-x86-64-dev libz-mingw-w64-dev
   wine wine64
-  dpkg-dev                                      # apt-get source
 )
 
 packages=("${linux_packages[@]}")

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # The whole test run of zxUT22 (what CI runs):
 #   setup    install missing packages, cross-build the Windows dependencies
-#   linux    native build (with the benchmarks) + ctest, benchmark smoke run
+#   linux    native build (with the benchmarks) + ctest (with the install tree, the
+#            Debian package and the README's commands), benchmark smoke run, the demo
 #   asan     ASan+UBSan build + ctest
 #   tsan     TSan build + ctest of the suites whose code runs threads side by side
 #   fuzz     clang libFuzzer build, a short run of every fuzz target on its seed corpus
-#   windows  mingw-w64 build of zxUT22.dll + ctest under wine
+#   windows  mingw-w64 build of zxUT22.dll + ctest under wine (with the Windows kit and
+#            a C client of it)
 # Build folders go to ZXUT_OUT (default <repo>/out) and are reused by the next run.
 # Every phase runs even when an earlier one failed; the exit status is non-zero
 # when any failed. Select phases with arguments: bash scripts/test.sh linux fuzz
@@ -103,6 +105,14 @@ phase_linux() {
       rc=1
     fi
   done
+  # The demo of the README's first command, on this build.
+  if ZXUT_DEMO_BUILD=$b bash "$here/demo.sh" >"$b/demo.log" 2>&1; then
+    log "demo: ok"
+  else
+    tail -30 "$b/demo.log" >&2
+    log "demo failed (log: $b/demo.log)"
+    rc=1
+  fi
   return $rc
 }
 

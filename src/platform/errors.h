@@ -58,6 +58,7 @@ constexpr uint32_t kErrMrMidNotFound = 317;           // ERROR_MR_MID_NOT_FOUND:
 constexpr uint32_t kErrOperationAborted = 995;        // ERROR_OPERATION_ABORTED
 constexpr uint32_t kErrIoPending = 997;               // ERROR_IO_PENDING
 constexpr uint32_t kErrInvalidFlags = 1004;           // ERROR_INVALID_FLAGS
+constexpr uint32_t kErrBadDb = 1009;                  // ERROR_BADDB: a registry file that does not read
 constexpr uint32_t kErrNoUnicodeTranslation = 1113;   // ERROR_NO_UNICODE_TRANSLATION
 constexpr uint32_t kErrIoDevice = 1117;               // ERROR_IO_DEVICE: EIO
 constexpr uint32_t kErrNotFound = 1168;               // ERROR_NOT_FOUND

@@ -16,6 +16,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/errors.h"   // the error numbers these return
 
@@ -49,6 +50,31 @@ long SetRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t 
 long DeleteRegValue(Hive hive, const char16_t* key, const char16_t* name);
 // RegOpenCurrentUser succeeds (the handle is closed again at once). Linux: true.
 bool OpenCurrentUserHive();
+
+// ---- The checked calls of an editing tool (`zxut reg`). Unlike the calls above,
+// which read past a line of the store they do not understand and keep it, these
+// report such a line, and the changing ones refuse to rewrite the file: they return
+// 1009 (ERROR_BADDB) with `problem` telling the file, line and what is wrong.
+// Windows has no store file: there they are the plain calls.
+struct RegFileProblem {
+  std::string file;
+  size_t line = 0;       // 1-based
+  std::string what;      // "a value whose data does not read", ...
+};
+struct RegValue {
+  std::u16string name;   // empty for the key's default value
+  uint32_t type = 0;
+  std::vector<uint8_t> data;
+};
+// The key's direct subkeys and its values (an empty key: the hive's). 0, 2 (no such
+// key) or an error; a file with a problem is listed all the same, with the first
+// problem in `problem`.
+long ListRegKey(Hive hive, const char16_t* key, std::vector<std::u16string>& subkeys,
+                std::vector<RegValue>& values, RegFileProblem* problem);
+long SetRegValueChecked(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
+                        const void* data, uint32_t size, RegFileProblem* problem);
+long DeleteRegValueChecked(Hive hive, const char16_t* key, const char16_t* name,
+                           RegFileProblem* problem);
 
 // Where the Linux store keeps a hive (empty on Windows); for `zxut reg` and tests.
 std::string RegistryFilePath(Hive hive);

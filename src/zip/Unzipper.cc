@@ -142,6 +142,35 @@ std::runtime_error EntryError(const char* what, const ZipEntry& entry, const cha
 
 }  // namespace
 
+namespace {
+
+// An archive of no entries: the end record (22 bytes, no entries, no directory)
+// and its comment are the whole file.
+bool ReadEmptyArchive(const zx::String& path, std::string& comment) {
+  plat::FileHandle h = plat::FileOpen(path.wchar(), plat::kGenericRead, plat::kShareRead, plat::kOpenExisting,
+                                      plat::kAttrNormal);
+  if (!plat::IsValidFile(h)) return false;
+  uint64_t size = 0;
+  std::string bytes;
+  uint32_t done = 0;
+  if (plat::FileSize(h, &size) && size >= 22 && size <= 22 + 0xFFFF) {
+    bytes.resize(static_cast<size_t>(size));
+    if (!plat::FileRead(h, bytes.data(), static_cast<uint32_t>(size), &done) || done != size) bytes.clear();
+  }
+  plat::FileClose(h);
+  auto u16 = [&](size_t at) {
+    return static_cast<uint32_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1]) << 8);
+  };
+  if (bytes.size() < 22 || bytes.compare(0, 4, "PK\x05\x06") != 0) return false;
+  for (size_t at = 4; at < 20; ++at)   // disks, counts, directory size and offset
+    if (bytes[at] != 0) return false;
+  if (22 + u16(20) != bytes.size()) return false;
+  comment = bytes.substr(22);
+  return true;
+}
+
+}  // namespace
+
 Unzipper::Unzipper(const zx::String& zipPath) {
   zlib_filefunc64_def functions{};
   functions.zopen64_file = &OpenFile;
@@ -152,7 +181,16 @@ Unzipper::Unzipper(const zx::String& zipPath) {
   functions.zclose_file = &CloseFile;
   functions.zerror_file = &TestError;
   zip_ = unzOpen2_64(zipPath.wchar(), &functions);
-  if (!zip_) throw std::runtime_error("Error loading zip file!");
+  if (zip_) {
+    unz_global_info64 global{};
+    if (unzGetGlobalInfo64(Zip(zip_), &global) == UNZ_OK && global.size_comment) {
+      comment_.resize(global.size_comment);
+      const int n = unzGetGlobalComment(Zip(zip_), comment_.data(), static_cast<uLong>(comment_.size()));
+      comment_.resize(n > 0 ? static_cast<size_t>(n) : 0);
+    }
+  } else if (!ReadEmptyArchive(zipPath, comment_)) {
+    throw std::runtime_error("Error loading zip file!");
+  }
 }
 
 Unzipper::~Unzipper() { close(); }
@@ -163,6 +201,7 @@ void Unzipper::close() {
 }
 
 void Unzipper::forEachEntry(const std::function<void(const ZipEntry&)>& onEntry) {
+  if (!zip_) return;   // no entries
   // Names and extra fields are at most 65,535 bytes: one buffer of each for all.
   std::string name(0x10000, '\0');
   std::string extra(0x10000, '\0');
@@ -202,7 +241,7 @@ std::vector<ZipEntry> Unzipper::entries() {
 
 void Unzipper::extractEntry(const ZipEntry& entry, const std::function<void(const void*, size_t)>& sink) {
   unz64_file_pos pos{entry.posInCentralDir, entry.numFile};
-  if (unzGoToFilePos64(Zip(zip_), &pos) != UNZ_OK) throw EntryError(" opening", entry);
+  if (!zip_ || unzGoToFilePos64(Zip(zip_), &pos) != UNZ_OK) throw EntryError(" opening", entry);
   // Without a password minizip would hand out the enciphered bytes.
   if (entry.isEncrypted()) throw EntryError(" opening", entry, "encrypted entries are not supported");
   if (unzOpenCurrentFile(Zip(zip_)) != UNZ_OK) throw EntryError(" opening", entry);

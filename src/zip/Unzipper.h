@@ -39,7 +39,8 @@ struct ZipEntry {
 class Unzipper {
  public:
   // Opens the archive; "Error loading zip file!" when it can't be opened or has no
-  // readable end record.
+  // readable end record. An archive without entries (only its end record and
+  // comment), which minizip does not open, is read as empty.
   explicit Unzipper(const zx::String& zipPath);
   ~Unzipper();
   Unzipper(const Unzipper&) = delete;
@@ -50,6 +51,8 @@ class Unzipper {
   // can't be read.
   void forEachEntry(const std::function<void(const ZipEntry&)>& onEntry);
   std::vector<ZipEntry> entries();
+  // The archive comment as stored (bytes).
+  std::string comment() const { return comment_; }
 
   // Streams the entry's uncompressed bytes to `sink` in blocks of at most 256 KiB.
   // " opening internal file '<name>' in zip" (also for an encrypted entry, with
@@ -60,7 +63,8 @@ class Unzipper {
   void close();
 
  private:
-  void* zip_ = nullptr;   // unzFile
+  void* zip_ = nullptr;   // unzFile; null for an archive without entries
+  std::string comment_;
   std::vector<char> block_;
 };
 

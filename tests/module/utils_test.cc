@@ -126,6 +126,15 @@ TEST(UtilsTest, IdentityStringsDescribeProcessAndLibrary) {
   EXPECT_EQ(id.windowsVersion, plat::SystemVersion());
   EXPECT_EQ(id.session, 0u);
   EXPECT_EQ(Ascii(zx::BaseNameOfFile(zx::String(u"A.B.DLL")).wchar()), "A.B");
+  // A library's base name leaves out a shared object's version.
+  const struct {
+    const char16_t *file, *base;
+  } libraries[] = {{u"LIBZXUT22.SO.22", u"LIBZXUT22"}, {u"LIBZXUT22.SO.22.5", u"LIBZXUT22"},
+                   {u"libzxUT22.so", u"libzxUT22"},   {u"ZXUT22.DLL", u"ZXUT22"},
+                   {u"A.B.DLL", u"A.B"},               {u"LIBX.SO.1A", u"LIBX.SO"},
+                   {u"LIBX.22", u"LIBX"},              {u"SO.1", u"SO"}};
+  for (const auto& l : libraries)
+    EXPECT_EQ(Ascii(zx::BaseNameOfLibrary(zx::String(l.file)).wchar()), Ascii(l.base)) << Ascii(l.file);
   EXPECT_EQ(Ascii(zx::FolderOfPath(zx::String(u"C:\\X\\Y.EXE")).wchar()), "C:\\X\\");
 }
 

@@ -2,6 +2,7 @@
 // rules above it (buffer retry, "T" booleans, the hive rule).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -59,9 +60,10 @@ TEST(RegFile, ParsesAHandWrittenFileWithOddCaseAndEscapes) {
       "\"Broken=\"no closing quote\r\n"
       "\"Gone\"=-\r\n";
   regfile::Document doc = regfile::Parse(text);
-  ASSERT_EQ(doc.leading.size(), 1u);
-  EXPECT_TRUE(doc.leading[0].raw);
-  EXPECT_EQ(doc.leading[0].text, u"; written by hand");
+  ASSERT_EQ(doc.leading.size(), 3u);   // the header, a blank line, the comment
+  EXPECT_TRUE(doc.leading[2].raw);
+  EXPECT_EQ(doc.leading[2].text, u"; written by hand\r");
+  EXPECT_TRUE(doc.crlf);
   ASSERT_EQ(doc.keys.size(), 2u);
   EXPECT_EQ(doc.keys[1].path, u"software\\zarnik\\Sub");   // trailing backslash trimmed
 
@@ -86,8 +88,13 @@ TEST(RegFile, ParsesAHandWrittenFileWithOddCaseAndEscapes) {
   }
   // Unparseable lines survive as they were.
   EXPECT_TRUE(doc.keys[1].entries[2].raw);
-  EXPECT_EQ(doc.keys[1].entries[2].text, u"\"Broken=\"no closing quote");
+  EXPECT_EQ(doc.keys[1].entries[2].text, u"\"Broken=\"no closing quote\r");
   EXPECT_TRUE(doc.keys[1].entries[3].raw);
+  // ... and are listed with their line numbers.
+  ASSERT_EQ(doc.problems.size(), 2u);
+  EXPECT_EQ(doc.problems[0].line, 14u);
+  EXPECT_EQ(doc.problems[1].line, 15u);
+  EXPECT_EQ(regfile::Serialize(doc), text);
   // Another root never matches.
   EXPECT_EQ(regfile::FindValue(doc, u"HKEY_CURRENT_USER", u"software\\zarnik", u"", nullptr), nullptr);
 }
@@ -156,6 +163,112 @@ TEST(RegFile, CaseFoldingBeyondAscii) {
   EXPECT_TRUE(regfile::EqualNoCase(u"\u00C4rger\u0141", u"\u00E4RGER\u0142"));
   EXPECT_FALSE(regfile::EqualNoCase(u"a", u"b"));
   EXPECT_FALSE(regfile::EqualNoCase(u"\u00D7", u"\u00F7"));   // the signs are not a pair
+}
+
+// Written back unchanged, a file gives its own bytes; a value set in place changes
+// its line alone; a new value goes after the key's last line, a new key at the end.
+TEST(RegFile, RewritesKeepEveryOtherByte) {
+  const std::string lf =
+      "Windows Registry Editor Version 5.00\n\n"
+      ";  a comment   \n"
+      "[HKEY_CURRENT_USER\\Software\\zarnik]\n"
+      "\"GPFMiniDumpMode\" = dword:000A3AA7\n"
+      "\"Blob\"=hex:01,02,\\\n"
+      "    03\n"
+      "# another comment\n\n\n"
+      "[HKEY_CURRENT_USER\\Software\\Unknown\\Key]\n"
+      "\"Other\"=\"kept\"\n";
+  auto crlf = [](std::string t) {
+    std::string out;
+    for (char c : t) (c == '\n' ? out += "\r\n" : out += c);
+    return out;
+  };
+  std::u16string wide;
+  for (char c : crlf(lf)) wide.push_back(char16_t(static_cast<unsigned char>(c)));
+  const struct {
+    const char* what;
+    std::string bytes;
+    std::string before, after;   // the edited line as it was and as it becomes
+  } files[] = {
+      {"LF", lf, "\"GPFMiniDumpMode\" = dword:000A3AA7\n", "\"GPFMiniDumpMode\"=dword:00000007\n"},
+      {"CR LF", crlf(lf), "\"GPFMiniDumpMode\" = dword:000A3AA7\r\n", "\"GPFMiniDumpMode\"=dword:00000007\r\n"},
+      {"UTF-8 BOM", "\xEF\xBB\xBF" + lf, "\"GPFMiniDumpMode\" = dword:000A3AA7\n",
+       "\"GPFMiniDumpMode\"=dword:00000007\n"},
+      {"UTF-16", "\xFF\xFE" + zxsupport::Utf16LeBytes(wide),
+       zxsupport::Utf16LeBytes(u"\"GPFMiniDumpMode\" = dword:000A3AA7\r\n"),
+       zxsupport::Utf16LeBytes(u"\"GPFMiniDumpMode\"=dword:00000007\r\n")},
+      {"no final line end", lf.substr(0, lf.size() - 1), "\"GPFMiniDumpMode\" = dword:000A3AA7\n",
+       "\"GPFMiniDumpMode\"=dword:00000007\n"},
+  };
+  const uint8_t seven[] = {7, 0, 0, 0};
+  for (const auto& f : files) {
+    SCOPED_TRACE(f.what);
+    regfile::Document doc = regfile::Parse(f.bytes);
+    EXPECT_TRUE(doc.problems.empty());
+    EXPECT_EQ(regfile::Serialize(doc), f.bytes);
+    regfile::SetValue(doc, u"HKCU", u"software\\zarnik", u"gpfminidumpmode", 4, seven, 4);
+    std::string expected = f.bytes;
+    const size_t at = expected.find(f.before);
+    ASSERT_NE(at, std::string::npos);
+    expected.replace(at, f.before.size(), f.after);
+    EXPECT_EQ(regfile::Serialize(doc), expected);
+  }
+  // New values and keys in an LF file.
+  regfile::Document doc = regfile::Parse(lf);
+  regfile::SetValue(doc, u"HKCU", u"software\\zarnik", u"New", 4, seven, 4);
+  regfile::SetValue(doc, u"HKCU", u"software\\zarnik\\Sub", u"X", 4, seven, 4);
+  std::string expected = lf;
+  expected.insert(expected.find("# another"), "\"New\"=dword:00000007\n");   // before the comment
+  expected += "\n[HKCU\\software\\zarnik\\Sub]\n\"X\"=dword:00000007\n";
+  EXPECT_EQ(regfile::Serialize(doc), expected);
+}
+
+// What the parser keeps without understanding it, with the line it stands on.
+TEST(RegFile, ProblemsNameTheirLines) {
+  const struct {
+    const char* text;
+    size_t line;
+    const char* what;
+  } cases[] = {
+      {"[HKEY_CURRENT_USER\\Software\\zarnik]\n\"A\"=dword:1234567890\n", 2, "data does not read"},
+      {"; fine\n\"A\"=\"1\"\n", 2, "before the first key"},
+      {"[HKEY_CURRENT_USER\\Software\\zarnik\n", 1, "closing ']'"},
+      {"[HKCU\\x]\r\n\r\nsome words\r\n", 3, "neither a value"},
+      {"[HKCU\\x]\n\"Bin\"=hex:01,\\\n  zz\n\"C\"=-\n", 2, "data does not read"},
+      {"[HKCU\\x]\n\"A\"=\"1\"\n\"C\"=-\n", 3, "value deletion"},
+      {"[-HKCU\\x]\n", 1, "key deletion"},
+      {"[HKCU\\x]\n\"A\"=\"caf\xE9\"\n", 2, "not UTF-8"},
+      {"\xFF\xFE[\0H\0K\0C\0U\0]\0\n\0!", 2, "odd number"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::string bytes(c.text, c.text + (c.text[0] == '\xFF' ? 17 : std::strlen(c.text)));
+    regfile::Document doc = regfile::Parse(bytes);
+    ASSERT_FALSE(doc.problems.empty());
+    EXPECT_EQ(doc.problems[0].line, c.line);
+    EXPECT_NE(doc.problems[0].what.find(c.what), std::string::npos) << doc.problems[0].what;
+  }
+  // Comments, blank lines, the header and every kind of value are no problem.
+  EXPECT_TRUE(regfile::Parse("REGEDIT4\n\n# c\n; c\n[HKCU\\x]\n@=\"d\"\n\"B\"=hex(2):41,00,00,00\n").problems.empty());
+}
+
+TEST(RegFile, ValuesAndSubkeysOfAKey) {
+  regfile::Document doc = regfile::Parse(
+      "[HKCU\\Software\\zarnik]\n\"A\"=\"1\"\n\"B\"=\"2\"\n"
+      "[HKCU\\Software\\zarnik\\One\\Deep]\n"
+      "[HKEY_CURRENT_USER\\software\\ZARNIK]\n\"a\"=\"3\"\n"
+      "[HKCU\\Software\\zarnik\\two]\n[HKCU\\Software\\zarnik\\ONE]\n[HKCU\\Software\\zarnikX]\n"
+      "[HKLM\\Software\\zarnik\\Three]\n");
+  bool exists = false;
+  std::vector<const regfile::Entry*> values = regfile::KeyValues(doc, u"HKCU", u"software\\zarnik", &exists);
+  EXPECT_TRUE(exists);
+  ASSERT_EQ(values.size(), 2u);
+  EXPECT_EQ(values[0]->data, Utf16Bytes(u"3"));   // the last definition, in the first one's place
+  EXPECT_EQ(values[1]->name, u"B");
+  EXPECT_EQ(regfile::SubkeyNames(doc, u"HKCU", u"Software\\zarnik"), (std::vector<std::u16string>{u"One", u"two"}));
+  EXPECT_EQ(regfile::SubkeyNames(doc, u"HKCU", u""), (std::vector<std::u16string>{u"Software"}));
+  EXPECT_TRUE(regfile::KeyValues(doc, u"HKCU", u"Software", &exists).empty());
+  EXPECT_FALSE(exists);   // only implied by its subkeys
 }
 
 #ifndef _WIN32
@@ -255,14 +368,14 @@ TEST_F(RegistryStore, WritesKeepEverythingElseAndReadBack) {
   const std::string file = Read("HKLM.reg");
   EXPECT_EQ(file,
             "Windows Registry Editor Version 5.00\n\n"
-            "; keep this comment\n\n"
+            "; keep this comment\n"
             "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Zarnik]\n"
             "\"Debug.LogFilename\"=\"D:\\\\y.log\"\n"
             "some line we do not understand\n\n"
             "[HKEY_LOCAL_MACHINE\\Software\\Other]\n"
             "\"Keep\"=dword:00000001\n\n"
             "[HKEY_LOCAL_MACHINE\\software\\zarnik\\New]\n"
-            "\"GPFMiniDumpMode\"=dword:000a3aa7\n\n");
+            "\"GPFMiniDumpMode\"=dword:000a3aa7\n");
   // No temporary file is left behind.
   EXPECT_NE(std::system(("ls " + dir_ + " | grep -q tmp").c_str()), 0);
   // Delete.
@@ -327,6 +440,33 @@ TEST_F(RegistryStore, UnwritableFolderReportsAccessDenied) {
   uint32_t v = 1;
   EXPECT_EQ(SetRegValue(Hive::CurrentUser, u"Software\\zarnik", u"X", kRegDword, &v, 4), 5);
   setenv("ZXUT_REGISTRY_DIR", dir_.c_str(), 1);
+}
+
+// The checked calls refuse a file with a problem and leave it as it was; the plain
+// ones (the library's own writes) keep the line and write.
+TEST_F(RegistryStore, CheckedCallsRefuseAFileWithAProblem) {
+  const std::string text = "[HKEY_LOCAL_MACHINE\\software\\zarnik]\n\"A\"=\"1\"\n\"B\"=dword:xyz\n";
+  Write("HKLM.reg", text);
+  uint32_t v = 1;
+  RegFileProblem problem;
+  EXPECT_EQ(SetRegValueChecked(Hive::LocalMachine, u"software\\zarnik", u"C", kRegDword, &v, 4, &problem),
+            long(kErrBadDb));
+  EXPECT_EQ(problem.file, dir_ + "/HKLM.reg");
+  EXPECT_EQ(problem.line, 3u);
+  EXPECT_EQ(DeleteRegValueChecked(Hive::LocalMachine, u"software\\zarnik", u"A", &problem), long(kErrBadDb));
+  EXPECT_EQ(Read("HKLM.reg"), text);
+  // Listing works, and tells the problem.
+  std::vector<std::u16string> subkeys;
+  std::vector<RegValue> values;
+  problem = {};
+  EXPECT_EQ(ListRegKey(Hive::LocalMachine, u"software\\zarnik", subkeys, values, &problem), 0);
+  ASSERT_EQ(values.size(), 1u);
+  EXPECT_EQ(values[0].name, u"A");
+  EXPECT_EQ(problem.line, 3u);
+  EXPECT_EQ(ListRegKey(Hive::LocalMachine, u"software\\none", subkeys, values, nullptr), 2);
+  // The library's own write goes through and keeps the line.
+  EXPECT_EQ(SetRegValue(Hive::LocalMachine, u"software\\zarnik", u"C", kRegDword, &v, 4), 0);
+  EXPECT_EQ(Read("HKLM.reg"), text + "\"C\"=dword:00000001\n");
 }
 
 // ---- the reader rules
@@ -441,6 +581,24 @@ TEST(RegistryWindows, RoundTripAndReaderRulesInTheRealRegistry) {
   EXPECT_EQ(n, 670375u);
   EXPECT_TRUE(OpenCurrentUserHive());
   EXPECT_EQ(QueryRegValue(Hive::ThreadUser, key.c_str(), u"N", &type, &n, &size), 0);
+
+  // Listing: the values with their types and data, the key among its parent's subkeys.
+  ASSERT_EQ(SetRegValue(Hive::CurrentUser, (key + u"\\Sub").c_str(), u"X", kRegSz, hello.data(), 12), 0);
+  std::vector<std::u16string> subkeys;
+  std::vector<RegValue> values;
+  ASSERT_EQ(ListRegKey(Hive::CurrentUser, key.c_str(), subkeys, values, nullptr), 0);
+  EXPECT_EQ(subkeys, std::vector<std::u16string>{u"Sub"});
+  ASSERT_EQ(values.size(), 4u);
+  for (const RegValue& v : values) {
+    if (v.name != u"N") continue;
+    EXPECT_EQ(v.type, kRegDword);
+    EXPECT_EQ(v.data, (std::vector<uint8_t>{0xA7, 0x3A, 0x0A, 0}));
+  }
+  ASSERT_EQ(ListRegKey(Hive::CurrentUser, u"Software", subkeys, values, nullptr), 0);
+  EXPECT_NE(std::find(subkeys.begin(), subkeys.end(), key.substr(9)), subkeys.end());
+  EXPECT_EQ(ListRegKey(Hive::CurrentUser, (key + u"\\None").c_str(), subkeys, values, nullptr), 2);
+  EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, (key + u"\\Sub").c_str(), u"X"), 0);
+  ::RegDeleteKeyW(HKEY_CURRENT_USER, reinterpret_cast<const wchar_t*>((key + u"\\Sub").c_str()));
 
   for (const char16_t* name : {u"Text", u"Long", u"Flag", u"N"})
     EXPECT_EQ(DeleteRegValue(Hive::CurrentUser, key.c_str(), name), 0);

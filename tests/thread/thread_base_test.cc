@@ -60,9 +60,11 @@ class Stubborn : public zx::clsThreadBase {
     if (end_) ThreadEnd(false, 10000, false);
   }
   uint32_t ThreadProc() override {
+    // Nothing of the object after `entered` opens: the test may abandon or destroy it.
+    const plat::WaitHandle gate = gate_;
     entered.Open();
-    plat::WaitOne(gate_, plat::kInfinite);
-    return 5;   // touches nothing of the object: it may have been abandoned
+    plat::WaitOne(gate, plat::kInfinite);
+    return 5;
   }
   // The thread is inside the derived ThreadProc.
   void WaitEntered() { ASSERT_EQ(plat::WaitOne(entered.h, 10000), 0u); }

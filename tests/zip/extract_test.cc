@@ -6,6 +6,7 @@
 
 #include "extract_test_util.h"
 #include "zip/Extract.h"
+#include "zip/Unzipper.h"
 #include "zxUT22.h"
 
 namespace {
@@ -171,6 +172,18 @@ TEST(Extract, WhatTheWriterPacksComesBack) {
 
   ASSERT_EQ(ExtractExport(archive, scratch / "out"), 1);
   EXPECT_EQ(TreeManifest(scratch / "out"), TreeManifest(tree));
+
+  // An archive without entries (minizip opens none) extracts to an empty folder,
+  // and its comment is read; an end record that announces entries is not empty.
+  HZIPFILE none = UtilZIPCreate(reinterpret_cast<LPCWSTR>(a.c_str()), reinterpret_cast<LPCWSTR>(u"nothing here"));
+  ASSERT_EQ(UtilZIPClose(none), 0);
+  EXPECT_EQ(zipper::Unzipper(Str(archive)).comment(), "nothing here");
+  EXPECT_EQ(ExtractExport(archive, scratch / "none"), 1);
+  EXPECT_TRUE(fs::is_directory(scratch / "none") && fs::is_empty(scratch / "none"));
+  std::string bytes = ReadBytes(archive);
+  bytes[10] = 1;   // one entry in all, but no directory
+  WriteBytes(archive, bytes);
+  EXPECT_EQ(Thrown(archive, scratch / "none2"), "Error loading zip file!");
 }
 
 }  // namespace

@@ -111,7 +111,9 @@ TEST(ExtractTools, ZxutUnzip) {
   EXPECT_EQ(Output(zxut + " unzip " + Q(DataFile("hostile/slip_parent.zip")) + " " + Q(scratch / "x") +
                    " 2>&1; echo $?"),
             "zxut:  refusing internal file '../evil.txt' in zip: '..' component\n1\n");
-  EXPECT_EQ(Output(zxut + " unzip onlyone 2>&1; echo $?"), "usage: zxut unzip ARCHIVE DIR\n2\n");
+  const std::string usage = Output(zxut + " unzip onlyone 2>&1; echo $?");
+  EXPECT_EQ(usage.rfind("usage: zxut unzip ARCHIVE DIR\n", 0), 0u) << usage;
+  EXPECT_EQ(usage.substr(usage.size() - 2), "2\n") << usage;
   // zxut zip --list prints what unzip -l prints (once `zip --list` reaches RunZipList).
   const std::string listing = Output(zxut + " zip --list " + Q(DataFile("infozip.zip")) + " 2>&1");
   if (listing.find("unknown command") != std::string::npos || listing.rfind("usage: zxut zip [", 0) == 0)

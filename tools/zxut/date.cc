@@ -9,16 +9,23 @@
 
 #include "platform/bstr.h"
 #include "platform/variant.h"
+#include "command.h"
 #include "text.h"
+
+int RunDateCommand(int argc, char** argv);
 
 namespace {
 
-int Usage() {
-  std::fputs("usage: zxut date parse LCID TEXT [--flags N]\n"
-             "       zxut date format LCID YYYYMMDD[hhmmss]\n"
-             "       zxut date dst YEAR\n", stderr);
-  return 2;
-}
+[[maybe_unused]] const bool kAdded = zxut::AddCommand(
+    {"date", "read and write dates as a locale does",
+     "usage: zxut date parse LCID TEXT [--flags N]\n"
+     "       zxut date format LCID YYYYMMDD[hhmmss]\n"
+     "       zxut date dst YEAR\n"
+     "  parse: TEXT as typed in the locale LCID (0x0407 or 1031); format: a compact date\n"
+     "  as the locale writes it; dst: daylight-saving start and end in UTC, this zone\n",
+     &RunDateCommand});
+
+int Usage() { return zxut::UsageError("date"); }
 
 bool Number(const char* text, unsigned long& value) {
   char* end = nullptr;
@@ -83,7 +90,7 @@ int Dst(int argc, char** argv) {
 
 }  // namespace
 
-int RunDate(int argc, char** argv) {
+int RunDateCommand(int argc, char** argv) {
   if (argc < 1) return Usage();
   if (std::strcmp(argv[0], "parse") == 0) return Parse(argc - 1, argv + 1);
   if (std::strcmp(argv[0], "format") == 0) return Format(argc - 1, argv + 1);

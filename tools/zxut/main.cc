@@ -1,63 +1,68 @@
-// zxut: the library's jobs for a person at a terminal.
+// zxut: the library's jobs for a person at a terminal. The commands live in the
+// files of this folder and add themselves to the table of command.h.
 #include <cstdio>
 #include <cstring>
+
+#include "command.h"
 #include "zxUT22.h"
 
-int RunViewer(int argc, char** argv);   // viewer.cc
-int RunPack(int argc, char** argv);     // pack.cc
-int RunUnpack(int argc, char** argv);   // pack.cc
-int RunProf(int argc, char** argv);     // prof.cc
-int RunZip(int argc, char** argv);      // zip.cc
-int RunUnzip(int argc, char** argv);    // unzip.cc
-int RunHtml2Text(int argc, char** argv);  // text_cmd.cc
-int RunText2Html(int argc, char** argv);  // text_cmd.cc
-int RunDate(int argc, char** argv);       // date.cc
+namespace {
 
-static int Version() {
+int Version(int argc, char**) {
+  if (argc != 0) return zxut::UsageError("version", "takes no arguments");
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
               (long)ProfGetVersion(2), (long)ProfGetVersion(0), (long)UtilGetVersion(0));
   return 0;
 }
 
-static void Usage() {
-  std::puts("usage: zxut <command> [arguments]\n"
-            "  version     print the library's version\n"
-            "  viewer      print the debug lines of this user's processes live (Ctrl-C ends)\n"
-            "  prof        show, get, set and convert profile files (zxut prof for details)\n"
-            "  pack [--compress] [--password P] FILE\n"
-            "              print FILE as packed text\n"
-            "  unpack [--password P] TEXTFILE OUT\n"
-            "              write the data of the packed text in TEXTFILE to OUT\n"
-            "  zip [--comment TEXT] OUT.zip PATH...\n"
-            "              write a new archive of files and folders (folders with all they hold)\n"
-            "  zip --list ARCHIVE\n"
-            "              list the entries of an archive\n"
-            "  unzip ARCHIVE DIR\n"
-            "              extract every entry of the ZIP ARCHIVE below DIR\n"
-            "  html2text [--brackets] [FILE|-]\n"
-            "              print the plain text of an HTML file (UTF-8)\n"
-            "  text2html [--brackets] [FILE|-]\n"
-            "              print a text file as HTML, one paragraph a line\n"
-            "  date parse LCID TEXT [--flags N] | date format LCID YYYYMMDD[hhmmss] | date dst YEAR\n"
-            "              read and write dates as a locale does; daylight-saving dates in UTC");
+const bool kAdded = zxut::AddCommand(
+    {"version", "print the library's version", "usage: zxut version\n"
+     "  prints the library's version, from ProfGetVersion and UtilGetVersion\n", &Version});
+
+void Overview(FILE* out) {
+  std::fputs("usage: zxut <command> [arguments]\n\ncommands:\n", out);
+  for (const zxut::Command* c : zxut::Commands()) std::fprintf(out, "  %-9s %s\n", c->name, c->summary);
+  std::fputs("\n'zxut help <command>' or 'zxut <command> --help' prints a command's usage.\n", out);
 }
 
+bool IsHelp(const char* arg) {
+  return !std::strcmp(arg, "--help") || !std::strcmp(arg, "-h");
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  if (argc < 2 || std::strcmp(argv[1], "version") == 0) return Version();
-  if (std::strcmp(argv[1], "viewer") == 0) return RunViewer(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "prof") == 0) return RunProf(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "unzip") == 0) return RunUnzip(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "html2text") == 0) return RunHtml2Text(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "text2html") == 0) return RunText2Html(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "date") == 0) return RunDate(argc - 2, argv + 2);
-  if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
-    Usage();
+  if (argc < 2) {
+    Overview(stderr);
+    return 2;
+  }
+  const char* name = argv[1];
+  if (!std::strcmp(name, "help") || IsHelp(name)) {
+    if (argc == 2) {
+      Overview(stdout);
+      return 0;
+    }
+    const zxut::Command* c = zxut::FindCommand(argv[2]);
+    if (!c || argc > 3) {
+      std::fprintf(stderr, "zxut help: no command '%s'\n", argv[2]);
+      Overview(stderr);
+      return 2;
+    }
+    std::fputs(c->usage, stdout);
     return 0;
   }
-  std::fprintf(stderr, "zxut: unknown command '%s'\n", argv[1]);
-  Usage();
-  return 2;
+  const zxut::Command* c = zxut::FindCommand(name);
+  if (!c) {
+    std::fprintf(stderr, "zxut: unknown command '%s'\n", name);
+    Overview(stderr);
+    return 2;
+  }
+  // "--help" anywhere before a "--" asks for the usage.
+  for (int i = 2; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+    if (IsHelp(argv[i])) {
+      std::fputs(c->usage, stdout);
+      return 0;
+    }
+  }
+  return c->run(argc - 2, argv + 2);
 }

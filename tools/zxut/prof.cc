@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string>
 
+#include "command.h"
 #include "text.h"
 
 namespace {
@@ -128,8 +129,7 @@ int Convert(const char* in, const char* out, const char* formatName) {
   else if (std::strcmp(formatName, "xml") == 0) format = PROF_FMT_XML;
   else if (std::strcmp(formatName, "xfdf") == 0) format = PROF_FMT_XFDF;
   else {
-    std::fprintf(stderr, "zxut prof: unknown format '%s' (text, xml or xfdf)\n", formatName);
-    return 2;
+    return zxut::UsageError("prof", "the format is text, xml or xfdf");
   }
   long code;
   HPROFJOB job = Open(in, false, &code);
@@ -142,22 +142,21 @@ int Convert(const char* in, const char* out, const char* formatName) {
   return saved == PROF_OK ? 0 : Fail("cannot save", out, saved);
 }
 
-void Usage() {
-  std::fputs("usage: zxut prof show FILE\n"
-             "       zxut prof get FILE PATH\n"
-             "       zxut prof set FILE PATH VALUE\n"
-             "       zxut prof convert IN OUT --format text|xml|xfdf\n",
-             stderr);
-}
-
-}  // namespace
-
 int RunProf(int argc, char** argv) {
-  if (argc >= 2 && std::strcmp(argv[0], "show") == 0 && argc == 2) return Show(argv[1]);
+  if (argc == 2 && std::strcmp(argv[0], "show") == 0) return Show(argv[1]);
   if (argc == 3 && std::strcmp(argv[0], "get") == 0) return Get(argv[1], argv[2]);
   if (argc == 4 && std::strcmp(argv[0], "set") == 0) return Set(argv[1], argv[2], argv[3]);
   if (argc == 5 && std::strcmp(argv[0], "convert") == 0 && std::strcmp(argv[3], "--format") == 0)
     return Convert(argv[1], argv[2], argv[4]);
-  Usage();
-  return 2;
+  return zxut::UsageError("prof");
 }
+
+[[maybe_unused]] const bool kAdded = zxut::AddCommand(
+    {"prof", "show, get, set and convert profile files",
+     "usage: zxut prof show FILE                    the tree, indented, one item a line\n"
+     "       zxut prof get FILE PATH                one value, e.g. printer/name\n"
+     "       zxut prof set FILE PATH VALUE          change (or add) a value, save in place\n"
+     "       zxut prof convert IN OUT --format F    save IN as OUT in F: text, xml or xfdf\n",
+     &RunProf});
+
+}  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/bstr.h"
+#include "command.h"
 #include "text.h"
 
 namespace {
@@ -24,15 +25,14 @@ bool ReadAll(const char* name, std::string& bytes) {
 }
 
 // The options --brackets and one FILE or "-" (the default).
-int ParseArgs(int argc, char** argv, const char* usage, bool& brackets, const char*& name) {
+int ParseArgs(int argc, char** argv, const char* command, bool& brackets, const char*& name) {
   brackets = false;
   name = nullptr;
   for (int i = 0; i < argc; ++i) {
     if (std::strcmp(argv[i], "--brackets") == 0) {
       brackets = true;
     } else if ((argv[i][0] == '-' && argv[i][1] != 0) || name) {
-      std::fprintf(stderr, "usage: zxut %s\n", usage);
-      return 2;
+      return zxut::UsageError(command);
     } else {
       name = argv[i];
     }
@@ -41,10 +41,10 @@ int ParseArgs(int argc, char** argv, const char* usage, bool& brackets, const ch
   return 0;
 }
 
-int Convert(int argc, char** argv, const char* usage, bool toText) {
+int Convert(int argc, char** argv, const char* command, bool toText) {
   bool brackets;
   const char* name;
-  if (int rc = ParseArgs(argc, argv, usage, brackets, name)) return rc;
+  if (int rc = ParseArgs(argc, argv, command, brackets, name)) return rc;
   std::string bytes;
   if (!ReadAll(name, bytes)) {
     std::fprintf(stderr, "zxut: cannot read: %s\n", name);
@@ -79,10 +79,26 @@ int Convert(int argc, char** argv, const char* usage, bool toText) {
 
 // zxut html2text [--brackets] [FILE|-]
 int RunHtml2Text(int argc, char** argv) {
-  return Convert(argc, argv, "html2text [--brackets] [FILE|-]", true);
+  return Convert(argc, argv, "html2text", true);
 }
 
 // zxut text2html [--brackets] [FILE|-]
 int RunText2Html(int argc, char** argv) {
-  return Convert(argc, argv, "text2html [--brackets] [FILE|-]", false);
+  return Convert(argc, argv, "text2html", false);
 }
+
+namespace {
+
+[[maybe_unused]] const bool kAdded =
+    zxut::AddCommand({"html2text", "print the plain text of an HTML file",
+                      "usage: zxut html2text [--brackets] [FILE|-]\n"
+                      "  prints the plain text of the HTML in FILE (standard input for - or none),\n"
+                      "  UTF-8 in and out; --brackets writes tags in the bracket notation\n",
+                      &RunHtml2Text}) &&
+    zxut::AddCommand({"text2html", "print a text file as HTML",
+                      "usage: zxut text2html [--brackets] [FILE|-]\n"
+                      "  prints the text in FILE (standard input for - or none) as HTML, one\n"
+                      "  paragraph a line; --brackets writes tags in the bracket notation\n",
+                      &RunText2Html});
+
+}  // namespace

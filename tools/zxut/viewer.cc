@@ -3,6 +3,7 @@
 // datagram with its time, thread, processor, digit, tag and indented text until
 // interrupted.
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -10,8 +11,10 @@
 #include <string>
 #include <vector>
 
+#include "command.h"
 #include "debug/Travue.h"
 #include "debug/TravuePacket.h"
+#include "platform/errors.h"
 #include "platform/shared_memory.h"
 #include "platform/udp.h"
 #include "text.h"
@@ -36,16 +39,16 @@ void PrintPacket(const zx::DecodedPacket& p) {
   std::fflush(stdout);
 }
 
-void Usage() {
-  std::fputs("usage: zxut viewer [--count N] [--raw FILE] [--quiet]\n"
-             "  prints the debug lines of every process of this user until Ctrl-C\n"
-             "  --count N   stop after N datagrams\n"
-             "  --raw FILE  also append each datagram to FILE (4-byte length, then the bytes)\n"
-             "  --quiet     print nothing but the port\n",
-             stderr);
-}
+int RunViewer(int argc, char** argv);
 
-}  // namespace
+[[maybe_unused]] const bool kAdded = zxut::AddCommand(
+    {"viewer", "print the debug lines of this user's processes live (Ctrl-C ends)",
+     "usage: zxut viewer [--count N] [--raw FILE] [--quiet]\n"
+     "  prints the debug lines of every process of this user until Ctrl-C\n"
+     "  --count N   stop after N datagrams\n"
+     "  --raw FILE  also append each datagram to FILE (4-byte length, then the bytes)\n"
+     "  --quiet     print nothing but the port\n",
+     &RunViewer});
 
 int RunViewer(int argc, char** argv) {
   long count = -1;
@@ -53,26 +56,29 @@ int RunViewer(int argc, char** argv) {
   bool quiet = false;
   for (int i = 0; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--count") && i + 1 < argc) {
-      count = std::strtol(argv[++i], nullptr, 10);
+      char* end = nullptr;
+      count = std::strtol(argv[++i], &end, 10);
+      if (*end || end == argv[i] || count < 0) return zxut::UsageError("viewer", "--count takes a number");
     } else if (!std::strcmp(argv[i], "--raw") && i + 1 < argc) {
       rawPath = argv[++i];
     } else if (!std::strcmp(argv[i], "--quiet")) {
       quiet = true;
     } else {
-      Usage();
-      return 2;
+      return zxut::UsageError("viewer", "unknown argument");
     }
   }
   uint16_t port = 0;
   uint64_t socket = plat::UdpBindLoopback(0, &port);
   if (socket == plat::kInvalidSocket) {
-    std::fprintf(stderr, "zxut viewer: cannot open a UDP port on 127.0.0.1 (%d)\n", plat::SocketLastError());
+    std::fprintf(stderr, "zxut viewer: cannot open a UDP port on 127.0.0.1: %s\n",
+                 zxut::SystemError(plat::SocketLastError()).c_str());
     return 1;
   }
   plat::SharedBlock block;
   bool existed = false;
   if (!block.Create(zx::kSharedDataLocalName, sizeof(zx::scTRAVUESharedData), &existed, true)) {
-    std::fprintf(stderr, "zxut viewer: cannot create the viewer's shared block\n");
+    std::fprintf(stderr, "zxut viewer: cannot create the viewer's shared block '%s': %s\n",
+                 Utf8(zx::kSharedDataLocalName).c_str(), zxut::SystemError(long(plat::LastError())).c_str());
     return 1;
   }
   if (existed) {
@@ -88,6 +94,11 @@ int RunViewer(int argc, char** argv) {
   std::printf("zxut viewer: listening on 127.0.0.1:%u\n", port);
   std::fflush(stdout);
   FILE* raw = rawPath ? std::fopen(rawPath, "ab") : nullptr;
+  if (rawPath && !raw) {
+    std::fprintf(stderr, "zxut viewer: cannot open '%s' for appending: %s\n", rawPath,
+                 zxut::SystemError(long(plat::ErrorFromErrno(errno))).c_str());
+    return 1;
+  }
   std::vector<unsigned char> buffer(65536);
   long received = 0;
   while (!g_stop && (count < 0 || received < count)) {
@@ -113,3 +124,5 @@ int RunViewer(int argc, char** argv) {
   plat::CloseSocket(socket);
   return 0;
 }
+
+}  // namespace

@@ -5,16 +5,23 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "command.h"
 #include "text.h"
+
+int RunZip(int argc, char** argv);
 
 namespace {
 
-constexpr const char* kUsage = "zip [--comment TEXT] OUT.zip PATH... | zip --list ARCHIVE";
+[[maybe_unused]] const bool kAdded = zxut::AddCommand(
+    {"zip", "write a ZIP archive of files and folders, or list one",
+     "usage: zxut zip [--comment TEXT] OUT.zip PATH...\n"
+     "       zxut zip --list ARCHIVE\n"
+     "  writes a new archive OUT.zip (an existing file is replaced): a file goes in under\n"
+     "  its path as given, a folder with all it holds under names relative to it;\n"
+     "  --list prints the entries of ARCHIVE as unzip -l does\n",
+     &RunZip});
 
-int UsageError() {
-  std::fprintf(stderr, "usage: zxut %s\n", kUsage);
-  return 2;
-}
+int UsageError(const char* why) { return zxut::UsageError("zip", why); }
 
 bool IsFolder(const std::u16string& path) {
   plat::FileInfo info;
@@ -34,10 +41,10 @@ int RunZip(int argc, char** argv) {
   std::vector<std::u16string> args;
   for (int i = 0; i < argc; ++i) {
     if (std::strcmp(argv[i], "--comment") == 0 && i + 1 < argc) comment = Wide(argv[++i]);
-    else if (argv[i][0] == '-' && argv[i][1]) return UsageError();
+    else if (argv[i][0] == '-' && argv[i][1]) return UsageError("unknown option");
     else args.push_back(Wide(argv[i]));
   }
-  if (args.size() < 2) return UsageError();
+  if (args.size() < 2) return UsageError("needs an archive and at least one path");
   HZIPFILE zip = UtilZIPCreate(W(args[0]), W(comment));
   if (!zip) {
     std::fprintf(stderr, "zxut: cannot create '%s'\n", Utf8(args[0]).c_str());

@@ -17,20 +17,20 @@ int64_t NameStart(const String& path) {
   return i;
 }
 
-void Describe(const std::u16string& raw, String& path, String& fileName, String& baseName,
+void Describe(const std::u16string& raw, bool library, String& path, String& fileName, String& baseName,
               String& folder) {
   path = String(std::u16string_view(raw)).Left(kMaxPath);
   path.ToUpper();
   fileName = FileNameOfPath(path);
-  baseName = BaseNameOfFile(fileName).Left(kMaxBaseName);
+  baseName = (library ? BaseNameOfLibrary(fileName) : BaseNameOfFile(fileName)).Left(kMaxBaseName);
   folder = FolderOfPath(path);
 }
 
 scIdentity Build() {
   scIdentity id;
-  Describe(plat::ExecutablePath(), id.processPath, id.processFileName, id.processBaseName,
+  Describe(plat::ExecutablePath(), false, id.processPath, id.processFileName, id.processBaseName,
            id.processFolder);
-  Describe(plat::LibraryPath(), id.libraryPath, id.libraryFileName, id.libraryBaseName,
+  Describe(plat::LibraryPath(), true, id.libraryPath, id.libraryFileName, id.libraryBaseName,
            id.libraryFolder);
   id.windowsVersion = plat::SystemVersion();
   id.session = plat::RemoteSessionId();
@@ -46,6 +46,22 @@ String BaseNameOfFile(const String& fileName) {
   int64_t dot = fileName.Length();
   while (dot > 0 && fileName.GetAt(dot - 1) != u'.') --dot;
   return dot > 1 ? fileName.Left(dot - 1) : fileName;
+}
+
+String BaseNameOfLibrary(const String& fileName) {
+  // The loader opens a versioned shared object by its SONAME (libzxUT22.so.22): the
+  // ".<digits>" groups after ".so" go before the extension does.
+  auto digit = [&](int64_t i) { return fileName.GetAt(i) >= u'0' && fileName.GetAt(i) <= u'9'; };
+  int64_t cut = fileName.Length();
+  for (;;) {
+    int64_t dot = cut;
+    while (dot > 0 && digit(dot - 1)) --dot;
+    if (dot == cut || dot < 1 || fileName.GetAt(dot - 1) != u'.') break;
+    cut = dot - 1;
+  }
+  const bool so = cut >= 3 && fileName.GetAt(cut - 3) == u'.' && (fileName.GetAt(cut - 2) | 0x20) == u's' &&
+                  (fileName.GetAt(cut - 1) | 0x20) == u'o';
+  return BaseNameOfFile(so ? fileName.Left(cut) : fileName);
 }
 
 const scIdentity& Identity() {

@@ -28,6 +28,9 @@ const scIdentity& Identity();
 String FileNameOfPath(const String& path);
 String FolderOfPath(const String& path);
 String BaseNameOfFile(const String& fileName);
+// The base name of a library's file: a Unix shared object's version is no part of it
+// ("LIBZXUT22.SO.22.5" and "LIBZXUT22.SO" give "LIBZXUT22", as "ZXUT22.DLL" "ZXUT22").
+String BaseNameOfLibrary(const String& fileName);
 
 // The version text of a module: its path upper-cased, its file version and build,
 // or its file name and " <no version info>".

@@ -42,31 +42,55 @@ int HexDigit(char16_t c) {
   return -1;
 }
 
-std::u16string Decode(std::string_view bytes) {
+// The 1-based line of a byte offset.
+size_t LineOf(std::string_view bytes, size_t offset) {
+  size_t line = 1;
+  for (size_t i = 0; i < offset && i < bytes.size(); ++i) line += bytes[i] == '\n';
+  return line;
+}
+
+// The text of the file and its encoding; bytes that do not decode become U+FFFD and
+// a problem (writing such a document back cannot give its bytes).
+std::u16string Decode(std::string_view bytes, Document& doc) {
   if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
       static_cast<unsigned char>(bytes[1]) == 0xFE) {
+    doc.encoding = Encoding::kUtf16Le;
     std::u16string out;
     out.reserve(bytes.size() / 2);
     for (size_t i = 2; i + 1 < bytes.size(); i += 2)
       out.push_back(char16_t(static_cast<unsigned char>(bytes[i]) |
                              (static_cast<unsigned char>(bytes[i + 1]) << 8)));
+    if (bytes.size() % 2)
+      doc.problems.push_back({1 + static_cast<size_t>(std::count(out.begin(), out.end(), u'\n')),
+                              "a UTF-16 file of an odd number of bytes"});
     return out;
   }
-  if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
-  return Utf8ToUtf16(bytes);
+  if (bytes.size() >= 3 && bytes.substr(0, 3) == "\xEF\xBB\xBF") {
+    doc.encoding = Encoding::kUtf8Bom;
+    bytes.remove_prefix(3);
+  }
+  std::u16string out = Utf8ToUtf16(bytes);
+  const std::string back = Utf16ToUtf8(out);
+  if (back != bytes) {
+    size_t i = 0;
+    while (i < back.size() && i < bytes.size() && back[i] == bytes[i]) ++i;
+    doc.problems.push_back({LineOf(bytes, i), "bytes that are not UTF-8"});
+  }
+  return out;
 }
 
-std::vector<std::u16string_view> SplitLines(std::u16string_view text) {
+// The lines between the "\n"s, each as it was (a CR stays at its end); a final line
+// end gives no empty last line.
+std::vector<std::u16string_view> SplitLines(std::u16string_view text, bool& finalNewline) {
   std::vector<std::u16string_view> lines;
   size_t start = 0;
-  while (start <= text.size()) {
+  while (start < text.size()) {
     size_t end = text.find(u'\n', start);
     if (end == std::u16string_view::npos) end = text.size();
-    std::u16string_view line = text.substr(start, end - start);
-    while (!line.empty() && line.back() == u'\r') line.remove_suffix(1);
-    lines.push_back(line);
+    lines.push_back(text.substr(start, end - start));
     start = end + 1;
   }
+  finalNewline = text.empty() || text.back() == u'\n';
   return lines;
 }
 
@@ -203,7 +227,7 @@ bool QuotedFormFits(const std::vector<uint8_t>& data) {
   return false;
 }
 
-std::u16string FormatValue(const Entry& e) {
+std::u16string FormatValue(const Entry& e, std::u16string_view eol) {
   std::u16string line = e.name.empty() ? std::u16string(u"@") : u"\"" + Escape(e.name) + u"\"";
   line += u'=';
   if (e.type == 1 && QuotedFormFits(e.data)) {
@@ -236,7 +260,9 @@ std::u16string FormatValue(const Entry& e) {
   size_t column = line.size();
   for (size_t k = 0; k < e.data.size(); ++k) {
     if (column + 3 > 78 && k > 0) {
-      line += u"\\\n  ";
+      line += u'\\';
+      line += eol;
+      line += u"  ";
       column = 2;
     }
     line.push_back(kHex[e.data[k] >> 4]);
@@ -280,71 +306,107 @@ std::u16string_view NormalizePath(std::u16string_view path) {
 
 Document Parse(std::string_view bytes) {
   Document doc;
-  std::u16string text = Decode(bytes);
-  std::vector<std::u16string_view> lines = SplitLines(text);
+  const std::u16string text = Decode(bytes, doc);
+  const std::vector<std::u16string_view> lines = SplitLines(text, doc.finalNewline);
+  doc.crlf = !lines.empty() && !lines[0].empty() && lines[0].back() == u'\r';
   auto entries = [&doc]() -> std::vector<Entry>& {
     return doc.keys.empty() ? doc.leading : doc.keys.back().entries;
   };
+  auto keep = [&](size_t first, std::u16string raw, const char* problem) {
+    if (problem) doc.problems.push_back({first + 1, problem});
+    Entry e;
+    e.raw = true;
+    e.text = std::move(raw);
+    entries().push_back(std::move(e));
+  };
   for (size_t n = 0; n < lines.size(); ++n) {
+    const size_t first = n;
     std::u16string_view line = TrimRight(TrimLeft(lines[n]));
-    if (line.empty()) continue;
-    if (line == kHeader || line == u"REGEDIT4") continue;
-    if (line[0] == u'[' && line.back() == u']' && line.size() >= 2 && line[1] != u'-') {
-      std::u16string_view inside = line.substr(1, line.size() - 2);
-      size_t slash = inside.find(u'\\');
-      Key key;
-      key.root = std::u16string(inside.substr(0, slash));
-      if (slash != std::u16string_view::npos) key.path = std::u16string(NormalizePath(inside.substr(slash)));
-      doc.keys.push_back(std::move(key));
+    if (line.empty() || line == kHeader || line == u"REGEDIT4" || line[0] == u';' || line[0] == u'#') {
+      keep(n, std::u16string(lines[n]), nullptr);
+      continue;
+    }
+    if (line[0] == u'[') {
+      if (line.size() < 2 || line.back() != u']') {
+        keep(n, std::u16string(lines[n]), "a key line without its closing ']'");
+      } else if (line[1] == u'-') {
+        keep(n, std::u16string(lines[n]), "a key deletion ([-...]), which the store does not keep");
+      } else {
+        std::u16string_view inside = line.substr(1, line.size() - 2);
+        size_t slash = inside.find(u'\\');
+        Key key;
+        key.root = std::u16string(inside.substr(0, slash));
+        if (slash != std::u16string_view::npos) key.path = std::u16string(NormalizePath(inside.substr(slash)));
+        key.text = std::u16string(lines[n]);
+        doc.keys.push_back(std::move(key));
+      }
       continue;
     }
     Entry e;
     std::u16string raw(lines[n]);
     size_t i = 0;
-    // Values belong to a key: before the first one they are kept as text.
-    bool ok = !doc.keys.empty() && ParseName(line, i, e.name);
-    if (ok) {
-      std::u16string data(line.substr(i));
-      // A hex list may continue over lines that end in a backslash.
-      if (StartsWithNoCase(TrimLeft(data), u"hex")) {
-        // A blank line ends the list whatever the last line says.
-        while (!data.empty() && TrimRight(data).back() == u'\\' && n + 1 < lines.size() &&
-               !TrimRight(TrimLeft(lines[n + 1])).empty()) {
-          data = std::u16string(TrimRight(data));
-          data.pop_back();
-          ++n;
-          raw += u'\n';
-          raw += lines[n];
-          data += TrimRight(TrimLeft(lines[n]));
-        }
+    if (!ParseName(line, i, e.name)) {
+      keep(n, std::move(raw), "neither a value, a key, nor a comment");
+      continue;
+    }
+    std::u16string data(line.substr(i));
+    // A hex list may continue over lines that end in a backslash.
+    if (StartsWithNoCase(TrimLeft(data), u"hex")) {
+      // A blank line ends the list whatever the last line says.
+      while (!data.empty() && TrimRight(data).back() == u'\\' && n + 1 < lines.size() &&
+             !TrimRight(TrimLeft(lines[n + 1])).empty()) {
+        data = std::u16string(TrimRight(data));
+        data.pop_back();
+        ++n;
+        raw += u'\n';
+        raw += lines[n];
+        data += TrimRight(TrimLeft(lines[n]));
       }
-      ok = ParseData(data, e);
     }
-    if (!ok) {
-      e = Entry{};
-      e.raw = true;
+    if (doc.keys.empty()) {
+      keep(first, std::move(raw), "a value before the first key");
+    } else if (TrimRight(TrimLeft(data)) == u"-") {
+      keep(first, std::move(raw), "a value deletion (=-), which the store does not keep");
+    } else if (!ParseData(data, e)) {
+      keep(first, std::move(raw), "a value whose data does not read");
+    } else {
       e.text = std::move(raw);
+      entries().push_back(std::move(e));
     }
-    entries().push_back(std::move(e));
   }
   return doc;
 }
 
 std::string Serialize(const Document& doc) {
-  std::u16string out = kHeader;
-  out += u"\n\n";
-  for (const Entry& e : doc.leading) out += e.text + u"\n";
-  if (!doc.leading.empty()) out += u"\n";
+  const std::u16string_view eol = doc.crlf ? u"\r\n" : u"\n";
+  std::u16string out;
+  const std::u16string_view cr = doc.crlf ? u"\r" : u"";
+  for (const Entry& e : doc.leading) (out += e.text) += u'\n';
   for (const Key& k : doc.keys) {
-    out += u"[" + k.root + (k.path.empty() ? u"" : u"\\") + k.path + u"]\n";
+    if (k.text.empty())
+      ((out += u"[" + k.root + (k.path.empty() ? u"" : u"\\") + k.path + u"]") += cr) += u'\n';
+    else
+      (out += k.text) += u'\n';
     for (const Entry& e : k.entries) {
-      out += (e.raw ? e.text : FormatValue(e)) + u"\n";
-      // A kept line that ends in a backslash would swallow the next line as its
-      // continuation when read again: a blank line keeps them apart.
-      std::u16string_view t = TrimRight(e.text);
-      if (e.raw && !t.empty() && t.back() == u'\\') out += u"\n";
+      if (e.raw || !e.text.empty())
+        (out += e.text) += u'\n';
+      else
+        ((out += FormatValue(e, eol)) += cr) += u'\n';
     }
-    out += u"\n";
+  }
+  if (!doc.finalNewline && !out.empty()) out.pop_back();
+  switch (doc.encoding) {
+    case Encoding::kUtf16Le: {
+      std::string bytes = "\xFF\xFE";
+      bytes.reserve(2 + out.size() * 2);
+      for (char16_t c : out) {
+        bytes.push_back(char(c & 0xFF));
+        bytes.push_back(char(c >> 8));
+      }
+      return bytes;
+    }
+    case Encoding::kUtf8Bom: return "\xEF\xBB\xBF" + Utf16ToUtf8(out);
+    case Encoding::kUtf8: break;
   }
   return Utf16ToUtf8(out);
 }
@@ -375,6 +437,52 @@ Entry* FindValue(Key& key, std::u16string_view name) {
   return found;
 }
 
+namespace {
+
+bool Blank(const Entry& e) { return e.raw && TrimRight(TrimLeft(e.text)).empty(); }
+
+bool Comment(const Entry& e) {
+  const std::u16string_view t = TrimLeft(e.text);
+  return e.raw && !t.empty() && (t[0] == u';' || t[0] == u'#');
+}
+
+Entry BlankLine(const Document& doc) {
+  Entry e;
+  e.raw = true;
+  if (doc.crlf) e.text = u"\r";
+  return e;
+}
+
+// A new key goes at the end, after a blank line; a new file starts with the header.
+Key& AppendKey(Document& doc, std::u16string_view root, std::u16string_view path) {
+  if (doc.leading.empty() && doc.keys.empty()) {
+    Entry header = BlankLine(doc);
+    header.text = kHeader;
+    doc.leading.push_back(std::move(header));
+    doc.leading.push_back(BlankLine(doc));
+  } else {
+    std::vector<Entry>& last = doc.keys.empty() ? doc.leading : doc.keys.back().entries;
+    if (last.empty() || !Blank(last.back())) last.push_back(BlankLine(doc));
+  }
+  doc.keys.push_back(Key{std::u16string(root), std::u16string(NormalizePath(path)), {}, {}});
+  return doc.keys.back();
+}
+
+// A new value goes after the key's last value: blank lines and comments at the end
+// of a section belong to what follows it.
+Entry& InsertValue(const Document& doc, Key& key) {
+  size_t at = key.entries.size();
+  while (at > 0 && (Blank(key.entries[at - 1]) || Comment(key.entries[at - 1]))) --at;
+  // A kept line ending in a backslash would take the new line as its continuation.
+  if (at > 0 && key.entries[at - 1].raw) {
+    std::u16string_view t = TrimRight(key.entries[at - 1].text);
+    if (!t.empty() && t.back() == u'\\') key.entries.insert(key.entries.begin() + at++, BlankLine(doc));
+  }
+  return *key.entries.insert(key.entries.begin() + at, Entry{});
+}
+
+}  // namespace
+
 void SetValue(Document& doc, std::u16string_view root, std::u16string_view path,
               std::u16string_view name, uint32_t type, const uint8_t* data, size_t size) {
   // A key may appear in several sections of a hand-written file: the last
@@ -384,16 +492,53 @@ void SetValue(Document& doc, std::u16string_view root, std::u16string_view path,
     Key* key = nullptr;
     for (Key& k : doc.keys)
       if (SamePath(k, root, path)) key = &k;
-    if (!key) {
-      doc.keys.push_back(Key{std::u16string(root), std::u16string(NormalizePath(path)), {}});
-      key = &doc.keys.back();
-    }
-    key->entries.push_back(Entry{});
-    target = &key->entries.back();
+    if (!key) key = &AppendKey(doc, root, path);
+    target = &InsertValue(doc, *key);
     target->name = std::u16string(name);
   }
+  target->text.clear();   // written anew
   target->type = type;
   target->data.assign(data, data + size);
+}
+
+std::vector<const Entry*> KeyValues(const Document& doc, std::u16string_view root,
+                                    std::u16string_view path, bool* keyExists) {
+  std::vector<const Entry*> values;
+  bool exists = false;
+  for (const Key& k : doc.keys) {
+    if (!SamePath(k, root, path)) continue;
+    exists = true;
+    for (const Entry& e : k.entries) {
+      if (e.raw) continue;
+      auto same = std::find_if(values.begin(), values.end(),
+                               [&](const Entry* v) { return EqualNoCase(v->name, e.name); });
+      if (same == values.end()) values.push_back(&e);
+      else *same = &e;   // the last definition counts, in the place of the first
+    }
+  }
+  if (keyExists) *keyExists = exists;
+  return values;
+}
+
+std::vector<std::u16string> SubkeyNames(const Document& doc, std::u16string_view root,
+                                        std::u16string_view path) {
+  std::vector<std::u16string> names;
+  const std::u16string_view parent = NormalizePath(path);
+  for (const Key& k : doc.keys) {
+    if (!SameRoot(k.root, root)) continue;
+    std::u16string_view rest = k.path;
+    if (!parent.empty()) {
+      if (rest.size() <= parent.size() + 1 || rest[parent.size()] != u'\\' ||
+          !EqualNoCase(rest.substr(0, parent.size()), parent))
+        continue;
+      rest.remove_prefix(parent.size() + 1);
+    }
+    rest = rest.substr(0, rest.find(u'\\'));
+    if (rest.empty()) continue;
+    if (std::none_of(names.begin(), names.end(), [&](const std::u16string& n) { return EqualNoCase(n, rest); }))
+      names.emplace_back(rest);
+  }
+  return names;
 }
 
 bool DeleteValue(Document& doc, std::u16string_view root, std::u16string_view path,

@@ -57,6 +57,7 @@ constexpr ErrorText kTexts[] = {
     {995, u"The I/O operation has been aborted because of either a thread exit or an application request."},
     {997, u"Overlapped I/O operation is in progress."},
     {1004, u"Invalid flags."},
+    {1009, u"The configuration registry database is corrupt."},
     {1113, u"No mapping for the Unicode character exists in the target multi-byte code page."},
     {1117, u"The request could not be performed because of an I/O device error."},
     {1168, u"Element not found."},

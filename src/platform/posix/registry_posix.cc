@@ -157,8 +157,18 @@ class WriterLock {
   long error_ = 0;
 };
 
+// The first problem of a document, as the checked calls report it.
+bool FirstProblem(const regfile::Document& doc, const std::string& path, RegFileProblem* problem) {
+  if (doc.problems.empty()) return false;
+  if (problem) *problem = RegFileProblem{path, doc.problems[0].line, doc.problems[0].what};
+  return true;
+}
+
+// Under the hive's lock file: reads the file, applies `change` and replaces the file
+// by a temporary one. Checked (`problem` not null): a file with a problem is left as
+// it is.
 template <typename Change>
-long Rewrite(Hive hive, Change change) {
+long Rewrite(Hive hive, Change change, RegFileProblem* problem = nullptr) {
   const std::string path = RegistryFilePath(hive);
   if (path.empty()) return long(kErrPathNotFound);
   if (long r = MakeFolders(Folder(path))) return r;
@@ -172,6 +182,7 @@ long Rewrite(Hive hive, Change change) {
     if (!ReadFile(path, bytes)) return long(kErrNotEnoughMemory);
   }
   regfile::Document doc = regfile::Parse(bytes);
+  if (problem && FirstProblem(doc, path, problem)) return long(kErrBadDb);
   if (long r = change(doc)) return r;
   const std::string temp = path + ".tmp." + std::to_string(::getpid()) + "." +
                            std::to_string(static_cast<long>(::syscall(SYS_gettid)));
@@ -236,28 +247,54 @@ long QueryRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_
   return 0;
 }
 
-long SetRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
-                 const void* data, uint32_t size) {
+long SetRegValueChecked(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
+                        const void* data, uint32_t size, RegFileProblem* problem) {
   if (!data && size) return long(kErrInvalidParameter);
   std::u16string k(View(key)), n(View(name));
   return Rewrite(hive, [&](regfile::Document& doc) {
     regfile::SetValue(doc, RootName(hive), k, n, type, static_cast<const uint8_t*>(data), size);
     return 0L;
-  });
+  }, problem);
 }
 
-long DeleteRegValue(Hive hive, const char16_t* key, const char16_t* name) {
+long SetRegValue(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
+                 const void* data, uint32_t size) {
+  return SetRegValueChecked(hive, key, name, type, data, size, nullptr);
+}
+
+long DeleteRegValueChecked(Hive hive, const char16_t* key, const char16_t* name,
+                           RegFileProblem* problem) {
   std::u16string k(View(key)), n(View(name));
   {
-    // Nothing to delete: no need to take the lock or write.
+    // Nothing to delete: no need to take the lock or write. (A checked delete
+    // reports a problem of the file first: the value may stand on that line.)
     std::lock_guard<std::mutex> guard(TheStore().mutex);
-    bool keyExists = false;
-    if (!regfile::FindValue(Current(hive), RootName(hive), k, n, &keyExists))
-      return long(kErrFileNotFound);
+    regfile::Document& doc = Current(hive);
+    if (problem && FirstProblem(doc, RegistryFilePath(hive), problem)) return long(kErrBadDb);
+    if (!regfile::FindValue(doc, RootName(hive), k, n, nullptr)) return long(kErrFileNotFound);
   }
   return Rewrite(hive, [&](regfile::Document& doc) {
     return regfile::DeleteValue(doc, RootName(hive), k, n) ? 0L : long(kErrFileNotFound);
-  });
+  }, problem);
+}
+
+long DeleteRegValue(Hive hive, const char16_t* key, const char16_t* name) {
+  return DeleteRegValueChecked(hive, key, name, nullptr);
+}
+
+long ListRegKey(Hive hive, const char16_t* key, std::vector<std::u16string>& subkeys,
+                std::vector<RegValue>& values, RegFileProblem* problem) {
+  subkeys.clear();
+  values.clear();
+  std::lock_guard<std::mutex> guard(TheStore().mutex);
+  const regfile::Document& doc = Current(hive);
+  FirstProblem(doc, RegistryFilePath(hive), problem);
+  bool keyExists = false;
+  for (const regfile::Entry* e : regfile::KeyValues(doc, RootName(hive), View(key), &keyExists))
+    values.push_back(RegValue{e->name, e->type, e->data});
+  subkeys = regfile::SubkeyNames(doc, RootName(hive), View(key));
+  // The hive itself always exists.
+  return keyExists || !subkeys.empty() || regfile::NormalizePath(View(key)).empty() ? 0 : long(kErrFileNotFound);
 }
 
 }  // namespace plat

@@ -81,6 +81,52 @@ bool OpenCurrentUserHive() {
   return true;
 }
 
+long ListRegKey(Hive hive, const char16_t* key, std::vector<std::u16string>& subkeys,
+                std::vector<RegValue>& values, RegFileProblem*) {
+  subkeys.clear();
+  values.clear();
+  Root root(hive, KEY_READ);
+  if (root.error()) return root.error();
+  HKEY h = nullptr;
+  LONG r = ::RegOpenKeyExW(root.key(), W(key), 0, KEY_READ, &h);
+  if (r != ERROR_SUCCESS) return r;
+  DWORD maxSubkey = 0, maxName = 0, maxData = 0;
+  r = ::RegQueryInfoKeyW(h, nullptr, nullptr, nullptr, nullptr, &maxSubkey, nullptr, nullptr, &maxName,
+                         &maxData, nullptr, nullptr);
+  std::vector<wchar_t> name;
+  for (DWORD i = 0; r == ERROR_SUCCESS; ++i) {
+    name.assign(maxSubkey + 2, L'\0');
+    DWORD length = static_cast<DWORD>(name.size());
+    r = ::RegEnumKeyExW(h, i, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
+    if (r == ERROR_SUCCESS) subkeys.emplace_back(reinterpret_cast<const char16_t*>(name.data()), length);
+  }
+  if (r == ERROR_NO_MORE_ITEMS) r = ERROR_SUCCESS;
+  for (DWORD i = 0; r == ERROR_SUCCESS; ++i) {
+    name.assign(maxName + 2, L'\0');
+    DWORD length = static_cast<DWORD>(name.size());
+    DWORD type = 0, size = maxData;
+    RegValue value;
+    value.data.resize(maxData);
+    r = ::RegEnumValueW(h, i, name.data(), &length, nullptr, &type, value.data.data(), &size);
+    if (r != ERROR_SUCCESS) break;
+    value.name.assign(reinterpret_cast<const char16_t*>(name.data()), length);
+    value.type = type;
+    value.data.resize(size);
+    values.push_back(std::move(value));
+  }
+  ::RegCloseKey(h);
+  return r == ERROR_NO_MORE_ITEMS ? 0 : r;
+}
+
+long SetRegValueChecked(Hive hive, const char16_t* key, const char16_t* name, uint32_t type,
+                        const void* data, uint32_t size, RegFileProblem*) {
+  return SetRegValue(hive, key, name, type, data, size);
+}
+
+long DeleteRegValueChecked(Hive hive, const char16_t* key, const char16_t* name, RegFileProblem*) {
+  return DeleteRegValue(hive, key, name);
+}
+
 std::string RegistryFilePath(Hive) { return {}; }
 void RegistryReload() {}
 
