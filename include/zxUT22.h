@@ -14,5 +14,6 @@
 #include "zxut22/util_convert.h"
 #include "zxut22/util_zip.h"
 #include "zxut22/util_path.h"
+#include "zxut22/util_tempfile.h"
 
 #endif
