@@ -188,7 +188,6 @@ PathContext SystemPathContext() {
 
 std::u16string FullPathName(std::u16string_view path, const PathContext& context) {
   if (path.empty()) return {};
-  if (path.size() >= 4 && path.substr(0, 4) == u"\\\\?\\") return std::u16string(path);
   std::u16string s(path);
   std::replace(s.begin(), s.end(), u'/', u'\\');
   std::u16string cwd = context.currentDirectory;
@@ -197,7 +196,7 @@ std::u16string FullPathName(std::u16string_view path, const PathContext& context
   std::u16string full;
   size_t mark = 0;
   if (IsUnc(s)) {
-    const bool device = s.size() >= 4 && s[2] == u'.' && s[3] == u'\\';
+    const bool device = s.size() >= 4 && (s[2] == u'.' || s[2] == u'?') && s[3] == u'\\';
     full = s;
     mark = device ? 4 : UncRootLength(s);
   } else if (s[0] == u'\\') {   // rooted: the current drive or share

@@ -39,8 +39,8 @@ struct PathContext {
 };
 PathContext SystemPathContext();
 
-// GetFullPathNameW: the full path, or empty for an empty name. "\\?\" names come
-// back as given.
+// GetFullPathNameW: the full path, or empty for an empty name. Device names
+// ("\\.\x", "\\?\x") keep their first four characters as their root.
 std::u16string FullPathName(std::u16string_view path, const PathContext& context);
 
 // _wfullpath into `out` with room `size` (terminator included): a null or empty

@@ -30,8 +30,8 @@ std::u16string DriveCurrentDirectory(char16_t drive);
 // Linux); false on Windows, where it takes the current drive.
 bool PathsUsePosixRoot();
 
-// ExpandEnvironmentStringsW: every "%NAME%" of a set variable is replaced; the rest
-// stays as written.
+// ExpandEnvironmentStringsW: every "%NAME%" of a set variable is replaced; the rest,
+// "%NAME%" of an unset one included, stays as written.
 std::u16string ExpandEnvironment(const std::u16string& text);
 // The folder of a known-folder name as the user's "Shell Folders" key holds it
 // ("Desktop", "Personal", "AppData", ...); false when the name is unknown.

@@ -77,7 +77,9 @@ TEST_F(RealRuntime, FullPathAsTheRuntime) {
       char16_t ours[260] = {u'?'};
       const bool ok = _wfullpath(real, W(in), room) != nullptr;
       EXPECT_EQ(FullPath(ours, in.c_str(), room, context), ok) << Ascii(in) << " room " << room;
-      if (ok) EXPECT_EQ(std::u16string(ours), U(real)) << Ascii(in);
+      if (ok) {
+        EXPECT_EQ(std::u16string(ours), U(real)) << Ascii(in);
+      }
     }
   }
 }

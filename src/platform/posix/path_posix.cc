@@ -199,13 +199,9 @@ std::u16string ExpandEnvironment(const std::u16string& text) {
     bool found = false;
     std::u16string value = name.empty() ? std::u16string() : EnvironmentVariable(name.c_str(), &found);
     if (!found && !name.empty()) found = WindowsVariableFallback(name, value);
-    if (found) {
-      out += value;
-      i = close + 1;
-    } else {   // "%NAME" stays; its closing "%" may open the next name
-      out.append(text, open, close - open);
-      i = close;
-    }
+    if (found) out += value;
+    else out.append(text, open, close - open + 1);   // "%NAME%" stays as written
+    i = close + 1;
   }
   out.append(text, i, std::u16string::npos);
   return out;
