@@ -15,5 +15,6 @@
 #include "zxut22/util_zip.h"
 #include "zxut22/util_path.h"
 #include "zxut22/util_tempfile.h"
+#include "zxut22/util_thread.h"
 
 #endif

@@ -119,7 +119,7 @@ phase_asan() {
 
 # The suites listed here start threads that share the library's state (the
 # debug channel, the job lock and heaps, threads and events, files).
-tsan_suites=(debug module thread file)
+tsan_suites=(debug module thread file tempfile)
 
 phase_tsan() {
   local b=$out/tsan s targets=() names=()
