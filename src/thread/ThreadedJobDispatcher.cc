@@ -153,11 +153,27 @@ void clsThreadedJobDispatcher::Finalize(IUnknown* hostObject) {
                         delete job;
                         return;
                       }
+                      if (!BeginClientWait()) return;
                       IUTThreadedJobHost* waiter = host.Checked();
                       if (!waiter || waiter->WaitForJobs(m_evChanged.Handle()) == 1)
                         plat::WaitOne(m_evChanged.Handle(), kChangedWaitMs);
+                      EndClientWait();
                     },
                     0xFFFFFFFFu);
+}
+
+bool clsThreadedJobDispatcher::BeginClientWait() {
+  plat::Lock guard(m_Lock);
+  if (m_lstFinished.entries() > 0 || m_lstInline.entries() > 0 ||
+      (m_lstPending.entries() == 0 && m_lstRunning.entries() == 0))
+    return false;
+  m_bClientWaits = true;
+  return true;
+}
+
+void clsThreadedJobDispatcher::EndClientWait() {
+  plat::Lock guard(m_Lock);
+  m_bClientWaits = false;
 }
 
 bool clsThreadedJobDispatcher::DrainForClose(uint32_t limitMs) {
@@ -166,8 +182,13 @@ bool clsThreadedJobDispatcher::DrainForClose(uint32_t limitMs) {
   return backoff.WaitUntil([this] { return IsGroupDone(0); },
                            [this] {
                              RunOneInline(false);
-                             delete PopFinished();
+                             if (clsUTThreadedJob* job = PopFinished()) {
+                               delete job;
+                               return;
+                             }
+                             if (!BeginClientWait()) return;
                              plat::WaitOne(m_evChanged.Handle(), kChangedWaitMs);
+                             EndClientWait();
                            },
                            limitMs);
 }
@@ -247,14 +268,14 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* jo
   Remove(m_lstRunning, job);
   if (job->Host() && job->Host()->OnJobFinished(job->Name().wchar(), job->Job()) == 0) delete job;
   else m_lstFinished.append(job);
-  m_evChanged.Set();
+  Changed();
 }
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::PopFinished() {
   plat::Lock guard(m_Lock);
   if (m_lstFinished.entries() == 0) return nullptr;
   clsUTThreadedJob* job = m_lstFinished.get(0);
-  m_evChanged.Set();
+  Changed();
   return job;
 }
 

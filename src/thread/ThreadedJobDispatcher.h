@@ -63,6 +63,15 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
   explicit clsThreadedJobDispatcher(uint32_t maxThreads);
   // Runs the first inline job on the calling thread; false when there was none.
   bool RunOneInline(bool callHosts);
+  // The client is about to wait for m_evChanged: from now on changes pulse it
+  // (nobody pays for the pulse while nobody waits). False, and no wait is to
+  // follow, when there is something to collect already.
+  bool BeginClientWait();
+  void EndClientWait();
+  // Pulses m_evChanged when the client waits for it.
+  void Changed() ZX_REQUIRES(m_Lock) {
+    if (m_bClientWaits) m_evChanged.Set();
+  }
 
   plat::CriticalSection m_Lock;
   uint32_t m_nMaxThreads;
@@ -72,6 +81,7 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
   JobList m_lstInline;   // the client's thread only (Add appends under m_Lock)
   std::atomic<bool> m_bAborted{false};
   clsEvent m_evChanged{false, false};
+  bool m_bClientWaits ZX_GUARDED_BY(m_Lock) = false;
 };
 
 class clsThreadedJobProcessorUsingIoCompletionPort;
