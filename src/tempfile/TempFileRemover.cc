@@ -16,7 +16,6 @@ namespace zx {
 namespace {
 
 constexpr uint64_t kSweepIntervalMs = 86400000;
-constexpr uint64_t kIdleForSweep = 108000000000ull;   // 3 hours in 100 ns
 constexpr uint64_t kSweepAge = 36000000000ull;        // 1 hour
 constexpr uint64_t kGrace = 100000000ull;             // 10 seconds
 constexpr uint64_t kBudgetPerEntryMs = 10;
@@ -55,7 +54,7 @@ clsTempFileRemover::clsTempFileRemover(const scTempFileRemoverSeams& seams)
   const String folder = ProductFolder();
   plat::FileInfo info;
   if (ReadFileAttributes(folder, &info) && (info.attributes & plat::kAttrDirectory)) {
-    m_sActivityFile.Format(u"%s\\_%d_activity.signal", folder.wchar(), kLibraryMajorVersion);
+    m_sActivityFile = ProductActivityFile();
     StartThread();
   } else {
     DiagFormat(u"WRN: UTIL: path '%s' does not exist", folder.wchar());
@@ -127,15 +126,16 @@ bool clsTempFileRemover::DeleteTempFile(const String& name, const scTempFileRemo
   return false;
 }
 
-void clsTempFileRemover::SweepTempFolder(const String& activityFile, const scTempFileRemoverSeams& seams) {
+std::vector<String> clsTempFileRemover::SweepCandidates(const String& activityFile,
+                                                       const scTempFileRemoverSeams& seams) {
+  std::vector<String> old;
   char16_t drive[3], dir[256];
-  if (SplitPath(activityFile.wchar(), drive, 3, dir, 256, nullptr, 0, nullptr, 0) != 0) return;
+  if (SplitPath(activityFile.wchar(), drive, 3, dir, 256, nullptr, 0, nullptr, 0) != 0) return old;
   String folder(drive);
   folder.Append(dir);
   String pattern = folder;
   pattern.Append(String(kFormat, u"_%d_*", kLibraryMajorVersion));
   const uint64_t limit = Ms(seams.systemTime() - kSweepAge);
-  std::vector<String> old;
   clsFileFind find(pattern, false);
   while (find.Next()) {
     const String name = find.Name();
@@ -147,9 +147,18 @@ void clsTempFileRemover::SweepTempFolder(const String& activityFile, const scTem
     full.Append(name);
     old.push_back(full);
   }
+  return old;
+}
+
+void clsTempFileRemover::SweepTempFolder(const String& activityFile, const scTempFileRemoverSeams& seams) {
+  const std::vector<String> old = SweepCandidates(activityFile, seams);
   if (DeveloperMode())
     DiagFormat(u"deleting %d files from temp directory that are older than one hour", static_cast<int>(old.size()));
   for (const String& name : old) DeleteTempFile(name, seams);
+}
+
+String clsTempFileRemover::ProductActivityFile() {
+  return String(kFormat, u"%s\\_%d_activity.signal", ProductFolder().wchar(), kLibraryMajorVersion);
 }
 
 void clsTempFileRemover::TouchActivityFile(uint64_t now) {

@@ -46,6 +46,12 @@ class clsTempFileRemover : public clsThreadBase {
   // Deletes the "_22_*" files older than an hour from the activity file's folder,
   // leaving every ".signal" file.
   static void SweepTempFolder(const String& activityFile, const scTempFileRemoverSeams& seams);
+  // What the sweep would delete (full names), without deleting anything.
+  static std::vector<String> SweepCandidates(const String& activityFile, const scTempFileRemoverSeams& seams);
+  // The activity file of the product's temporary folder (whether it exists or not).
+  static String ProductActivityFile();
+  // A sweep runs when the activity file is absent or older than this (100 ns units).
+  static constexpr uint64_t kIdleForSweep = 108000000000ull;   // 3 hours
 
   // ---- observation
   std::vector<String> PendingNames();

@@ -32,7 +32,7 @@ std::vector<std::u16string> Inputs() {
           u"/a/b/", u".hidden", u"a.", u":", u"1:x", u"C:\\a\\.\\b", u"C:\\a\\..\\..\\..\\b", u"C:/a//b///c",
           u"C:\\a\\b\\", u"C:\\a\\b.", u"C:\\a\\b. . ", u"C:\\a.\\b", u"C:\\a..\\b", u"C:\\a\\.", u"C:\\a\\..",
           u"C:\\..", u"C:\\", u"rel\\x", u"..\\x", u".", u"..", u"\\root", u"/root/./x/",
-          u"\\\\srv\\share\\a\\..\\..\\b", u"\\\\srv\\share", u"\\\\srv\\share\\", u"//srv/share/x/../y",
+          u"\\\\srv\\share\\a\\..\\..\\b", u"\\\\srv\\share\\x\\..", u"\\\\srv\\share", u"\\\\srv\\share\\", u"//srv/share/x/../y",
           u"\\\\?\\C:\\a\\..\\b", u"\\\\.\\C:\\a\\..\\b", u"a\\...\\b", u"a\\ .\\b", u"a \\b", u"C:\\x\\ ",
           Rep(u"n", 255), Rep(u"n", 256), u"x." + Rep(u"e", 255), Rep(u"d", 255) + u"\\f",
           u"C:\\" + Rep(u"abc\\", 70) + u"x", u"C:\\" + Rep(u"abc\\", 62) + u"xy"};

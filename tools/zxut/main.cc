@@ -8,6 +8,8 @@ int RunPack(int argc, char** argv);     // pack.cc
 int RunUnpack(int argc, char** argv);   // pack.cc
 int RunProf(int argc, char** argv);     // prof.cc
 int RunZip(int argc, char** argv);      // zip.cc
+int RunPath(int argc, char** argv);     // path.cc
+int RunTmp(int argc, char** argv);      // tmp.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -25,7 +27,11 @@ static void Usage() {
             "  unpack [--password P] TEXTFILE OUT\n"
             "              write the data of the packed text in TEXTFILE to OUT\n"
             "  zip [--comment TEXT] OUT.zip PATH...\n"
-            "              write a new archive of files and folders (folders with all they hold)");
+            "              write a new archive of files and folders (folders with all they hold)\n"
+            "  path split|merge|full|unc|local|fsinfo|expand|kind ARG...\n"
+            "              what the path exports return (zxut path for details)\n"
+            "  tmp sweep --dry-run\n"
+            "              what the temporary-file housekeeping would delete");
 }
 
 int main(int argc, char** argv) {
@@ -35,6 +41,8 @@ int main(int argc, char** argv) {
   if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "path") == 0) return RunPath(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "tmp") == 0) return RunTmp(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;
