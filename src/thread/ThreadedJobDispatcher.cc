@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/process.h"
+#include "platform/processors.h"
 #include "thread/ThreadBase.h"
 
 namespace zx {
@@ -79,7 +80,7 @@ class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
 // ---- the base
 
 clsThreadedJobDispatcher::clsThreadedJobDispatcher(uint32_t maxThreads) : m_nMaxThreads(maxThreads) {
-  if (m_nMaxThreads == 0) m_nMaxThreads = std::max(1u, plat::ProcessorCount() - 1);
+  if (m_nMaxThreads == 0) m_nMaxThreads = std::max(1u, plat::ProcessorsOfProcess() - 1);
   if (g_liveDispatchers.fetch_add(1) + 1 >= kManyDispatchers) m_nMaxThreads = std::min(m_nMaxThreads, kMaxThreadsOfMany);
 }
 

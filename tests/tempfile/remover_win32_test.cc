@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "platform/errors.h"
 #include "platform/file.h"
 #include "tempfile/TempFileRemover.h"
 #include "tempfile_test_util.h"

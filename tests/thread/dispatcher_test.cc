@@ -14,6 +14,7 @@
 
 #include "platform/event.h"
 #include "platform/process.h"
+#include "platform/processors.h"
 #include "thread/ThreadedJobDispatcher.h"
 #include "thread_test_util.h"
 
@@ -345,7 +346,7 @@ TEST(Dispatcher, WorkersOnDemandUpToTheLimit) {
 TEST(Dispatcher, AutomaticAndManyPoolLimits) {
   {
     Pool automatic(0);
-    EXPECT_EQ(automatic.p->MaxThreads(), std::max(1u, plat::ProcessorCount() - 1));
+    EXPECT_EQ(automatic.p->MaxThreads(), std::max(1u, plat::ProcessorsOfProcess() - 1));
   }
   const int32_t live = clsThreadedJobDispatcher::LiveDispatchers();
   std::vector<std::unique_ptr<Pool>> pools;
