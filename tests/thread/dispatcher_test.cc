@@ -284,8 +284,9 @@ TEST(Dispatcher, AJobThatThrowsFinishesAsAnyOther) {
 
 TEST(Dispatcher, CloseGivesUpOnAJobThatNeverReturns) {
   const int32_t live = clsThreadedJobDispatcher::LiveDispatchers();
-  Gate gate;
-  TestJob hung(1, true, &gate);
+  // The pool is left behind with the job in it: both live for the program.
+  static Gate gate;
+  static TestJob hung(1, true, &gate);
   zxsupport::DiagCapture diag;
   {
     Pool pool(1, 200);

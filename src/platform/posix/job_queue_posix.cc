@@ -27,16 +27,15 @@ JobQueue::~JobQueue() { delete Q(impl_); }
 bool JobQueue::Post(void* item) {
   Queue* q = Q(impl_);
   if (!q) return false;
-  bool wake = false;
   try {
     std::lock_guard<std::mutex> guard(q->lock);
     q->items.push_back(item);
-    wake = q->waiting > 0;
+    // Notified under the lock: once a getter has the item, this call touches the
+    // queue no more, so the item's owner may even end the queue at once.
+    if (q->waiting > 0) q->ready.notify_one();
   } catch (const std::bad_alloc&) {
     return false;
   }
-  // Notified outside the lock, so that the woken getter doesn't block on it at once.
-  if (wake) q->ready.notify_one();
   return true;
 }
 
