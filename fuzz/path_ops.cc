@@ -21,7 +21,7 @@ std::u16string TextOf(fuzzutil::ByteReader& in) {
   std::u16string s;
   while (in.More()) {
     const uint8_t b = in.Byte();
-    if (b < 24) s += kSpecial[b % 12];
+    if (b < 22) s += kSpecial[b % 11];
     else if (b == 0xFF) break;
     else s += static_cast<char16_t>(b < 127 ? b : 0x100 + b);
   }
