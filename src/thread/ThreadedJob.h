@@ -33,6 +33,21 @@ struct IUTThreadedJobHost : IUnknown {
 
 namespace zx {
 
+// Every call into a client's object goes through here. A client may write its
+// objects in C (a table of function pointers, as util_thread.h shows): they carry
+// no C++ type information, so the sanitizer's check of the dynamic type is off for
+// these calls alone.
+namespace com {
+HRESULT QueryInterface(IUnknown* object, const GUID& iid, void** out);
+ULONG Release(IUnknown* object);
+HRESULT Run(IUTThreadedJob* job);
+HRESULT GetResult(IUTThreadedJob* job);
+DWORD GetGroup(IUTThreadedJob* job);
+DWORD CanRunThreaded(IUTThreadedJob* job);
+HRESULT OnJobFinished(IUTThreadedJobHost* host, const char16_t* name, IUTThreadedJob* job);
+DWORD WaitForJobs(IUTThreadedJobHost* host, void* event);
+}  // namespace com
+
 // Writes "ERROR: Interface pointer is NULL, GPF will follow!" (a call through an
 // empty holder is skipped instead of crashing).
 void ReportEmptyInterface();
@@ -44,10 +59,10 @@ class clsAutoRelease {
   clsAutoRelease() = default;
   clsAutoRelease(IUnknown* object, const GUID& iid) {
     void* p = nullptr;
-    if (object && object->QueryInterface(iid, &p) >= 0) m_p = static_cast<T*>(p);
+    if (object && com::QueryInterface(object, iid, &p) >= 0) m_p = static_cast<T*>(p);
   }
   ~clsAutoRelease() {
-    if (m_p) m_p->Release();
+    if (m_p) com::Release(m_p);
   }
   clsAutoRelease(const clsAutoRelease&) = delete;
   clsAutoRelease& operator=(const clsAutoRelease&) = delete;
@@ -75,8 +90,8 @@ class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
   IUTThreadedJob* Job() const { return m_pJob.Get(); }
   IUTThreadedJobHost* Host() const { return m_pHost.Get(); }
   // A job without IUTThreadedJob counts as group 0 and may run anywhere.
-  uint32_t Group() const { return m_pJob ? m_pJob->GetGroup() : 0; }
-  bool MustRunInline() const { return m_pJob && m_pJob->CanRunThreaded() == 0; }
+  uint32_t Group() const { return m_pJob ? com::GetGroup(m_pJob.Get()) : 0; }
+  bool MustRunInline() const { return m_pJob && com::CanRunThreaded(m_pJob.Get()) == 0; }
   // Run() if there is a job interface; an exception out of it ends the run.
   void Run() const;
 

@@ -132,8 +132,8 @@ bool clsThreadedJobDispatcher::RunOneInline(bool callHosts) {
     job = m_lstInline.get(0);
   }
   job->Run();
-  if (callHosts && job->Job()) job->Job()->GetResult();
-  if (callHosts && job->Host() && job->Host()->OnJobFinished(job->Name().wchar(), job->Job()) == 0) {
+  if (callHosts && job->Job()) com::GetResult(job->Job());
+  if (callHosts && job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) {
     delete job;
     return true;
   }
@@ -150,13 +150,13 @@ void clsThreadedJobDispatcher::Finalize(IUnknown* hostObject) {
                       RunOneInline(true);
                       if (clsUTThreadedJob* job = PopFinished()) {
                         IUTThreadedJobHost* to = host ? host.Get() : job->Host();
-                        if (to) to->OnJobFinished(job->Name().wchar(), job->Job());
+                        if (to) com::OnJobFinished(to, job->Name().wchar(), job->Job());
                         delete job;
                         return;
                       }
                       if (!BeginClientWait()) return;
                       IUTThreadedJobHost* waiter = host.Checked();
-                      if (!waiter || waiter->WaitForJobs(m_evChanged.Handle()) == 1)
+                      if (!waiter || com::WaitForJobs(waiter, m_evChanged.Handle()) == 1)
                         plat::WaitOne(m_evChanged.Handle(), kChangedWaitMs);
                       EndClientWait();
                     },
@@ -267,7 +267,7 @@ clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
 void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* job) {
   plat::Lock guard(m_Lock);
   Remove(m_lstRunning, job);
-  if (job->Host() && job->Host()->OnJobFinished(job->Name().wchar(), job->Job()) == 0) delete job;
+  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
   else m_lstFinished.append(job);
   Changed();
 }
