@@ -13,5 +13,8 @@
 #include "zxut22/util_text.h"
 #include "zxut22/util_convert.h"
 #include "zxut22/util_zip.h"
+#include "zxut22/util_path.h"
+#include "zxut22/util_tempfile.h"
+#include "zxut22/util_thread.h"
 
 #endif

@@ -23,6 +23,7 @@ linux_packages=(
   libinih-dev libpugixml-dev                    # peers of the profile load benchmark
   libzip-dev p7zip-full                         # ZIP peer and oracle
   lynx w3m html2text                            # HTML-to-text oracles and peers
+  libasio-dev libtbb-dev                        # peers of the job dispatcher benchmark
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
   dpkg-dev                                      # the Debian package (dpkg-shlibdeps), apt-get source
 )

@@ -120,6 +120,8 @@ class FileFinder {
 };
 
 bool RemoveFile(const char16_t* name);       // DeleteFileW
+// SetFileAttributesW. Linux keeps only kAttrReadOnly (the owner's write permission).
+bool SetAttributesByName(const char16_t* name, uint32_t attributes);
 bool MakeFolder(const char16_t* name);       // CreateDirectoryW: 183 when it exists
 
 // GetTempPathW with a limit of 260 characters (ends with a separator).

@@ -15,33 +15,7 @@ using ftest::Str;
 
 namespace {
 
-// Points the temporary folder at a scratch folder while it lives.
-class TempFolder {
- public:
-  explicit TempFolder(const ftest::fs::path& p) {
-#ifdef _WIN32
-    SetEnvironmentVariableW(L"TMP", (p.wstring() + L"\\").c_str());
-#else
-    const char* old = std::getenv("TMPDIR");
-    if ((had_ = old != nullptr)) old_ = old;
-    setenv("TMPDIR", p.string().c_str(), 1);
-#endif
-    UtilResetTempPathCache();
-  }
-  ~TempFolder() {
-#ifdef _WIN32
-    SetEnvironmentVariableW(L"TMP", nullptr);
-#else
-    if (had_) setenv("TMPDIR", old_.c_str(), 1);
-    else unsetenv("TMPDIR");
-#endif
-    UtilResetTempPathCache();
-  }
-
- private:
-  std::string old_;
-  bool had_ = false;
-};
+using TempFolder = zxsupport::ScopedTempFolder;
 
 std::string Leaf(const String& name) {
   std::string s = name.narrow();

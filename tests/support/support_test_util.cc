@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 
+#include "file/TempName.h"
 #include "platform/process.h"
 
 #ifdef _WIN32
@@ -167,6 +169,27 @@ bool UnderWine() {
 #else
   return false;
 #endif
+}
+
+ScopedTempFolder::ScopedTempFolder(const fs::path& p) {
+#ifdef _WIN32
+  SetEnvironmentVariableW(L"TMP", (p.wstring() + L"\\").c_str());
+#else
+  const char* old = std::getenv("TMPDIR");
+  if ((had_ = old != nullptr)) old_ = old;
+  setenv("TMPDIR", p.string().c_str(), 1);
+#endif
+  zx::UtilResetTempPathCache();
+}
+
+ScopedTempFolder::~ScopedTempFolder() {
+#ifdef _WIN32
+  SetEnvironmentVariableW(L"TMP", nullptr);
+#else
+  if (had_) setenv("TMPDIR", old_.c_str(), 1);
+  else unsetenv("TMPDIR");
+#endif
+  zx::UtilResetTempPathCache();
 }
 
 }  // namespace zxsupport

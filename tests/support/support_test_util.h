@@ -68,6 +68,20 @@ class ScratchDir {
   fs::path path_;
 };
 
+// Points the library's temporary folder (TMP on Windows, TMPDIR on Linux) at a
+// folder while it lives; the cached folder names are forgotten on both ends.
+class ScopedTempFolder {
+ public:
+  explicit ScopedTempFolder(const fs::path& p);
+  ~ScopedTempFolder();
+  ScopedTempFolder(const ScopedTempFolder&) = delete;
+  ScopedTempFolder& operator=(const ScopedTempFolder&) = delete;
+
+ private:
+  std::string old_;
+  bool had_ = false;
+};
+
 // Removes a folder tree, read-only entries too (Windows refuses to delete those).
 void RemoveTree(const fs::path& root);
 

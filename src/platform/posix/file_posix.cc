@@ -589,6 +589,21 @@ bool FileFinder::Next(FindEntry* out) {
   return false;
 }
 
+bool SetAttributesByName(const char16_t* name, uint32_t attributes) {
+  const std::string path = ToPosixPath(name);
+  struct stat st;
+  if (path.empty() || ::stat(path.c_str(), &st) != 0) {
+    SetLastError(path.empty() ? kErrPathNotFound : PathError(errno, path));
+    return false;
+  }
+  const mode_t mode = (attributes & kAttrReadOnly) ? st.st_mode & ~(S_IWUSR | S_IWGRP | S_IWOTH) : st.st_mode | S_IWUSR;
+  if (::chmod(path.c_str(), mode & 07777) != 0) {
+    SetLastError(PathError(errno, path));
+    return false;
+  }
+  return true;
+}
+
 bool RemoveFile(const char16_t* name) {
   const std::string path = ToPosixPath(name);
   struct stat st;

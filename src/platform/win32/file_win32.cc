@@ -143,6 +143,9 @@ bool FileFinder::Next(FindEntry* out) {
 }
 
 bool RemoveFile(const char16_t* name) { return Sync(::DeleteFileW(W(name)) != FALSE); }
+bool SetAttributesByName(const char16_t* name, uint32_t attributes) {
+  return Sync(::SetFileAttributesW(W(name), attributes) != FALSE);
+}
 bool MakeFolder(const char16_t* name) { return Sync(::CreateDirectoryW(W(name), nullptr) != FALSE); }
 
 bool SystemTempPath(std::u16string& out) {

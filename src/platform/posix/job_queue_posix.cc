@@ -1,0 +1,61 @@
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <new>
+
+#include "platform/job_queue.h"
+
+namespace plat {
+namespace {
+
+struct Queue {
+  std::mutex lock;
+  std::condition_variable ready;
+  std::deque<void*> items;
+  uint32_t waiting = 0;   // getters blocked in `ready`
+};
+
+Queue* Q(void* impl) { return static_cast<Queue*>(impl); }
+
+}  // namespace
+
+JobQueue::JobQueue(uint32_t) : impl_(new (std::nothrow) Queue) {}
+
+JobQueue::~JobQueue() { delete Q(impl_); }
+
+bool JobQueue::Post(void* item) {
+  Queue* q = Q(impl_);
+  if (!q) return false;
+  try {
+    std::lock_guard<std::mutex> guard(q->lock);
+    q->items.push_back(item);
+    // Notified under the lock: once a getter has the item, this call touches the
+    // queue no more, so the item's owner may even end the queue at once.
+    if (q->waiting > 0) q->ready.notify_one();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
+
+int JobQueue::Get(void** item, uint32_t timeoutMs) {
+  Queue* q = Q(impl_);
+  if (!q || !item) return -1;
+  std::unique_lock<std::mutex> guard(q->lock);
+  if (q->items.empty()) {
+    ++q->waiting;
+    if (timeoutMs == kQueueWaitInfinite) {
+      q->ready.wait(guard, [q] { return !q->items.empty(); });
+    } else {
+      q->ready.wait_for(guard, std::chrono::milliseconds(timeoutMs), [q] { return !q->items.empty(); });
+    }
+    --q->waiting;
+    if (q->items.empty()) return 0;
+  }
+  *item = q->items.front();
+  q->items.pop_front();
+  return 1;
+}
+
+}  // namespace plat

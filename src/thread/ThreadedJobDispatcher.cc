@@ -1,0 +1,322 @@
+#include "thread/ThreadedJobDispatcher.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <thread>
+
+#include "core/diag/Diag.h"
+#include "core/timing/Backoff.h"
+#include "platform/clock.h"
+#include "platform/event.h"
+#include "platform/process.h"
+#include "platform/processors.h"
+#include "thread/ThreadBase.h"
+
+namespace zx {
+namespace {
+
+constexpr uint32_t kWorkerStackSize = 65536;
+constexpr uint32_t kWorkerEndMs = 1000;
+constexpr uint32_t kChangedWaitMs = 1000;
+constexpr int32_t kManyDispatchers = 11;
+constexpr uint32_t kMaxThreadsOfMany = 2;
+
+std::atomic<int32_t> g_liveDispatchers{0};
+
+// Dispatchers that Close had to leave alive because a job never came back. They
+// stay reachable for the rest of the process.
+plat::CriticalSection& AbandonedLock() {
+  static plat::CriticalSection* lock = new plat::CriticalSection(0);
+  return *lock;
+}
+std::vector<clsThreadedJobDispatcher*>& Abandoned() {
+  static auto* list = new std::vector<clsThreadedJobDispatcher*>;
+  return *list;
+}
+
+// Removes one pointer from a list; false when it isn't there.
+bool Remove(JobList& list, clsUTThreadedJob* job) {
+  const int i = list.index(job);
+  if (i < 0) return false;
+  list.get(i);
+  return true;
+}
+
+bool HasGroup(const JobList& list, uint32_t group) {
+  for (int i = 0; i < list.entries(); ++i)
+    if (list.find(i)->Group() == group) return true;
+  return false;
+}
+
+}  // namespace
+
+// A worker: takes jobs from the dispatcher's queue until a null packet comes.
+class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
+ public:
+  clsThreadedJobProcessorUsingIoCompletionPort(clsThreadedJobDispatcher* dispatcher, const char* name)
+      : clsThreadBase(name), m_pDispatcher(dispatcher) {}
+  ~clsThreadedJobProcessorUsingIoCompletionPort() override { ThreadEnd(false, kWorkerEndMs, true); }
+  bool Start() { return ThreadStart(0); }
+  uint32_t Id() const { return ThreadId(); }
+
+ private:
+  uint32_t ThreadGetStackSize() override { return kWorkerStackSize; }
+  uint32_t ThreadProc() override {
+    while (clsUTThreadedJob* job = m_pDispatcher->GetNextJob()) {
+      {
+        std::unique_ptr<clsConcurrencyVisualizerSpan> span(
+            MarkersActive() ? EnterSpan(1, u"%s", job->Name().wchar()) : nullptr);
+        job->Run();
+      }
+      m_pDispatcher->JobDone(job);
+    }
+    return 0;
+  }
+
+  clsThreadedJobDispatcher* m_pDispatcher;
+};
+
+// ---- the base
+
+clsThreadedJobDispatcher::clsThreadedJobDispatcher(uint32_t maxThreads) : m_nMaxThreads(maxThreads) {
+  if (m_nMaxThreads == 0) m_nMaxThreads = std::max(1u, plat::ProcessorsOfProcess() - 1);
+  if (g_liveDispatchers.fetch_add(1) + 1 >= kManyDispatchers) m_nMaxThreads = std::min(m_nMaxThreads, kMaxThreadsOfMany);
+}
+
+clsThreadedJobDispatcher::~clsThreadedJobDispatcher() {
+  {
+    plat::Lock guard(m_Lock);
+    for (JobList* list : {&m_lstPending, &m_lstFinished, &m_lstInline})
+      while (list->entries() > 0) delete list->get(0);
+  }
+  g_liveDispatchers.fetch_sub(1);
+}
+
+int32_t clsThreadedJobDispatcher::LiveDispatchers() { return g_liveDispatchers.load(); }
+
+bool clsThreadedJobDispatcher::IsEmpty() {
+  plat::Lock guard(m_Lock);
+  return m_lstPending.entries() == 0 && m_lstFinished.entries() == 0 && m_lstRunning.entries() == 0 &&
+         m_lstInline.entries() == 0;
+}
+
+bool clsThreadedJobDispatcher::IsGroupDone(uint32_t group) {
+  if (group == 0) return IsEmpty();
+  plat::Lock guard(m_Lock);
+  return !HasGroup(m_lstPending, group) && !HasGroup(m_lstFinished, group) && !HasGroup(m_lstRunning, group) &&
+         !HasGroup(m_lstInline, group);
+}
+
+void clsThreadedJobDispatcher::Abort(uint32_t group) {
+  if (m_bAborted.exchange(true)) return;
+  plat::Lock guard(m_Lock);
+  for (JobList* list : {&m_lstPending, &m_lstFinished, &m_lstInline}) {
+    std::vector<clsUTThreadedJob*> drop;
+    for (int i = 0; i < list->entries(); ++i) {
+      clsUTThreadedJob* job = list->find(i);
+      if (group == 0 || job->Group() == group) drop.push_back(job);
+    }
+    for (clsUTThreadedJob* job : drop) {
+      Remove(*list, job);
+      delete job;
+    }
+  }
+}
+
+bool clsThreadedJobDispatcher::RunOneInline(bool callHosts) {
+  clsUTThreadedJob* job = nullptr;
+  {
+    plat::Lock guard(m_Lock);
+    if (m_lstInline.entries() == 0) return false;
+    job = m_lstInline.get(0);
+  }
+  job->Run();
+  if (callHosts && job->Job()) com::GetResult(job->Job());
+  if (callHosts && job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) {
+    delete job;
+    return true;
+  }
+  plat::Lock guard(m_Lock);
+  m_lstFinished.append(job);
+  return true;
+}
+
+void clsThreadedJobDispatcher::Finalize(IUnknown* hostObject) {
+  clsAutoRelease<IUTThreadedJobHost> host(hostObject, IID_IUTThreadedJobHost);
+  clsBackoff backoff(clsBackoff::kSwitchOrTimed);
+  backoff.WaitUntil([this] { return IsGroupDone(0); },
+                    [&] {
+                      RunOneInline(true);
+                      if (clsUTThreadedJob* job = PopFinished()) {
+                        IUTThreadedJobHost* to = host ? host.Get() : job->Host();
+                        if (to) com::OnJobFinished(to, job->Name().wchar(), job->Job());
+                        delete job;
+                        return;
+                      }
+                      if (!BeginClientWait()) return;
+                      IUTThreadedJobHost* waiter = host.Checked();
+                      if (!waiter || com::WaitForJobs(waiter, m_evChanged.Handle()) == 1)
+                        plat::WaitOne(m_evChanged.Handle(), kChangedWaitMs);
+                      EndClientWait();
+                    },
+                    0xFFFFFFFFu);
+}
+
+bool clsThreadedJobDispatcher::BeginClientWait() {
+  plat::Lock guard(m_Lock);
+  if (m_lstFinished.entries() > 0 || m_lstInline.entries() > 0 ||
+      (m_lstPending.entries() == 0 && m_lstRunning.entries() == 0))
+    return false;
+  m_bClientWaits = true;
+  return true;
+}
+
+void clsThreadedJobDispatcher::EndClientWait() {
+  plat::Lock guard(m_Lock);
+  m_bClientWaits = false;
+}
+
+bool clsThreadedJobDispatcher::DrainForClose(uint32_t limitMs) {
+  Abort(0);
+  clsBackoff backoff(clsBackoff::kSwitchOrTimed);
+  return backoff.WaitUntil([this] { return IsGroupDone(0); },
+                           [this] {
+                             RunOneInline(false);
+                             if (clsUTThreadedJob* job = PopFinished()) {
+                               delete job;
+                               return;
+                             }
+                             if (!BeginClientWait()) return;
+                             plat::WaitOne(m_evChanged.Handle(), kChangedWaitMs);
+                             EndClientWait();
+                           },
+                           limitMs);
+}
+
+// ---- over the completion port
+
+clsThreadedJobDispatcherUsingIoCompletionPort::clsThreadedJobDispatcherUsingIoCompletionPort(uint32_t maxThreads,
+                                                                                             const String& name)
+    : clsThreadedJobDispatcher(maxThreads), m_sName(name), m_hPort(m_nMaxThreads) {}
+
+clsThreadedJobDispatcherUsingIoCompletionPort::~clsThreadedJobDispatcherUsingIoCompletionPort() {
+  std::vector<clsThreadedJobProcessorUsingIoCompletionPort*> workers;
+  {
+    plat::Lock guard(m_Lock);
+    workers.swap(m_lstWorkers);
+  }
+  for (size_t i = 0; i < workers.size(); ++i) m_hPort.Post(nullptr);
+  for (auto* worker : workers) delete worker;
+}
+
+size_t clsThreadedJobDispatcherUsingIoCompletionPort::WorkerCount() {
+  plat::Lock guard(m_Lock);
+  return m_lstWorkers.size();
+}
+
+bool clsThreadedJobDispatcherUsingIoCompletionPort::OnWorkerThread() {
+  const uint32_t me = plat::ThreadId();
+  plat::Lock guard(m_Lock);
+  for (auto* worker : m_lstWorkers)
+    if (worker->Id() == me) return true;
+  return false;
+}
+
+void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
+  {
+    plat::Lock guard(m_Lock);
+    if (IsAborted()) {   // refused: the job goes, with the references it holds
+      delete job;
+      return;
+    }
+    if (job->MustRunInline()) {
+      m_lstInline.append(job);
+    } else {
+      if ((m_lstPending.entries() > 0 || m_lstWorkers.empty()) && m_lstWorkers.size() < m_nMaxThreads) {
+        const String name = m_sName;
+        auto* worker = new (std::nothrow) clsThreadedJobProcessorUsingIoCompletionPort(this, name.narrow());
+        if (worker) {
+          m_lstWorkers.push_back(worker);
+          worker->Start();
+        }
+      }
+      m_lstPending.append(job);
+    }
+  }
+  m_hPort.Post(job);
+}
+
+clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
+  for (;;) {
+    const uint64_t before = plat::TickCount64();
+    void* packet = nullptr;
+    if (m_hPort.Get(&packet, plat::kQueueWaitInfinite) != 1 || !packet) return nullptr;
+    auto* job = static_cast<clsUTThreadedJob*>(packet);
+    plat::Lock guard(m_Lock);
+    m_qwWaitTicks += plat::TickCount64() - before;
+    // Only a job found in the pending list is touched: a dropped or inline job's
+    // packet is a search key and nothing more.
+    if (!Remove(m_lstPending, job)) continue;
+    m_lstRunning.append(job);
+    ++m_qwJobCount;
+    return job;
+  }
+}
+
+void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* job) {
+  plat::Lock guard(m_Lock);
+  Remove(m_lstRunning, job);
+  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
+  else m_lstFinished.append(job);
+  Changed();
+}
+
+clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::PopFinished() {
+  plat::Lock guard(m_Lock);
+  if (m_lstFinished.entries() == 0) return nullptr;
+  clsUTThreadedJob* job = m_lstFinished.get(0);
+  Changed();
+  return job;
+}
+
+// ---- the exports' steps
+
+clsThreadedJobDispatcher* ThreadPoolOpen(uint32_t maxThreads, const String& name) {
+  auto* pool = new (std::nothrow) clsThreadedJobDispatcherUsingIoCompletionPort(maxThreads, name);
+  return pool;
+}
+
+namespace {
+
+void CloseNow(clsThreadedJobDispatcher* pool, uint32_t limitMs) {
+  if (pool->DrainForClose(limitMs)) {
+    delete pool;
+    return;
+  }
+  DiagFormat(u"WRN: clsThreadedJobDispatcher::Close: jobs still run after %u ms; the pool is left behind", limitMs);
+  plat::Lock guard(AbandonedLock());
+  Abandoned().push_back(pool);
+}
+
+}  // namespace
+
+void ThreadPoolClose(clsThreadedJobDispatcher* pool, uint32_t limitMs) {
+  if (!pool) return;
+  auto* port = static_cast<clsThreadedJobDispatcherUsingIoCompletionPort*>(pool);
+  if (port->OnWorkerThread()) {
+    // A worker can't wait for itself: the wait and the deletion go to a thread of their own.
+    pool->Abort(0);
+    try {
+      std::thread([pool, limitMs] { CloseNow(pool, limitMs); }).detach();
+      return;
+    } catch (...) {
+    }
+    plat::Lock guard(AbandonedLock());
+    Abandoned().push_back(pool);
+    return;
+  }
+  CloseNow(pool, limitMs);
+}
+
+}  // namespace zx
