@@ -13,5 +13,6 @@
 #include "zxut22/util_text.h"
 #include "zxut22/util_convert.h"
 #include "zxut22/util_zip.h"
+#include "zxut22/util_crash.h"
 
 #endif

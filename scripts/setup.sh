@@ -23,6 +23,7 @@ linux_packages=(
   libinih-dev libpugixml-dev                    # peers of the profile load benchmark
   libzip-dev p7zip-full                         # ZIP peer and oracle
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
+  lldb elfutils gdb                             # crash-dump and symbol oracles
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
