@@ -8,6 +8,7 @@ int RunPack(int argc, char** argv);     // pack.cc
 int RunUnpack(int argc, char** argv);   // pack.cc
 int RunProf(int argc, char** argv);     // prof.cc
 int RunZip(int argc, char** argv);      // zip.cc
+int RunCrash(int argc, char** argv);    // crash.cc
 
 static int Version() {
   std::printf("zxUT22 %ld.%ld build %ld (Util 0x%lx)\n", (long)ProfGetVersion(1),
@@ -35,6 +36,7 @@ int main(int argc, char** argv) {
   if (std::strcmp(argv[1], "pack") == 0) return RunPack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "unpack") == 0) return RunUnpack(argc - 2, argv + 2);
   if (std::strcmp(argv[1], "zip") == 0) return RunZip(argc - 2, argv + 2);
+  if (std::strcmp(argv[1], "stack") == 0 || std::strcmp(argv[1], "crash-test") == 0) return RunCrash(argc - 1, argv + 1);
   if (std::strcmp(argv[1], "help") == 0 || std::strcmp(argv[1], "--help") == 0) {
     Usage();
     return 0;

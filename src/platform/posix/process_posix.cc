@@ -64,6 +64,11 @@ std::u16string LibraryPath() {
   return Utf8ToUtf16(path);
 }
 
+std::u16string CurrentDirectory() {
+  char buf[4096];
+  return ::getcwd(buf, sizeof buf) ? Utf8ToUtf16(buf) : std::u16string();
+}
+
 std::u16string EnvironmentVariable(const char16_t* name, bool* found) {
   const char* v = name ? std::getenv(Utf16ToUtf8(name).c_str()) : nullptr;
   if (found) *found = v != nullptr;

@@ -39,6 +39,13 @@ unsigned CurrentProcessor() { return ::GetCurrentProcessorNumber(); }
 
 std::u16string ExecutablePath() { return ModulePath(nullptr); }
 
+std::u16string CurrentDirectory() {
+  wchar_t buf[MAX_PATH * 4];
+  DWORD n = ::GetCurrentDirectoryW(static_cast<DWORD>(sizeof buf / sizeof buf[0]), buf);
+  if (n == 0 || n >= sizeof buf / sizeof buf[0]) return {};
+  return std::u16string(reinterpret_cast<const char16_t*>(buf), n);
+}
+
 std::u16string LibraryPath() {
   HMODULE self = nullptr;
   ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
