@@ -11,6 +11,22 @@ ZXUT_EXPORT DWORD ZXUT_API UtilGetOSEnvironmentType(void);
 /* 1 when the library may show dialogues in this process, else 0; computed once. */
 ZXUT_EXPORT DWORD ZXUT_API UtilGetUIInteractionAllowed(void);
 
+/* ---- the exception filter
+ *
+ * A client opens the filter once (UtilExHandlerJobOpen, paired with
+ * UtilExHandlerJobClose) and brackets the work of a thread with start and end of
+ * protection. A crash of a protected thread is reported (debug output, the report
+ * log "%APPDATA%\ZARNIK.LOG", a minidump in "zarnik.dmp.zip"); other threads' crashes
+ * go to the filter (Linux: the signal disposition) found before. Settings:
+ * ForceUseGPFHandler, UseGPFHandler, SuppressGPFInfo, GenerateFullGPFInfo,
+ * GPFMiniDumpMode. */
+/* Always 1. */
+ZXUT_EXPORT LONG ZXUT_API UtilExHandlerJobOpen(void);
+ZXUT_EXPORT void ZXUT_API UtilExHandlerJobClose(void);
+/* The argument is not used. */
+ZXUT_EXPORT void ZXUT_API UtilExHandlerStartProtection(void *unused);
+ZXUT_EXPORT void ZXUT_API UtilExHandlerEndProtection(void *unused);
+
 /* ---- the debug help engine: stack traces, module lists and minidumps
  *
  * A job is a debug help wrapper with its own worker thread; one job at a time holds

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "gpf/DbgHelpWrapper.h"
+#include "gpf/GpfProtection.h"
 #include "gpf/SupportArchive.h"
 #include "platform/process.h"
 #include "zxUT22.h"
@@ -44,7 +45,8 @@ ZXUT_EXPORT LONG ZXUT_API UtilDebugHelpWriteMiniDump(HDEBUGHELPJOB job, LPWSTR p
                                                      const zxEXCEPTION_POINTERS* exception) {
   if (!Usable(job) || !path || !pathSize) return 0;
   return zx::WriteSupportArchive(*Job(job), reinterpret_cast<char16_t*>(path), pathSize,
-                                 reinterpret_cast<const plat::ExceptionPointers64*>(exception), 0);
+                                 reinterpret_cast<const plat::ExceptionPointers64*>(exception),
+                                 zx::ReportThreadId(exception));
 }
 
 ZXUT_EXPORT void* ZXUT_API UtilGetDBGHELPThreadingCS(void) { return &zx::DbgHelpThreadingLock(); }

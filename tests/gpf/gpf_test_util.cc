@@ -38,3 +38,75 @@ size_t LogCapture::Count(const std::string& text) const {
 }
 
 }  // namespace zxtest
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+#include <cstdlib>
+#include <fstream>
+
+namespace zxtest {
+
+namespace {
+
+void SetEnv(const std::string& assignment, std::vector<std::pair<std::string, std::string>>* undo) {
+  const size_t eq = assignment.find('=');
+  const std::string name = assignment.substr(0, eq), value = assignment.substr(eq + 1);
+  const char* old = std::getenv(name.c_str());
+  if (undo) undo->push_back({name, old ? std::string("=") + old : std::string()});
+#ifdef _WIN32
+  _putenv_s(name.c_str(), value.c_str());
+#else
+  if (value.empty()) unsetenv(name.c_str());
+  else setenv(name.c_str(), value.c_str(), 1);
+#endif
+}
+
+}  // namespace
+
+ChildEnd RunSelf(const std::string& test, const std::vector<std::string>& env) {
+  std::vector<std::pair<std::string, std::string>> undo;
+  for (const std::string& e : env) SetEnv(e, &undo);
+  ChildEnd end;
+#ifdef _WIN32
+  wchar_t self[MAX_PATH];
+  GetModuleFileNameW(nullptr, self, MAX_PATH);
+  std::wstring cmd = L"\"" + std::wstring(self) + L"\" --gtest_filter=" + std::wstring(test.begin(), test.end());
+  STARTUPINFOW si{};
+  si.cb = sizeof si;
+  PROCESS_INFORMATION pi{};
+  if (CreateProcessW(nullptr, cmd.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) {
+    WaitForSingleObject(pi.hProcess, 300000);
+    DWORD code = 0;
+    GetExitCodeProcess(pi.hProcess, &code);
+    end.exited = true;
+    end.code = static_cast<int>(code);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+  }
+#else
+  const std::string filter = "--gtest_filter=" + test;
+  pid_t pid = fork();
+  if (pid == 0) {
+    execl("/proc/self/exe", "test_gpf", filter.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  end.exited = WIFEXITED(status);
+  end.code = end.exited ? WEXITSTATUS(status) : 0;
+  end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+#endif
+  for (auto it = undo.rbegin(); it != undo.rend(); ++it) SetEnv(it->first + (it->second.empty() ? "=" : it->second), nullptr);
+  return end;
+}
+
+void WriteHive(const std::string& dir, const std::string& hive, const std::string& text) {
+  std::ofstream f(dir + "/" + hive + ".reg", std::ios::binary);
+  f << "Windows Registry Editor Version 5.00\r\n\r\n" << text;
+}
+
+}  // namespace zxtest

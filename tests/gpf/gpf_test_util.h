@@ -27,3 +27,22 @@ class LogCapture {
 std::vector<std::string> LogMessages(const std::string& path);
 
 }  // namespace zxtest
+
+namespace zxtest {
+
+// How a child process ended.
+struct ChildEnd {
+  bool exited = false;
+  int code = 0;     // exit code (Windows: the process's exit code, e.g. 0xC0000005)
+  int signal = 0;   // Linux: the signal that ended it
+};
+
+// Runs this test program again with only `test` selected, with the environment
+// variables `env` ("NAME=value", an empty value removes) added to this one's.
+ChildEnd RunSelf(const std::string& test, const std::vector<std::string>& env);
+
+// Writes `text` (registry editor format, without the header line) as the hive
+// file `hive` ("HKLM" or "HKCU") of the registry folder `dir` (Linux).
+void WriteHive(const std::string& dir, const std::string& hive, const std::string& text);
+
+}  // namespace zxtest

@@ -37,6 +37,8 @@ constexpr uint32_t kWithFullMemory = 0x2;
 constexpr uint32_t kCvSignatureElf = 0x4270454c;   // "BpEL"
 constexpr uint64_t kStackLimit = 512 * 1024;
 constexpr uint64_t kRedZone = 128;
+// Larger mappings are reservations (sanitizer shadows, arenas), not data to keep.
+constexpr uint64_t kMappingLimit = 1ull << 30;
 
 class Bytes {
  public:
@@ -167,6 +169,23 @@ bool CopyMemory(int fd, uint64_t start, uint64_t size) {
   return true;
 }
 
+// The exception stream of a Linux dump carries the signal (as crash reporters on
+// Linux write it, and as debuggers read it); the system's code stays as the last
+// parameter.
+uint32_t SignalOf(uint32_t code) {
+  switch (code) {
+    case 0xC0000005: case 0xC00000FD: return 11;   // SIGSEGV
+    case 0x80000002: case 0xC0000006: return 7;    // SIGBUS
+    case 0xC000001D: case 0xC0000096: return 4;    // SIGILL
+    case 0x80000003: case 0x80000004: return 5;    // SIGTRAP
+    case 0x40000015: return 6;                     // SIGABRT
+    default: break;
+  }
+  if ((code & 0xFFFFFF00u) == 0xE0000000u) return code & 0xFF;   // a signal that was sent
+  if (code >= 0xC000008C && code <= 0xC0000095) return 8;        // SIGFPE
+  return 11;
+}
+
 struct Range {
   uint64_t start, size;
 };
@@ -205,7 +224,8 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
   std::vector<Range> memory64;
   if (request.mode & (kWithFullMemory | kWithDataSegs)) {
     for (const Mapping& m : maps) {
-      if (!m.read || !m.write || m.path.rfind("/dev/", 0) == 0 || m.path == "[vvar]" || m.path == "[vsyscall]")
+      if (!m.read || !m.write || m.path.rfind("/dev/", 0) == 0 || m.path == "[vvar]" || m.path == "[vsyscall]" ||
+          m.end - m.start > kMappingLimit)
         continue;
       if (!(request.mode & kWithFullMemory) && (m.path.empty() || m.path[0] != '/')) continue;
       if (stack.size && stack.start >= m.start && stack.start < m.end) {
@@ -296,14 +316,16 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
     begin(kException);
     b.Put<uint32_t>(threadId);
     b.Put<uint32_t>(0);
-    b.Put<uint32_t>(r ? r->ExceptionCode : 0);
-    b.Put<uint32_t>(r ? r->ExceptionFlags : 0);
-    b.Put<uint64_t>(0);
-    b.Put<uint64_t>(r ? r->ExceptionAddress : context->Rip);
-    const uint32_t n = r ? (r->NumberParameters > 15 ? 15 : r->NumberParameters) : 0;
-    b.Put<uint32_t>(n);
+    b.Put<uint32_t>(r ? SignalOf(r->ExceptionCode) : 0);
     b.Put<uint32_t>(0);
-    for (uint32_t i = 0; i < 15; ++i) b.Put<uint64_t>(i < n ? r->ExceptionInformation[i] : 0);
+    b.Put<uint64_t>(0);
+    const uint64_t address = r && r->NumberParameters >= 2 ? r->ExceptionInformation[1] : context->Rip;
+    b.Put<uint64_t>(address);
+    const uint32_t n = r ? (r->NumberParameters > 14 ? 14 : r->NumberParameters) : 0;
+    b.Put<uint32_t>(n + 1);
+    b.Put<uint32_t>(0);
+    for (uint32_t i = 0; i < 15; ++i)
+      b.Put<uint64_t>(i < n ? r->ExceptionInformation[i] : i == n && r ? r->ExceptionCode : 0);
     b.Put<uint32_t>(sizeof *context);
     b.Put<uint32_t>(contextRva);
     end();
