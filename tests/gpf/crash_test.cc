@@ -24,6 +24,7 @@
 #endif
 
 #include "gpf_test_util.h"
+#include "core/registry/Registry.h"
 #include "platform/compiler.h"
 #include "zxUT22.h"
 
@@ -76,7 +77,11 @@ void MarkNoAllocation() {}
 
 extern "C" ZX_NOINLINE void GpfCrashSegv() {
   MarkNoAllocation();
+#ifdef _WIN32
+  *reinterpret_cast<volatile int*>(~uintptr_t{7}) = 1;   // wine maps the page at 0
+#else
   *static_cast<volatile int*>(nullptr) = 1;
+#endif
   ZX_NO_TAIL_CALL();
 }
 extern "C" ZX_NOINLINE int GpfCrashFpe(int divisor) {
@@ -153,13 +158,29 @@ TEST(CrashChild, Run) {
     sigaction(SIGSEGV, &sa, nullptr);
 #endif
   }
+#ifdef _WIN32
+  SetErrorMode(SEM_NOGPFAULTERRORBOX);   // the system ends the process without its crash report
+#endif
   UtilExHandlerJobOpen();
-  std::thread worker([&] {
-    if (!unprotected) UtilExHandlerStartProtection(nullptr);
-    Crash(kind);
-    if (!unprotected) UtilExHandlerEndProtection(nullptr);
-  });
+  static bool s_unprotected;
+  static const char* s_kind;
+  s_unprotected = unprotected;
+  s_kind = kind;
+  auto body = [] {
+    if (!s_unprotected) UtilExHandlerStartProtection(nullptr);
+    Crash(s_kind);
+    if (!s_unprotected) UtilExHandlerEndProtection(nullptr);
+  };
+#ifdef _WIN32
+  // A thread of the system's own: the threads of the C++ library catch exceptions.
+  HANDLE t = CreateThread(nullptr, 0, [](LPVOID f) -> DWORD { (*static_cast<decltype(body)*>(f))(); return 0; },
+                          &body, 0, nullptr);
+  WaitForSingleObject(t, INFINITE);
+  CloseHandle(t);
+#else
+  std::thread worker(body);
   worker.join();
+#endif
   UtilExHandlerJobClose();
   std::exit(0);
 }
@@ -314,6 +335,49 @@ TEST_F(Crashes, DialoguesAnswerThroughTheScript) {
   EXPECT_TRUE(Has(yes, "clsGPFProtection::GenerateExceptionReport(): showing '"));
   EXPECT_TRUE(Has(yes, "Do you want to open the containing folder?"));
   EXPECT_TRUE(fs::exists(yes.archive));
+}
+#endif
+
+#ifdef _WIN32
+// Under wine: the filter writes the report log and the archive holds the dump. The
+// child's %APPDATA% and temporary folder are wine's (it sets them for every
+// process); the dump mode is the smallest, which wine writes in seconds.
+TEST_F(Crashes, ProtectedThreadFaultWritesArchiveUnderWindows) {
+  const fs::path log = dir_ / "debug.log";
+  zx::RegWriteString(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename",
+                     zxsupport::U16(log.string()).c_str());
+  zx::RegWriteDword(plat::Hive::CurrentUser, u"Software\\zarnik", u"GPFMiniDumpMode", 0);
+  wchar_t tempPath[MAX_PATH];
+  GetTempPathW(MAX_PATH, tempPath);
+  const fs::path archive = fs::path(tempPath) / "zarnik.dmp.zip";
+  const fs::path report = fs::path(std::getenv("APPDATA")) / "ZARNIK.LOG";
+  fs::remove(archive);
+  fs::remove(report);
+  std::printf("wine-run: children crash on purpose\n");   // the child's crash report is no failure here
+  std::fflush(stdout);
+  ChildEnd end = RunSelf("CrashChild.Run", {"ZXUT_CRASH_CHILD=segv", "ZXUT_MSGBOX_ANSWERS=6,7"});
+  plat::DeleteRegValue(plat::Hive::LocalMachine, u"software\\zarnik", u"Debug.LogFilename");
+  plat::DeleteRegValue(plat::Hive::CurrentUser, u"Software\\zarnik", u"GPFMiniDumpMode");
+  EXPECT_EQ(static_cast<uint32_t>(end.code), 0xC0000005u);
+  const std::vector<std::string> messages = zxtest::LogMessages(log.string());
+  bool done = false;
+  for (const std::string& m : messages) done = done || m.find("<pJob->WriteMiniDump() succeeded") != std::string::npos;
+  EXPECT_TRUE(done);
+  const auto lines = zxsupport::ReadUtf16Lines(report);
+  ASSERT_FALSE(lines.empty());
+  static const std::regex format(R"(^\d{4}-\d\d-\d\d, \d\d:\d\d\.\d\d\.\d{3} \S+ .*$)");
+  EXPECT_TRUE(std::regex_match(zxsupport::Ascii(lines[0]), format)) << zxsupport::Ascii(lines[0]);
+  bool code = false;
+  for (const auto& line : lines)
+    code = code || zxsupport::Ascii(line).find("Exception code: 0xc0000005 (Access Violation)") != std::string::npos;
+  EXPECT_TRUE(code);
+  const std::string zip = zxsupport::ReadBytes(archive);
+  ASSERT_GT(zip.size(), 1000u) << archive.string();
+  EXPECT_EQ(zip.substr(0, 2), "PK");
+  EXPECT_NE(zip.find("zarnik64.dmp"), std::string::npos);
+  EXPECT_NE(zip.find("zarnik Crash Information File"), std::string::npos);
+  fs::remove(archive);
+  fs::remove(report);
 }
 #endif
 

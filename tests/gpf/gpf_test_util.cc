@@ -59,6 +59,7 @@ void SetEnv(const std::string& assignment, std::vector<std::pair<std::string, st
   if (undo) undo->push_back({name, old ? std::string("=") + old : std::string()});
 #ifdef _WIN32
   _putenv_s(name.c_str(), value.c_str());
+  SetEnvironmentVariableA(name.c_str(), value.empty() ? nullptr : value.c_str());   // what a child inherits
 #else
   if (value.empty()) unsetenv(name.c_str());
   else setenv(name.c_str(), value.c_str(), 1);
@@ -75,10 +76,19 @@ ChildEnd RunSelf(const std::string& test, const std::vector<std::string>& env) {
   wchar_t self[MAX_PATH];
   GetModuleFileNameW(nullptr, self, MAX_PATH);
   std::wstring cmd = L"\"" + std::wstring(self) + L"\" --gtest_filter=" + std::wstring(test.begin(), test.end());
+  // The child's output goes nowhere: the system's report of its crash would read as
+  // a crash of this program.
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  HANDLE null = CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                            OPEN_EXISTING, 0, nullptr);
   STARTUPINFOW si{};
   si.cb = sizeof si;
+  si.dwFlags = STARTF_USESTDHANDLES;
+  si.hStdInput = si.hStdOutput = si.hStdError = null;
   PROCESS_INFORMATION pi{};
-  if (CreateProcessW(nullptr, cmd.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) {
+  const BOOL started = CreateProcessW(nullptr, cmd.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi);
+  CloseHandle(null);
+  if (started) {
     WaitForSingleObject(pi.hProcess, 300000);
     DWORD code = 0;
     GetExitCodeProcess(pi.hProcess, &code);

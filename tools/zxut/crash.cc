@@ -5,7 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <thread>
+
 #include "core/format/Format.h"
+#include "file/TempName.h"
+#include "gpf/ReportLog.h"
 #include "gpf/StackFormat.h"
 #include "text.h"
 
@@ -35,10 +39,54 @@ __attribute__((noinline)) int PrintStack(unsigned frames) {
   return 0;
 }
 
+__attribute__((noinline)) void CrashNullWrite() { *static_cast<volatile int*>(nullptr) = 1; }
+__attribute__((noinline)) int CrashDivide(int divisor) {
+  volatile int d = divisor;
+  return 100 / d;
+}
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winfinite-recursion"
+__attribute__((noinline)) int CrashRecurse(int depth) {
+  volatile char pad[1024];
+  pad[0] = static_cast<char>(depth);
+  const int r = CrashRecurse(depth + 1) + pad[0];
+  asm volatile("");
+  return r;
+}
+#pragma GCC diagnostic pop
+
+int CrashTest(const char* kind) {
+  if (std::strcmp(kind, "segv") != 0 && std::strcmp(kind, "fpe") != 0 && std::strcmp(kind, "abort") != 0 &&
+      std::strcmp(kind, "stackoverflow") != 0)
+    return -1;
+  std::fprintf(stderr,
+               "zxut crash-test: a protected thread crashes (%s). The report goes to debug output (zxut viewer)\n"
+               "and to %s; the support archive to %szarnik.dmp.zip.\n",
+               kind, Utf8(std::u16string(zx::ReportLogName().View())).c_str(),
+               Utf8(std::u16string(zx::UtilGetTempPath(false).View())).c_str());
+  UtilExHandlerJobOpen();
+  std::thread crasher([kind] {
+    UtilExHandlerStartProtection(nullptr);
+    if (std::strcmp(kind, "segv") == 0) CrashNullWrite();
+    if (std::strcmp(kind, "fpe") == 0) CrashDivide(0);
+    if (std::strcmp(kind, "abort") == 0) std::abort();
+    if (std::strcmp(kind, "stackoverflow") == 0) CrashRecurse(0);
+    UtilExHandlerEndProtection(nullptr);
+  });
+  crasher.join();
+  UtilExHandlerJobClose();
+  std::fprintf(stderr, "zxut crash-test: the thread came back\n");
+  return 1;
+}
+
 }  // namespace
 
 int RunCrash(int argc, char** argv) {
   if (argc >= 1 && std::strcmp(argv[0], "stack") == 0) return PrintStack(argc >= 2 ? std::atoi(argv[1]) : 100);
+  if (argc >= 1 && std::strcmp(argv[0], "crash-test") == 0) {
+    const int r = CrashTest(argc >= 2 ? argv[1] : "segv");
+    if (r >= 0) return r;
+  }
   std::fprintf(stderr, "usage: zxut stack [FRAMES] | zxut crash-test [segv|fpe|abort|stackoverflow]\n");
   return 2;
 }

@@ -26,7 +26,10 @@ static void Usage() {
             "  unpack [--password P] TEXTFILE OUT\n"
             "              write the data of the packed text in TEXTFILE to OUT\n"
             "  zip [--comment TEXT] OUT.zip PATH...\n"
-            "              write a new archive of files and folders (folders with all they hold)");
+            "              write a new archive of files and folders (folders with all they hold)\n"
+            "  stack [FRAMES]  print the calling stack as the crash report has it\n"
+            "  crash-test [segv|fpe|abort|stackoverflow]\n"
+            "              crash a protected thread: see the report, the report log and the archive");
 }
 
 int main(int argc, char** argv) {

@@ -127,7 +127,7 @@ class DbgHelp final : public SymbolServices {
       if (!stackWalk_(IMAGE_FILE_MACHINE_AMD64, process_, ::GetCurrentThread(), &frame, &ctx, nullptr,
                       tableAccess_, moduleBase_, nullptr))
         break;
-      if (frame.AddrFrame.Offset == 0 || frame.AddrPC.Offset == 0) break;
+      if (frame.AddrPC.Offset == 0) break;
       Frame f;
       f.pc = frame.AddrPC.Offset;
       f.framePointer = frame.AddrFrame.Offset;
@@ -273,7 +273,10 @@ class DbgHelp final : public SymbolServices {
         process_,
         [](PCSTR name, DWORD64 base, ULONG size, PVOID a) -> BOOL {
           auto* self = static_cast<DbgHelp*>(a);
-          self->loadModule_(self->process_, nullptr, name, nullptr, base, size);
+          // Some versions name the module without its folder: its file is asked for.
+          char path[MAX_PATH * 2];
+          const DWORD n = ::GetModuleFileNameA(reinterpret_cast<HMODULE>(base), path, sizeof path);
+          self->loadModule_(self->process_, nullptr, n && n < sizeof path ? path : name, nullptr, base, size);
           return TRUE;
         },
         this);
