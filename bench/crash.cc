@@ -29,9 +29,9 @@ class Discard final : public zx::clsDebugOutput {
   size_t lines = 0;
 };
 
-__attribute__((noinline)) int Recurse(int depth, Discard* out) {
-  if (depth == 0) return zx::DumpStackTraceEx(30, true, out);
-  const int r = Recurse(depth - 1, out);
+__attribute__((noinline)) int Recurse(int depth, Discard* out, bool secondThread = true) {
+  if (depth == 0) return zx::DumpStackTraceEx(30, secondThread, out);
+  const int r = Recurse(depth - 1, out, secondThread);
   asm volatile("");
   return r;
 }
@@ -74,6 +74,14 @@ void BM_DumpStackTraceEx_Warm(benchmark::State& state) {
   state.counters["lines"] = static_cast<double>(out.lines) / static_cast<double>(state.iterations() + 1);
 }
 BENCHMARK(BM_DumpStackTraceEx_Warm)->Unit(benchmark::kMillisecond);
+
+// The same walk on the wrapper's worker, without the walker thread of its own.
+void BM_DumpStackTraceEx_WarmOnWorker(benchmark::State& state) {
+  Discard out;
+  Recurse(28, &out, false);
+  for (auto _ : state) benchmark::DoNotOptimize(Recurse(28, &out, false));
+}
+BENCHMARK(BM_DumpStackTraceEx_WarmOnWorker)->Unit(benchmark::kMillisecond);
 
 // ---- fault to archive
 

@@ -2,6 +2,7 @@
 #include "gpf/DbgHelpWrapper.h"
 
 #include <new>
+#include <string>
 
 #include "debug/Debug.h"
 #include "platform/clock.h"
@@ -45,7 +46,7 @@ class clsDbgHelpGetStackTraceThread final : public clsThreadBase {
 
  private:
   clsDBGHELP* engine_;
-  const plat::ContextAmd64& context_;
+  const plat::ContextAmd64& context_;   // the worker block's copy
   uint32_t limit_, flags_;
   IDBGStackTraceList** out_;
 };
@@ -78,12 +79,12 @@ struct clsDBGHelpWrapper::Worker {
   uint32_t frameLimit = 100;
   bool secondThread = true;
   uint32_t creator = 0;
-  // Arguments of the running command.
-  const plat::ContextAmd64* context = nullptr;
-  IDBGStackTraceList** listOut = nullptr;
-  IDBGModuleList** modulesOut = nullptr;
-  char16_t* dumpPath = nullptr;
-  uint32_t dumpPathSize = 0;
+  // Arguments and results of the running command, copies of the caller's: a
+  // given-up worker may still finish its command after the caller has left.
+  plat::ContextAmd64 context{};
+  IDBGStackTraceList* list = nullptr;
+  IDBGModuleList* modules = nullptr;
+  std::u16string dumpPath;
   const plat::ExceptionPointers64* exception = nullptr;
   uint32_t exceptionThread = 0;
   uint32_t requester = 0;
@@ -91,6 +92,13 @@ struct clsDBGHelpWrapper::Worker {
 
   void Release() {
     if (refs.fetch_sub(1) == 1) delete this;
+  }
+  ~Worker() { DropResults(); }
+  void DropResults() {
+    if (list) list->Release();
+    if (modules) modules->Release();
+    list = nullptr;
+    modules = nullptr;
   }
   int Execute(uint32_t cmd) ZX_NO_THREAD_SAFETY_ANALYSIS;
 };
@@ -118,19 +126,19 @@ int clsDBGHelpWrapper::Worker::Execute(uint32_t cmd) {
       }
       return 1;
     case kCmdStackTrace: {
-      if (!engine || !context) return 0;
-      if (!secondThread) return engine->GetStackTrace(*context, frameLimit, stackFlags, listOut);
-      clsDbgHelpGetStackTraceThread walker(engine, *context, frameLimit, stackFlags, listOut);
-      if (!walker.ThreadStart()) return engine->GetStackTrace(*context, frameLimit, stackFlags, listOut);
+      if (!engine) return 0;
+      if (!secondThread) return engine->GetStackTrace(context, frameLimit, stackFlags, &list);
+      clsDbgHelpGetStackTraceThread walker(engine, context, frameLimit, stackFlags, &list);
+      if (!walker.ThreadStart()) return engine->GetStackTrace(context, frameLimit, stackFlags, &list);
       plat::WaitOne(walker.ThreadHandle(), plat::kInfinite);
       walker.ThreadEnd(false, plat::kInfinite, false);
       return walker.ok;
     }
     case kCmdModuleList:
-      return engine && engine->GetModuleList(modulesOut);
+      return engine && engine->GetModuleList(&modules);
     case kCmdMiniDump:
-      return engine && engine->WriteMiniDump(dumpPath, dumpPathSize, exception, exceptionThread, requester,
-                                             requesterContext);
+      return engine && engine->WriteMiniDump(dumpPath.data(), static_cast<uint32_t>(dumpPath.size()), exception,
+                                             exceptionThread, requester, requesterContext);
     default:
       return 0;
   }
@@ -175,7 +183,8 @@ uint32_t clsDBGHelpWrapper::ThreadProc() {
     if (w->quit.load()) break;
     w->request.Reset();
     w->result.store(w->Execute(w->command.load()));
-    if (w->abandoned.load()) {   // given up: the engine and its lock are this thread's to drop
+    if (w->abandoned.load()) {   // given up: the results, the engine and its lock are this thread's to drop
+      w->DropResults();
       w->Execute(kCmdStop);
       break;
     }
@@ -213,16 +222,28 @@ int clsDBGHelpWrapper::Run(uint32_t command) {
 
 int clsDBGHelpWrapper::GetStackTrace(IDBGStackTraceList** out, const plat::ContextAmd64& context) {
   if (!HasEngine() || !out) return 0;
-  worker_->context = &context;
-  worker_->listOut = out;
+  *out = nullptr;
+  worker_->context = context;
+  worker_->list = nullptr;
   plat::EnableDebugPrivilege();
-  return Run(kCmdStackTrace);
+  const int r = Run(kCmdStackTrace);
+  if (r && !killed_) {
+    *out = worker_->list;
+    worker_->list = nullptr;
+  }
+  return killed_ ? 0 : r;
 }
 
 int clsDBGHelpWrapper::GetModuleList(IDBGModuleList** out) {
   if (!HasEngine() || !out) return 0;
-  worker_->modulesOut = out;
-  return Run(kCmdModuleList);
+  *out = nullptr;
+  worker_->modules = nullptr;
+  const int r = Run(kCmdModuleList);
+  if (r && !killed_) {
+    *out = worker_->modules;
+    worker_->modules = nullptr;
+  }
+  return killed_ ? 0 : r;
 }
 
 int clsDBGHelpWrapper::WriteMiniDump(char16_t* path, uint32_t size, const plat::ExceptionPointers64* exception,
@@ -233,14 +254,21 @@ int clsDBGHelpWrapper::WriteMiniDump(char16_t* path, uint32_t size, const plat::
   static thread_local plat::ContextAmd64 here;
   plat::CaptureContext(&here);
   Worker* w = worker_;
-  w->dumpPath = path;
-  w->dumpPathSize = size;
+  w->dumpPath.assign(path, std::char_traits<char16_t>::length(path));
+  w->dumpPath.resize(size > w->dumpPath.size() ? size : w->dumpPath.size() + 1, 0);
   w->exception = exception;
   w->exceptionThread = exceptionThreadId ? exceptionThreadId : plat::ThreadId();
   w->requester = plat::ThreadId();
   w->requesterContext = &here;
   plat::EnableDebugPrivilege();
-  return Run(kCmdMiniDump);
+  const int r = Run(kCmdMiniDump);
+  if (r && !killed_) {
+    const size_t n = std::char_traits<char16_t>::length(w->dumpPath.c_str());
+    const size_t keep = n < size ? n : size - 1;
+    std::char_traits<char16_t>::copy(path, w->dumpPath.c_str(), keep);
+    path[keep] = 0;
+  }
+  return killed_ ? 0 : r;
 }
 
 clsDBGHelpWrapperGPFProt::clsDBGHelpWrapperGPFProt() {

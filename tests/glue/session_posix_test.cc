@@ -39,7 +39,9 @@ TEST(SessionPosix, UserNameIsTheLoginName) {
   std::u16string name = plat::UserName();
   ASSERT_FALSE(name.empty());
   const char* user = std::getenv("USER");
-  if (user && geteuid() == 0) EXPECT_EQ(name, u"root");
+  if (user && geteuid() == 0) {
+    EXPECT_EQ(name, u"root");
+  }
   EXPECT_EQ(plat::WindowStationVisible(), -1);
 }
 

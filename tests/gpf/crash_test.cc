@@ -77,11 +77,9 @@ void MarkNoAllocation() {}
 
 extern "C" ZX_NOINLINE void GpfCrashSegv() {
   MarkNoAllocation();
-#ifdef _WIN32
-  *reinterpret_cast<volatile int*>(~uintptr_t{7}) = 1;   // wine maps the page at 0
-#else
-  *static_cast<volatile int*>(nullptr) = 1;
-#endif
+  // Not null: wine maps the page at 0, and the undefined-behaviour checker would
+  // stop the program before the store.
+  *reinterpret_cast<volatile int*>(~uintptr_t{7}) = 1;
   ZX_NO_TAIL_CALL();
 }
 extern "C" ZX_NOINLINE int GpfCrashFpe(int divisor) {
@@ -196,6 +194,14 @@ struct ChildRun {
 
 class Crashes : public ::testing::Test {
  protected:
+  void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    // The sanitizers own the fault signals: they report a SEGV or a stack overflow
+    // themselves (and the undefined-behaviour checker stops at a division by zero
+    // before the fault), so a child's crash never reaches the filter.
+    GTEST_SKIP() << "crash children are not run under the sanitizers";
+#endif
+  }
   ChildRun Start(const std::string& kind, std::vector<std::string> env = {}) {
     const fs::path reg = dir_ / "reg", temp = dir_ / "tmp", app = dir_ / "app";
     fs::create_directories(reg);
