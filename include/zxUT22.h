@@ -16,5 +16,6 @@
 #include "zxut22/util_path.h"
 #include "zxut22/util_tempfile.h"
 #include "zxut22/util_thread.h"
+#include "zxut22/util_crash.h"
 
 #endif

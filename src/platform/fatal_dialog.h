@@ -4,6 +4,7 @@
 //
 //   if (plat::ShowAssertionBox(u"Assertion", text) == plat::kIdCancel) plat::EndProcess(3);
 #pragma once
+#include <cstdint>
 
 namespace plat {
 
@@ -17,6 +18,14 @@ constexpr int kIdRetry = 4;
 // caption and text go to standard error and to the last-resort debug channel, and
 // the answer is cancel.
 int ShowAssertionBox(const char16_t* caption, const char16_t* text);
+
+// A message box with `style` (MessageBoxW without owner). Linux has no box: the
+// answer is kNoBox, and the caller tells the text another way.
+constexpr int kNoBox = -1;
+int ShowMessageBox(const char16_t* caption, const char16_t* text, uint32_t style);
+// Opens a folder in the desktop's file manager (ShellExecuteW "open"); Linux:
+// nothing, false.
+bool OpenFolder(const char16_t* folder);
 
 // Ends the process at once with `code`, without exit-time destruction on Linux
 // (_exit: the shell sees the code modulo 256, so -1 reads 255); ExitProcess on

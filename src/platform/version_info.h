@@ -12,4 +12,12 @@ namespace plat {
 // there is no "Build" value; `fileVersion` empty when there is no "FileVersion".
 bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std::u16string* build);
 
+// "FileDescription" and "CompanyName" of the same resource; false without one
+// (always on Linux, whose files carry no version resource).
+struct ModuleVersionTexts {
+  std::u16string description;
+  std::u16string company;
+};
+bool ModuleDescription(const char16_t* path, ModuleVersionTexts* out);
+
 }  // namespace plat

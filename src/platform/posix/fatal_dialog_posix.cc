@@ -24,6 +24,9 @@ int ShowAssertionBox(const char16_t* caption, const char16_t* text) {
   return kIdCancel;
 }
 
+int ShowMessageBox(const char16_t*, const char16_t*, uint32_t) { return kNoBox; }
+bool OpenFolder(const char16_t*) { return false; }
+
 void EndProcess(int code) { ::_exit(code); }
 
 }  // namespace plat

@@ -64,6 +64,15 @@ std::u16string LibraryPath() {
   return Utf8ToUtf16(path);
 }
 
+void* OwnLibraryExport(const char* name) {
+  if (void* lib = ::dlopen("libzxUT22.so", RTLD_LAZY | RTLD_NOLOAD)) {
+    void* f = ::dlsym(lib, name);
+    ::dlclose(lib);
+    if (f) return f;
+  }
+  return ::dlsym(RTLD_DEFAULT, name);
+}
+
 std::u16string EnvironmentVariable(const char16_t* name, bool* found) {
   const char* v = name ? std::getenv(Utf16ToUtf8(name).c_str()) : nullptr;
   if (found) *found = v != nullptr;

@@ -13,4 +13,6 @@ bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std
   return true;
 }
 
+bool ModuleDescription(const char16_t*, ModuleVersionTexts*) { return false; }
+
 }  // namespace plat

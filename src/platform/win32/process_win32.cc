@@ -39,6 +39,12 @@ unsigned CurrentProcessor() { return ::GetCurrentProcessorNumber(); }
 
 std::u16string ExecutablePath() { return ModulePath(nullptr); }
 
+void* OwnLibraryExport(const char* name) {
+  HMODULE lib = ::GetModuleHandleW(L"zxUT22.dll");
+  if (!lib) lib = ::LoadLibraryW(L"zxUT22.dll");   // the name "zxut22.dll" of the module prefix and 22
+  return lib ? reinterpret_cast<void*>(::GetProcAddress(lib, name)) : nullptr;
+}
+
 std::u16string LibraryPath() {
   HMODULE self = nullptr;
   ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |

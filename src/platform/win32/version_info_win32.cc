@@ -8,7 +8,10 @@
 
 namespace plat {
 
-bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std::u16string* build) {
+namespace {
+
+// Each of `names` into the matching `outs`; false without a version resource.
+bool QueryStrings(const char16_t* path, const wchar_t* const* names, std::u16string* const* outs, int n) {
   const wchar_t* p = reinterpret_cast<const wchar_t*>(path);
   DWORD ignored = 0;
   DWORD size = GetFileVersionInfoSizeW(p, &ignored);
@@ -32,9 +35,22 @@ bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std
     if (VerQueryValueW(data.data(), key.c_str(), reinterpret_cast<void**>(&value), &n) && value && n)
       out->assign(reinterpret_cast<const char16_t*>(value), wcsnlen(value, n));
   };
-  query(L"FileVersion", fileVersion);
-  query(L"Build", build);
+  for (int i = 0; i < n; ++i) query(names[i], outs[i]);
   return true;
+}
+
+}  // namespace
+
+bool ModuleVersionStrings(const char16_t* path, std::u16string* fileVersion, std::u16string* build) {
+  const wchar_t* names[] = {L"FileVersion", L"Build"};
+  std::u16string* outs[] = {fileVersion, build};
+  return QueryStrings(path, names, outs, 2);
+}
+
+bool ModuleDescription(const char16_t* path, ModuleVersionTexts* out) {
+  const wchar_t* names[] = {L"FileDescription", L"CompanyName"};
+  std::u16string* outs[] = {&out->description, &out->company};
+  return QueryStrings(path, names, outs, 2);
 }
 
 }  // namespace plat
