@@ -86,28 +86,11 @@ extern "C" ZX_NOINLINE LONG GpfPosixDump(HDEBUGHELPJOB job, WCHAR* path) {
   return r;
 }
 
-// Sets an environment variable while it lives.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    const char* old = std::getenv(name);
-    had_ = old != nullptr;
-    if (had_) old_ = old;
-    value ? setenv(name, value, 1) : unsetenv(name);
-  }
-  ~ScopedEnv() { had_ ? setenv(name_, old_.c_str(), 1) : unsetenv(name_); }
-
- private:
-  const char* name_;
-  bool had_;
-  std::string old_;
-};
-
 TEST(EnginePosix, SupportArchiveHoldsTheDumpAndRecentLogsAndLldbOpensIt) {
   zxsupport::ScratchDir dir("gpf_archive");
   const fs::path temp = dir / "temp";
   fs::create_directories(temp);
-  ScopedEnv tempVar("TEMP", temp.c_str()), appData("APPDATA", dir.path().c_str()), windir("WINDIR", nullptr);
+  zxsupport::ScopedEnv env({{"TEMP", temp.c_str()}, {"APPDATA", dir.path().c_str()}, {"WINDIR", nullptr}});
   zxsupport::WriteBytes(temp / "TRAVUE.LOG", "recent viewer log");
   zxsupport::WriteBytes(dir / "ZARNIK.LOG", "old report log");
   const time_t old = std::time(nullptr) - 11 * 60;

@@ -108,7 +108,7 @@ TEST(ExpandTokens, XdgFoldersStandForTheKnownFolders) {
                         "XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n"
                         "XDG_DOCUMENTS_DIR=\"/data/docs\"\n");
   const std::string config = dir.path().string();
-  pathtest::ScopedEnv env({{"HOME", "/home/t"}, {"XDG_CONFIG_HOME", config.c_str()}, {"XDG_DATA_HOME", nullptr},
+  zxsupport::ScopedEnv env({{"HOME", "/home/t"}, {"XDG_CONFIG_HOME", config.c_str()}, {"XDG_DATA_HOME", nullptr},
                            {"XDG_CACHE_HOME", "/var/cache/t"}, {"XDG_DESKTOP_DIR", nullptr},
                            {"XDG_DOCUMENTS_DIR", nullptr}, {"XDG_MUSIC_DIR", nullptr}, {"TEMP", nullptr},
                            {"TMP", nullptr}, {"TMPDIR", "/scratch/tmp"}, {"APPDATA", nullptr},

@@ -47,7 +47,7 @@ TEST(ExpandTokens, EnvironmentAndUnknownNames) {
 #ifdef _WIN32
   _putenv_s("ZXUT_TOKEN", "C:\\tok");
 #else
-  pathtest::ScopedEnv env({{"ZXUT_TOKEN", "C:\\tok"}, {"ZXUT_NOSUCH", nullptr}});
+  zxsupport::ScopedEnv env({{"ZXUT_TOKEN", "C:\\tok"}, {"ZXUT_NOSUCH", nullptr}});
 #endif
   const struct {
     std::u16string in, out;

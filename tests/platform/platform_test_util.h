@@ -23,26 +23,10 @@ namespace ptest {
 
 #ifndef _WIN32
 // Sets the locale variables for one scope and restores them.
-class ScopedLocaleEnv {
+class ScopedLocaleEnv : public zxsupport::ScopedEnv {
  public:
-  ScopedLocaleEnv(const char* lcAll, const char* lang) {
-    for (auto [name, value] : {std::pair{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {
-      const char* old = std::getenv(name);
-      saved_.push_back({name, old != nullptr, old ? old : ""});
-      value ? setenv(name, value, 1) : unsetenv(name);
-    }
-  }
-  ~ScopedLocaleEnv() {
-    for (auto& s : saved_) s.had ? setenv(s.name, s.value.c_str(), 1) : unsetenv(s.name);
-  }
-
- private:
-  struct Saved {
-    const char* name;
-    bool had;
-    std::string value;
-  };
-  std::vector<Saved> saved_;
+  ScopedLocaleEnv(const char* lcAll, const char* lang)
+      : ScopedEnv({{"LC_ALL", lcAll}, {"LC_MESSAGES", nullptr}, {"LANG", lang}}) {}
 };
 #endif
 

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "debug/DebugChannel.h"
 #include "file/TempName.h"
 #include "platform/process.h"
 
@@ -190,6 +191,46 @@ ScopedTempFolder::~ScopedTempFolder() {
   else unsetenv("TMPDIR");
 #endif
   zx::UtilResetTempPathCache();
+}
+
+namespace {
+void SetEnv(const char* name, const char* value) {
+#ifdef _WIN32
+  _putenv_s(name, value ? value : "");
+#else
+  value ? setenv(name, value, 1) : unsetenv(name);
+#endif
+}
+
+class DebugChannelFirst : public ::testing::Environment {
+ public:
+  void SetUp() override { zx::DebugChannel(); }
+};
+}  // namespace
+
+ScopedEnv::ScopedEnv(std::initializer_list<std::pair<const char*, const char*>> values) {
+  for (auto [name, value] : values) {
+    const char* old = std::getenv(name);
+    saved_.push_back({name, old != nullptr, old ? old : ""});
+    SetEnv(name, value);
+  }
+}
+
+ScopedEnv::~ScopedEnv() {
+  for (auto& s : saved_) SetEnv(s.name, s.had ? s.value.c_str() : nullptr);
+}
+
+bool SetUpDeveloperProgram(const char* stem) {
+  SetEnv("user", "zrk");
+#ifndef _WIN32
+  const std::string reg = TempPath(stem);
+  std::filesystem::create_directories(reg);
+  SetEnv("ZXUT_REGISTRY_DIR", reg.c_str());
+#else
+  (void)stem;
+#endif
+  ::testing::AddGlobalTestEnvironment(new DebugChannelFirst);
+  return true;
 }
 
 }  // namespace zxsupport

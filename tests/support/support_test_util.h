@@ -4,9 +4,11 @@
 #pragma once
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/diag/Diag.h"
@@ -106,5 +108,28 @@ bool RunFilter(const std::string& command, std::string_view input, std::string& 
 
 // True under wine, which runs as the Unix user (root writes into read-only files).
 bool UnderWine();
+
+// Sets environment variables (null: removes them) for one scope, then restores them.
+class ScopedEnv {
+ public:
+  ScopedEnv(std::initializer_list<std::pair<const char*, const char*>> values);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  struct Saved {
+    const char* name;
+    bool had;
+    std::string value;
+  };
+  std::vector<Saved> saved_;
+};
+
+// For a test program whose tests build the debug channel: developer mode on (the
+// extra diagnostic lines), a registry folder of its own named from `stem` (Linux),
+// and the channel built before the first test, so that it doesn't take the
+// diagnostic lines over from a capture. Call once, from a static initialiser.
+bool SetUpDeveloperProgram(const char* stem);
 
 }  // namespace zxsupport
