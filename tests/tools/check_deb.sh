@@ -21,7 +21,7 @@ field() { dpkg-deb -f "$deb" "$1"; }
   fail "control: $(dpkg-deb -f "$deb")"
 # Dependencies come from the libraries the binaries need (dpkg-shlibdeps).
 for dep in libc6 libstdc++6 libicu72 libpcre2-16-0 zlib1g; do
-  field Depends | grep -q "\b$dep\b" || fail "Depends lacks $dep: $(field Depends)"
+  field Depends | grep "\b$dep\b" >/dev/null || fail "Depends lacks $dep: $(field Depends)"
 done
 contents=$(dpkg-deb -c "$deb")
 grep -q "\./usr/lib/libzxUT22.so.$major -> libzxUT22.so.$ZXUT_VERSION" <<<"$contents" || fail "no SONAME link"
@@ -29,7 +29,7 @@ for f in usr/bin/zxut usr/include/zxUT22.h usr/lib/pkgconfig/zxUT22.pc usr/lib/c
   grep -q " \./$f\$" <<<"$contents" || fail "the package lacks /$f"
 done
 grep -q '/libzxut_\|/test_\|/bench_' <<<"$contents" && fail "internals in the package"
-dpkg-deb -I "$deb" shlibs | grep -qx "libzxUT22 $major zxut22 (>= $ZXUT_VERSION)" || fail "shlibs: $(dpkg-deb -I "$deb" shlibs)"
+dpkg-deb -I "$deb" shlibs | grep -x "libzxUT22 $major zxut22 (>= $ZXUT_VERSION)" >/dev/null || fail "shlibs: $(dpkg-deb -I "$deb" shlibs)"
 
 # dpkg into a root of its own: its own database, dependencies not checked (they
 # are this machine's). The maintainer scripts run outside a chroot with an
@@ -42,10 +42,10 @@ chmod +x "$scratch/bin/ldconfig"
 dpkg_root() { PATH=$scratch/bin:$PATH:/usr/sbin:/sbin dpkg --root="$root" --log="$root/var/log/dpkg.log" \
   --force-not-root --force-depends --force-script-chrootless "$@"; }
 dpkg_root -i "$deb" >"$scratch/dpkg.log" 2>&1 || { cat "$scratch/dpkg.log"; fail "dpkg -i"; }
-dpkg_root -s zxut22 | grep -q '^Status: install ok installed' || fail "not installed: $(dpkg_root -s zxut22)"
+dpkg_root -s zxut22 | grep '^Status: install ok installed' >/dev/null || fail "not installed: $(dpkg_root -s zxut22)"
 [[ $(wc -l <"$scratch/ldconfig.calls") == 1 ]] || fail "postinst did not call ldconfig"
 
-"$root/usr/bin/zxut" version | grep -q "^zxUT22 $ZXUT_VERSION " || fail "zxut from the package"
+"$root/usr/bin/zxut" version | grep "^zxUT22 $ZXUT_VERSION " >/dev/null || fail "zxut from the package"
 build_and_run_examples "$src" "$root/usr" "$scratch/examples"
 
 dpkg_root --purge zxut22 >>"$scratch/dpkg.log" 2>&1 || { cat "$scratch/dpkg.log"; fail "dpkg --purge"; }

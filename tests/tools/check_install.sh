@@ -36,15 +36,15 @@ actual=$(cd "$prefix" && find . ! -type d | sed 's|^\./||' | sort)
 
 # The SONAME carries the major version; the tool needs that name and finds it in
 # its own prefix.
-readelf -d "$prefix/lib/libzxUT22.so.$ZXUT_VERSION" | grep -q "Library soname: \[libzxUT22.so.$major\]" ||
+readelf -d "$prefix/lib/libzxUT22.so.$ZXUT_VERSION" | grep "Library soname: \[libzxUT22.so.$major\]" >/dev/null ||
   fail "SONAME: $(readelf -d "$prefix/lib/libzxUT22.so.$ZXUT_VERSION" | grep SONAME)"
-readelf -d "$prefix/bin/zxut" | grep -q "Shared library: \[libzxUT22.so.$major\]" || fail "zxut's NEEDED"
-env -u LD_LIBRARY_PATH "$prefix/bin/zxut" version | grep -q "^zxUT22 $ZXUT_VERSION " || fail "installed zxut version"
+readelf -d "$prefix/bin/zxut" | grep "Shared library: \[libzxUT22.so.$major\]" >/dev/null || fail "zxut's NEEDED"
+env -u LD_LIBRARY_PATH "$prefix/bin/zxut" version | grep "^zxUT22 $ZXUT_VERSION " >/dev/null || fail "installed zxut version"
 
 # The exports are exactly the list, nothing more (the static layers stay hidden).
 diff <(listed_exports "$src") <(exported_names "$prefix/lib/libzxUT22.so.$ZXUT_VERSION") >"$scratch/exports.diff" ||
   { cat "$scratch/exports.diff"; fail "the installed library's exports differ from src/exports/exports.list"; }
 
 build_and_run_examples "$src" "$prefix" "$scratch"
-"$prefix/bin/zxut" prof get "$scratch/hello.prof" printer/copies | grep -qx 2 || fail "the example's saved profile"
+"$prefix/bin/zxut" prof get "$scratch/hello.prof" printer/copies | grep -x 2 >/dev/null || fail "the example's saved profile"
 echo "install tree: ok ($(echo "$actual" | wc -l) files)"
