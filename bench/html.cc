@@ -10,6 +10,7 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -21,6 +22,7 @@
 #include "ratio.h"
 #include "zxUT22.h"
 #include "platform/bstr.h"
+#include "platform/codepage.h"
 
 namespace {
 
@@ -87,24 +89,10 @@ const fs::path& InputFile() {
 
 size_t InputBytes() { return static_cast<size_t>(fs::file_size(InputFile())); }
 
-// UTF-8 to UTF-16; the pages' text is not judged, so malformed bytes need no care.
+// UTF-8 to UTF-16 by the library's own conversion; NUL characters are dropped.
 std::u16string Decoded(const std::string& bytes) {
-  std::u16string out;
-  out.reserve(bytes.size());
-  for (size_t i = 0; i < bytes.size();) {
-    const unsigned char b = bytes[i];
-    const int extra = b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : b >= 0xC0 ? 1 : 0;
-    uint32_t c = extra ? b & (0x3F >> extra) : b;
-    for (int k = 1; k <= extra && i + k < bytes.size(); ++k) c = c << 6 | (bytes[i + k] & 63);
-    i += 1 + extra;
-    if (c == 0) continue;
-    if (c >= 0x10000) {
-      out += char16_t(0xD800 + ((c - 0x10000) >> 10));
-      out += char16_t(0xDC00 + ((c - 0x10000) & 0x3FF));
-    } else {
-      out += char16_t(c);
-    }
-  }
+  std::u16string out = plat::Utf8ToUtf16(bytes);
+  out.erase(std::remove(out.begin(), out.end(), u'\0'), out.end());
   return out;
 }
 

@@ -11,6 +11,7 @@
 
 #include "core/regex/RegEx.h"
 #include "platform/bstr.h"
+#include "platform/codepage.h"
 #include "support/support_test_util.h"
 #include "text/HtmlConvert.h"
 #include "zxUT22.h"
@@ -386,24 +387,7 @@ std::string Utf8Of(const std::u16string& text) {
   return out;
 }
 
-std::u16string FromUtf8(const std::string& s) {
-  std::u16string out;
-  for (size_t i = 0; i < s.size();) {
-    const unsigned char b = s[i];
-    uint32_t c = b;
-    int extra = b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : b >= 0xC0 ? 1 : 0;
-    if (extra) c = b & (0x3F >> extra);
-    for (int k = 1; k <= extra && i + k < s.size(); ++k) c = c << 6 | (s[i + k] & 63);
-    i += 1 + extra;
-    if (c >= 0x10000) {
-      out += char16_t(0xD800 + ((c - 0x10000) >> 10));
-      out += char16_t(0xDC00 + ((c - 0x10000) & 0x3FF));
-    } else {
-      out += char16_t(c);
-    }
-  }
-  return out;
-}
+std::u16string FromUtf8(const std::string& s) { return plat::Utf8ToUtf16(s); }
 
 TEST(HtmlToText, RealPagesAgreeWithBrowsers) {
   std::string probe;
