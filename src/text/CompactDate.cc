@@ -43,24 +43,6 @@ String Group(const clsRegExMatchList& list, int n) {
   return n < list.entries() ? list.find(n).text : String();
 }
 
-// Moves a time by whole minutes, across days, months and years.
-void AddMinutes(plat::SystemTime& t, int64_t minutes) {
-  const clsDate date(t.year, t.month, t.day);
-  int64_t total = (date.DayNumber() * 24 + t.hour) * 60 + t.minute + minutes;
-  int64_t day = total / 1440, rest = total % 1440;
-  if (rest < 0) {
-    rest += 1440;
-    --day;
-  }
-  const clsDate moved(day);
-  t.year = static_cast<uint16_t>(moved.Year());
-  t.month = static_cast<uint16_t>(moved.Month());
-  t.day = static_cast<uint16_t>(moved.Day());
-  t.dayOfWeek = static_cast<uint16_t>(moved.DayOfWeek());
-  t.hour = static_cast<uint16_t>(rest / 60);
-  t.minute = static_cast<uint16_t>(rest % 60);
-}
-
 bool Plausible(const plat::SystemTime& t) {
   return t.month >= 1 && t.month <= 12 && t.day >= 1 && t.day <= 31 && t.hour <= 24 && t.minute <= 59 &&
          t.second <= 59;
@@ -105,7 +87,7 @@ bool FromMailHeader(const String& text, plat::SystemTime& t) {
   } else if (!zone.IsEmpty()) {
     minutes = NamedZoneMinutes(zone);
   }
-  if (minutes) AddMinutes(t, -minutes);   // local = UTC + offset
+  if (minutes) AddMinutesToTime(t, -minutes);   // local = UTC + offset
   return Plausible(t);
 }
 
@@ -131,7 +113,7 @@ bool FromIso(const String& text, plat::SystemTime& t) {
   if (!sign.IsEmpty()) {
     int minutes = Digits(Group(list, 10).View(), 0, 2) * 60 + Digits(Group(list, 11).View(), 0, 2);
     if (sign != u"+") minutes = -minutes;
-    AddMinutes(t, -minutes);
+    AddMinutesToTime(t, -minutes);
   }
   return Plausible(t);
 }

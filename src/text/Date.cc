@@ -55,4 +55,21 @@ clsDate clsDate::NthWeekday(int64_t year, int month, int weekday, int n) {
   return clsDate(day);
 }
 
+void AddMinutesToTime(plat::SystemTime& t, int64_t minutes) {
+  const clsDate date(t.year, t.month, t.day);
+  int64_t total = (date.DayNumber() * 24 + t.hour) * 60 + t.minute + minutes;
+  int64_t day = total / 1440, rest = total % 1440;
+  if (rest < 0) {
+    rest += 1440;
+    --day;
+  }
+  const clsDate moved(day);
+  t.year = static_cast<uint16_t>(moved.Year());
+  t.month = static_cast<uint16_t>(moved.Month());
+  t.day = static_cast<uint16_t>(moved.Day());
+  t.dayOfWeek = static_cast<uint16_t>(moved.DayOfWeek());
+  t.hour = static_cast<uint16_t>(rest / 60);
+  t.minute = static_cast<uint16_t>(rest % 60);
+}
+
 }  // namespace zx

@@ -4,6 +4,8 @@
 #pragma once
 #include <cstdint>
 
+#include "platform/timestamp.h"
+
 namespace zx {
 
 class clsDate {
@@ -33,5 +35,9 @@ class clsDate {
   int64_t m_dayNumber = 0;
   bool m_valid = true;
 };
+
+// Moves a time by whole minutes across days, months and years; the day of the
+// week follows. Seconds and milliseconds stay.
+void AddMinutesToTime(plat::SystemTime& t, int64_t minutes);
 
 }  // namespace zx
