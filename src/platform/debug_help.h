@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/crash_context.h"
 
@@ -111,6 +112,11 @@ class SymbolServices {
 // Reads `size` bytes at `address` of this process without faulting; false when
 // any of them cannot be read.
 bool ReadMemorySafely(uint64_t address, void* out, size_t size);
+
+// Windows, for tests: the paths of the loaded modules by one enumeration alone
+// (0 the symbol library's, 1 the snapshot functions, 2 the process-status
+// functions); the engine takes the first of them that finds any.
+std::vector<std::string> LoadedModulePathsForTests(int method);
 
 // The debug privilege around the dump and stack commands (Windows); each failure
 // prints its line on the standard output stream, as the system's tools do.

@@ -3,13 +3,18 @@
 // bound late; its functions are looked up by name on first use.
 #include <windows.h>
 #include <dbghelp.h>
+#include <psapi.h>
+#include <tlhelp32.h>
 
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "platform/codepage.h"
 #include "platform/debug_help.h"
+#include "platform/debugout.h"
 #include "platform/process.h"
 
 namespace plat {
@@ -41,6 +46,11 @@ void EnableDebugPrivilege() {
   ::CloseHandle(token);
 }
 
+template <typename F>
+F Bind(HMODULE lib, const char* name) {
+  return reinterpret_cast<F>(reinterpret_cast<void*>(::GetProcAddress(lib, name)));
+}
+
 namespace {
 
 const wchar_t* W(const std::u16string& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
@@ -62,9 +72,151 @@ HMODULE LoadDbgHelp() {
   return ::LoadLibraryW(L"dbghelp.dll");
 }
 
-template <typename F>
-F Bind(HMODULE lib, const char* name) {
-  return reinterpret_cast<F>(reinterpret_cast<void*>(::GetProcAddress(lib, name)));
+
+// One loaded module as the enumerations report it.
+struct LoadedModule {
+  std::string path;
+  uint64_t base;
+  uint32_t size;
+};
+
+// The snapshot functions, bound from "kernel32" or else from "tlhelp32".
+struct ToolHelp {
+  HANDLE(WINAPI* snapshot)(DWORD, DWORD) = nullptr;
+  BOOL(WINAPI* first)(HANDLE, LPMODULEENTRY32) = nullptr;
+  BOOL(WINAPI* next)(HANDLE, LPMODULEENTRY32) = nullptr;
+  bool Bind(HMODULE lib) {
+    if (!lib) return false;
+    snapshot = plat::Bind<decltype(snapshot)>(lib, "CreateToolhelp32Snapshot");
+    first = plat::Bind<decltype(first)>(lib, "Module32First");
+    next = plat::Bind<decltype(next)>(lib, "Module32Next");
+    return snapshot && first && next;
+  }
+};
+
+// The process-status functions of "psapi".
+struct ProcessStatus {
+  BOOL(WINAPI* enumModules)(HANDLE, HMODULE*, DWORD, LPDWORD) = nullptr;
+  DWORD(WINAPI* fileName)(HANDLE, HMODULE, LPSTR, DWORD) = nullptr;
+  DWORD(WINAPI* baseName)(HANDLE, HMODULE, LPSTR, DWORD) = nullptr;
+  BOOL(WINAPI* information)(HANDLE, HMODULE, LPMODULEINFO, DWORD) = nullptr;
+  bool Bind() {
+    HMODULE lib = ::LoadLibraryW(L"psapi.dll");
+    if (!lib) return false;
+    enumModules = plat::Bind<decltype(enumModules)>(lib, "EnumProcessModules");
+    fileName = plat::Bind<decltype(fileName)>(lib, "GetModuleFileNameExA");
+    baseName = plat::Bind<decltype(baseName)>(lib, "GetModuleBaseNameA");
+    information = plat::Bind<decltype(information)>(lib, "GetModuleInformation");
+    return enumModules && fileName && information;
+  }
+};
+
+using EnumModulesFn = BOOL(WINAPI*)(HANDLE, PENUMLOADED_MODULES_CALLBACK64, PVOID);
+
+std::vector<LoadedModule> ModulesBySymbolLibrary(EnumModulesFn enumModules) {
+  std::vector<LoadedModule> out;
+  if (!enumModules) return out;
+  enumModules(
+      ::GetCurrentProcess(),
+      [](PCSTR name, DWORD64 base, ULONG size, PVOID a) -> BOOL {
+        // Some versions name the module without its folder: its file is asked for.
+        char path[MAX_PATH * 2];
+        const DWORD n = ::GetModuleFileNameA(reinterpret_cast<HMODULE>(base), path, sizeof path);
+        static_cast<std::vector<LoadedModule>*>(a)->push_back(
+            {n && n < sizeof path ? std::string(path) : std::string(name ? name : ""), base, size});
+        return TRUE;
+      },
+      &out);
+  return out;
+}
+
+std::vector<LoadedModule> ModulesBySnapshot() {
+  std::vector<LoadedModule> out;
+  ToolHelp th;
+  if (!th.Bind(::GetModuleHandleW(L"kernel32.dll")) && !th.Bind(::LoadLibraryW(L"tlhelp32.dll"))) return out;
+  HANDLE snap = th.snapshot(TH32CS_SNAPMODULE, ::GetCurrentProcessId());
+  if (snap == INVALID_HANDLE_VALUE) return out;
+  MODULEENTRY32 entry{};
+  entry.dwSize = sizeof entry;
+  for (BOOL more = th.first(snap, &entry); more; more = th.next(snap, &entry)) {
+    char path[MAX_PATH * 2];
+    const DWORD n = ::GetModuleFileNameA(entry.hModule, path, sizeof path);
+    out.push_back({n && n < sizeof path ? std::string(path) : std::string(),
+                   reinterpret_cast<uintptr_t>(entry.modBaseAddr), entry.modBaseSize});
+  }
+  ::CloseHandle(snap);
+  return out;
+}
+
+std::vector<LoadedModule> ModulesByProcessStatus() {
+  std::vector<LoadedModule> out;
+  ProcessStatus ps;
+  if (!ps.Bind()) return out;
+  HANDLE process = ::GetCurrentProcess();
+  std::vector<HMODULE> handles(256);
+  DWORD needed = 0;
+  // The list can grow between the calls: ask again while it does not fit.
+  for (int round = 0; round < 4; ++round) {
+    if (!ps.enumModules(process, handles.data(), static_cast<DWORD>(handles.size() * sizeof(HMODULE)), &needed))
+      return out;
+    if (needed <= handles.size() * sizeof(HMODULE)) break;
+    handles.resize(needed / sizeof(HMODULE) + 16);
+  }
+  handles.resize(std::min<size_t>(handles.size(), needed / sizeof(HMODULE)));
+  for (HMODULE h : handles) {
+    MODULEINFO info{};
+    if (!ps.information(process, h, &info, sizeof info)) continue;
+    char path[MAX_PATH * 2];
+    const DWORD n = ps.fileName(process, h, path, sizeof path);
+    out.push_back({n && n < sizeof path ? std::string(path) : std::string(),
+                   reinterpret_cast<uintptr_t>(info.lpBaseOfDll), info.SizeOfImage});
+  }
+  return out;
+}
+
+// The name of the image that holds `address`, from its allocation base.
+std::string ModuleFileOfAddress(uint64_t address) {
+  MEMORY_BASIC_INFORMATION mbi{};
+  if (!::VirtualQuery(reinterpret_cast<LPCVOID>(address), &mbi, sizeof mbi) || !mbi.AllocationBase) return {};
+  char path[MAX_PATH * 2];
+  const DWORD n = ::GetModuleFileNameA(static_cast<HMODULE>(mbi.AllocationBase), path, sizeof path);
+  return n && n < sizeof path ? std::string(path) : std::string();
+}
+
+// The symbol library's events go to the system's debug output. The module whose
+// deferred load runs is kept for the lines between its start and its end.
+BOOL CALLBACK SymbolEvent(HANDLE, ULONG action, ULONG64 data, ULONG64 context) {
+  thread_local std::string loading;
+  char line[1200];
+  switch (action) {
+    case CBA_DEFERRED_SYMBOL_LOAD_START: {
+      const auto* load = reinterpret_cast<const IMAGEHLP_DEFERRED_SYMBOL_LOAD64*>(data);
+      loading = load ? load->FileName : "";
+      std::snprintf(line, sizeof line, "dbghelp: loading symbols of %s\n", loading.c_str());
+      break;
+    }
+    case CBA_DEFERRED_SYMBOL_LOAD_COMPLETE:
+    case CBA_DEFERRED_SYMBOL_LOAD_FAILURE:
+      std::snprintf(line, sizeof line, "dbghelp: symbols of %s %s\n", loading.c_str(),
+                    action == CBA_DEFERRED_SYMBOL_LOAD_COMPLETE ? "loaded" : "not loaded");
+      loading.clear();
+      break;
+    case CBA_EVENT: {
+      const auto* event = reinterpret_cast<const IMAGEHLP_CBA_EVENT*>(data);
+      if (!event || !event->desc) return FALSE;
+      std::string text = event->desc;
+      std::erase_if(text, [](char c) { return c == '\r' || c == '\n'; });
+      std::snprintf(line, sizeof line, "dbghelp (severity %lu): %s\n", static_cast<unsigned long>(event->severity),
+                    text.c_str());
+      plat::DebugOutput(Utf8ToUtf16(line).c_str());
+      return TRUE;
+    }
+    default:
+      return FALSE;
+  }
+  (void)context;
+  plat::DebugOutput(Utf8ToUtf16(line).c_str());
+  return FALSE;
 }
 
 const char* const kSymTypes[] = {"<no known symbols>", "COFF", "CV", "PDB", "<exported>",
@@ -87,6 +239,7 @@ class DbgHelp final : public SymbolServices {
     loadModule_ = Bind<decltype(loadModule_)>(lib, "SymLoadModule64");
     enumModules_ = Bind<decltype(enumModules_)>(lib, "EnumerateLoadedModules64");
     writeDump_ = Bind<decltype(writeDump_)>(lib, "MiniDumpWriteDump");
+    registerCallback_ = Bind<decltype(registerCallback_)>(lib, "SymRegisterCallback64");
     setContext_ = Bind<decltype(setContext_)>(lib, "SymSetContext");
     enumSymbols_ = Bind<decltype(enumSymbols_)>(lib, "SymEnumSymbols");
     typeInfo_ = Bind<decltype(typeInfo_)>(lib, "SymGetTypeInfo");
@@ -101,6 +254,7 @@ class DbgHelp final : public SymbolServices {
     const std::string path = Utf16ToUtf8(searchPath);
     if (!initialize_(process_, path.empty() ? nullptr : path.c_str(), FALSE)) return false;
     initialised_ = true;
+    if (registerCallback_) registerCallback_(process_, SymbolEvent, 0);
     if (getOptions_ && setOptions_) {
       DWORD options = getOptions_();
       if (lines) options |= 0x10;
@@ -182,22 +336,11 @@ class DbgHelp final : public SymbolServices {
   }
 
   void Modules(ModuleFn fn, void* arg) override {
-    struct Walk {
-      DbgHelp* self;
-      ModuleFn fn;
-      void* arg;
-      bool go;
-    } w{this, fn, arg, true};
-    if (!enumModules_) return;
-    enumModules_(
-        process_,
-        [](PCSTR, DWORD64 base, ULONG, PVOID a) -> BOOL {
-          auto* w = static_cast<Walk*>(a);
-          ModuleInfo info;
-          if (w->go && w->self->Module(base, &info)) w->go = w->fn(w->arg, info);
-          return w->go;
-        },
-        &w);
+    for (const LoadedModule& m : LoadedModules()) {
+      ModuleInfo info;
+      if (!DescribeModule(m, &info)) continue;
+      if (!fn(arg, info)) break;
+    }
   }
 
   void Variables(const Frame& frame, bool, const ContextAmd64&, VariableFn fn, void* arg) override {
@@ -267,19 +410,41 @@ class DbgHelp final : public SymbolServices {
   }
 
  private:
+  // The loaded modules by the first enumeration that works: the symbol
+  // library's own, the snapshot functions, the process-status functions.
+  std::vector<LoadedModule> LoadedModules() {
+    std::vector<LoadedModule> out = ModulesBySymbolLibrary(enumModules_);
+    if (out.empty()) out = ModulesBySnapshot();
+    if (out.empty()) out = ModulesByProcessStatus();
+    return out;
+  }
+
   void LoadModules() {
-    if (!enumModules_ || !loadModule_) return;
-    enumModules_(
-        process_,
-        [](PCSTR name, DWORD64 base, ULONG size, PVOID a) -> BOOL {
-          auto* self = static_cast<DbgHelp*>(a);
-          // Some versions name the module without its folder: its file is asked for.
-          char path[MAX_PATH * 2];
-          const DWORD n = ::GetModuleFileNameA(reinterpret_cast<HMODULE>(base), path, sizeof path);
-          self->loadModule_(self->process_, nullptr, n && n < sizeof path ? path : name, nullptr, base, size);
-          return TRUE;
-        },
-        this);
+    if (!loadModule_) return;
+    for (const LoadedModule& m : LoadedModules())
+      loadModule_(process_, nullptr, m.path.empty() ? nullptr : m.path.c_str(), nullptr, m.base, m.size);
+  }
+
+  // A module's description; a module the symbol library does not know (error
+  // 126) is loaded by hand and asked again, twice at most; without any answer
+  // the name comes from the image's file.
+  bool DescribeModule(const LoadedModule& m, ModuleInfo* info) {
+    for (int round = 0; round < 3; ++round) {
+      if (Module(m.base, info)) return true;
+      if (::GetLastError() != ERROR_MOD_NOT_FOUND || round == 2 || !loadModule_) break;
+      loadModule_(process_, nullptr, m.path.empty() ? nullptr : m.path.c_str(), nullptr, m.base, m.size);
+    }
+    const std::string path = m.path.empty() ? ModuleFileOfAddress(m.base) : m.path;
+    if (path.empty()) return false;
+    info->path = path;
+    const size_t slash = path.find_last_of("\\/");
+    std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);
+    if (const size_t dot = name.rfind('.'); dot != std::string::npos) name.resize(dot);
+    info->name = name;
+    info->symbolType = "-unknown-";
+    info->base = m.base;
+    info->size = m.size;
+    return true;
   }
 
   Variable Describe(const SYMBOL_INFO& s, const Frame& frame, bool local) {
@@ -334,15 +499,29 @@ class DbgHelp final : public SymbolServices {
   BOOL(WINAPI* moduleInfo_)(HANDLE, DWORD64, PIMAGEHLP_MODULE64) = nullptr;
   PVOID(WINAPI* tableAccess_)(HANDLE, DWORD64) = nullptr;
   DWORD64(WINAPI* loadModule_)(HANDLE, HANDLE, PCSTR, PCSTR, DWORD64, DWORD) = nullptr;
-  BOOL(WINAPI* enumModules_)(HANDLE, PENUMLOADED_MODULES_CALLBACK64, PVOID) = nullptr;
+  EnumModulesFn enumModules_ = nullptr;
   BOOL(WINAPI* writeDump_)(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, PMINIDUMP_EXCEPTION_INFORMATION,
                            PMINIDUMP_USER_STREAM_INFORMATION, PMINIDUMP_CALLBACK_INFORMATION) = nullptr;
   BOOL(WINAPI* setContext_)(HANDLE, PIMAGEHLP_STACK_FRAME, PIMAGEHLP_CONTEXT) = nullptr;
   BOOL(WINAPI* enumSymbols_)(HANDLE, ULONG64, PCSTR, PSYM_ENUMERATESYMBOLS_CALLBACK, PVOID) = nullptr;
   BOOL(WINAPI* typeInfo_)(HANDLE, DWORD64, ULONG, IMAGEHLP_SYMBOL_TYPE_INFO, PVOID) = nullptr;
+  BOOL(WINAPI* registerCallback_)(HANDLE, PSYMBOL_REGISTERED_CALLBACK64, ULONG64) = nullptr;
 };
 
 }  // namespace
+
+std::vector<std::string> LoadedModulePathsForTests(int method) {
+  std::vector<LoadedModule> modules;
+  if (method == 0) {
+    HMODULE lib = LoadDbgHelp();
+    modules = ModulesBySymbolLibrary(lib ? Bind<EnumModulesFn>(lib, "EnumerateLoadedModules64") : nullptr);
+  } else {
+    modules = method == 1 ? ModulesBySnapshot() : ModulesByProcessStatus();
+  }
+  std::vector<std::string> paths;
+  for (const LoadedModule& m : modules) paths.push_back(m.path.empty() ? ModuleFileOfAddress(m.base) : m.path);
+  return paths;
+}
 
 std::unique_ptr<SymbolServices> SymbolServices::Open(const std::u16string& searchPath, bool lines) {
   HMODULE lib = LoadDbgHelp();
