@@ -9,6 +9,7 @@
 #include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/process.h"
+#include "platform/window_update.h"
 
 namespace zx {
 namespace {
@@ -78,6 +79,7 @@ struct clsDBGHelpWrapper::Worker {
   uint32_t engineMode = 0xFFFFFFFFu;
   uint32_t stackFlags = 0xFFFFFFFFu;
   uint32_t frameLimit = 100;
+  void* window = nullptr;   // redrawing held back during a walk
   bool secondThread = true;
   uint32_t creator = 0;
   // Arguments and results of the running command, copies of the caller's: a
@@ -128,6 +130,7 @@ int clsDBGHelpWrapper::Worker::Execute(uint32_t cmd) {
       return 1;
     case kCmdStackTrace: {
       if (!engine) return 0;
+      const plat::WindowUpdateLock holdWindow(window);
       if (!secondThread) return engine->GetStackTrace(context, frameLimit, stackFlags, &list);
       clsDbgHelpGetStackTraceThread walker(engine, context, frameLimit, stackFlags, &list);
       if (!walker.ThreadStart()) return engine->GetStackTrace(context, frameLimit, stackFlags, &list);
@@ -201,6 +204,7 @@ int clsDBGHelpWrapper::Run(uint32_t command) {
   w->engineMode = engineMode_;
   w->stackFlags = stackFlags_;
   w->frameLimit = FrameLimit();
+  w->window = WindowToLock();
   w->secondThread = UseSecondThreadForStack();
   w->command.store(command);
   if (!useThread_) return w->Execute(command);

@@ -21,6 +21,7 @@
 #include "platform/lock.h"
 #include "platform/process.h"
 #include "platform/timestamp.h"
+#include "platform/window_update.h"
 #include "zxut22/util_crash.h"
 
 namespace zx {
@@ -224,6 +225,7 @@ void clsGPFProtection::GenerateExceptionReport(plat::ExceptionPointers64* pointe
                                                bool bCreateMinidumpOnly) {
   State& s = S();
   plat::Lock report(s.reportLock);
+  const plat::WindowUpdateLock holdWindow(plat::ActiveTopLevelWindow());
   s.reportThread.store(threadId);
   s.reportPointers.store(pointers);
   const bool ui = UiAllowed();
