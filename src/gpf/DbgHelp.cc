@@ -13,11 +13,13 @@
 #include "core/identity/Identity.h"
 #include "debug/Debug.h"
 #include "file/TempName.h"
+#include "platform/event.h"
 #include "platform/errors.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/version_info.h"
+#include "thread/ThreadBase.h"
 
 namespace zx {
 namespace {
@@ -349,6 +351,41 @@ bool clsDBGHELP::GetModuleList(IDBGModuleList** out) {
   return true;
 }
 
+namespace {
+
+// A dump without an exception is written from a thread of its own, so that the
+// thread that asks is recorded standing still; the privilege is held only for it.
+class clsMiniDump final : public clsThreadBase {
+ public:
+  clsMiniDump(plat::SymbolServices* services, const plat::DumpRequest& request)
+      : clsThreadBase("DebugHelp::GetMiniDump"), services_(services), request_(request) {}
+  uint32_t error = 0;
+  bool created = false;
+
+  void WriteHere() {
+    request_.excludeThreadId = plat::ThreadId();
+    switch (plat::AdjustDebugPrivilege(true)) {
+      case 1: DebugPrint(u"ERROR: Unable to open process token."); break;
+      case 2: DebugPrint(u"ERROR: Unable to adjust token privileges."); break;
+      default: break;
+    }
+    error = services_->WriteMiniDump(request_, &created);
+    plat::AdjustDebugPrivilege(false);
+  }
+
+ protected:
+  uint32_t ThreadProc() override {
+    WriteHere();
+    return 0;
+  }
+
+ private:
+  plat::SymbolServices* services_;
+  plat::DumpRequest request_;
+};
+
+}  // namespace
+
 bool clsDBGHELP::WriteMiniDump(char16_t* path, uint32_t size, const plat::ExceptionPointers64* exception,
                                uint32_t exceptionThreadId, uint32_t requesterThreadId,
                                const plat::ContextAmd64* requesterContext) {
@@ -374,7 +411,20 @@ bool clsDBGHELP::WriteMiniDump(char16_t* path, uint32_t size, const plat::Except
   request.requesterThreadId = requesterThreadId;
   request.requesterContext = requesterContext;
   bool created = false;
-  uint32_t error = services_->WriteMiniDump(request, &created);
+  uint32_t error = 0;
+  if (exception) {
+    error = services_->WriteMiniDump(request, &created);
+  } else {
+    clsMiniDump dump(services_.get(), request);
+    if (dump.ThreadStart()) {
+      plat::WaitOne(dump.ThreadHandle(), plat::kInfinite);
+      dump.ThreadEnd(false, plat::kInfinite, false);
+    } else {
+      dump.WriteHere();
+    }
+    error = dump.error;
+    created = dump.created;
+  }
   if (!created) {
     std::u16string text;
     if (!plat::SystemErrorText(0x8000FFFFu, 0, text)) text = u"0x8000FFFF";

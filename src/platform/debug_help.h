@@ -118,6 +118,11 @@ bool ReadMemorySafely(uint64_t address, void* out, size_t size);
 // functions); the engine takes the first of them that finds any.
 std::vector<std::string> LoadedModulePathsForTests(int method);
 
+// Turns the debug privilege of this process on or off around a dump without an
+// exception (Windows): 0 done, 1 the token could not be opened, 2 it could not be
+// adjusted. Linux has no such privilege: 0.
+int AdjustDebugPrivilege(bool enable);
+
 // The debug privilege around the dump and stack commands (Windows); each failure
 // prints its line on the standard output stream, as the system's tools do.
 void EnableDebugPrivilege();

@@ -442,6 +442,8 @@ class Session final : public SymbolServices {
 
 }  // namespace
 
+int AdjustDebugPrivilege(bool) { return 0; }
+
 std::unique_ptr<SymbolServices> SymbolServices::Open(const std::u16string&, bool lines) {
   auto session = std::make_unique<Session>(S(), lines);
   if (!session->Start()) return nullptr;

@@ -51,6 +51,19 @@ F Bind(HMODULE lib, const char* name) {
   return reinterpret_cast<F>(reinterpret_cast<void*>(::GetProcAddress(lib, name)));
 }
 
+int AdjustDebugPrivilege(bool enable) {
+  HANDLE token = nullptr;
+  if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, &token)) return 1;
+  TOKEN_PRIVILEGES tp{};
+  tp.PrivilegeCount = 1;
+  tp.Privileges[0].Attributes = enable ? SE_PRIVILEGE_ENABLED : 0;
+  const bool ok = ::LookupPrivilegeValueW(nullptr, L"SeDebugPrivilege", &tp.Privileges[0].Luid) &&
+                  ::AdjustTokenPrivileges(token, FALSE, &tp, sizeof tp, nullptr, nullptr) &&
+                  ::GetLastError() == ERROR_SUCCESS;
+  ::CloseHandle(token);
+  return ok ? 0 : 2;
+}
+
 namespace {
 
 const wchar_t* W(const std::u16string& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
