@@ -125,6 +125,21 @@ void Crash(const std::string& kind) {
   if (kind == "abort") std::abort();
   if (kind == "stackoverflow") GpfCrashRecurse(0);
   if (kind == "smashed") GpfCrashSmashed();
+#ifndef _WIN32
+  if (kind == "twothreads") {
+    // A second protected thread faults while the first one's report runs: it
+    // waits at the report lock, and the first report's end ends the process.
+    static std::atomic<bool> reporting{false};
+    std::thread second([] {
+      UtilExHandlerStartProtection(nullptr);
+      while (!reporting.load()) std::this_thread::yield();
+      GpfCrashSegv();
+    });
+    reporting.store(true);
+    GpfCrashSegv();
+    second.join();
+  }
+#endif
   if (kind == "breakpoint") {
 #ifdef __x86_64__
     asm volatile("int3");
@@ -325,6 +340,21 @@ TEST_F(Crashes, DamagedStackIsReportedWithoutHanging) {
   ChildRun r = Start("smashed");
   EXPECT_EQ(r.end.signal, SIGSEGV);
   EXPECT_TRUE(Has(r, "<clsGPFProtection::GenerateExceptionReport() -> done"));
+}
+
+TEST_F(Crashes, SecondThreadFaultingDuringAReportWaitsAndNothingHangs) {
+  ChildRun r = Start("twothreads");
+  EXPECT_EQ(r.end.signal, SIGSEGV);
+  int starts = 0, ends = 0;
+  for (const std::string& m : r.log) {
+    starts += m.find(">>>=========================") != std::string::npos;
+    ends += m.find("<<<=========================") != std::string::npos;
+  }
+  // One report runs to its end; the other thread never gets a half report in.
+  EXPECT_EQ(ends, 1);
+  EXPECT_EQ(starts, ends);
+  std::string out;
+  EXPECT_TRUE(zxsupport::RunFilter("unzip -t " + r.archive.string(), "", out)) << out;
 }
 
 TEST_F(Crashes, DialoguesAnswerThroughTheScript) {
