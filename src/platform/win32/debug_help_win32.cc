@@ -473,6 +473,11 @@ class DbgHelp final : public SymbolServices {
       typeInfo_(process_, module, s.TypeIndex, TI_GET_BASETYPE, &baseType);
       typeInfo_(process_, module, s.TypeIndex, TI_GET_LENGTH, &length);
       if (typeInfo_(process_, module, s.TypeIndex, static_cast<IMAGEHLP_SYMBOL_TYPE_INFO>(12), &count)) v.arrayCount = count;
+      if (tag == 15 && !baseType) {   // an array: the base type of its elements
+        DWORD element = 0;
+        if (typeInfo_(process_, module, s.TypeIndex, TI_GET_TYPEID, &element))
+          typeInfo_(process_, module, element, TI_GET_BASETYPE, &baseType);
+      }
       if (tag == 14) {   // a pointer: text when it points at characters
         DWORD target = 0, targetBase = 0;
         if (typeInfo_(process_, module, s.TypeIndex, TI_GET_TYPEID, &target) &&
