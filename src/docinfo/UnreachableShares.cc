@@ -52,10 +52,4 @@ IString ShareOfPath(const String& networkPath) {
   return IString(match.find(1).text);
 }
 
-void ForgetUnreachableSharesForTests() {
-  ShareSet& s = Shares();
-  plat::Lock l(s.lock);
-  s.shares.clear();
-}
-
 }  // namespace zx

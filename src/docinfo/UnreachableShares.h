@@ -16,7 +16,4 @@ bool ShareIsKnownUnreachable(const IString& share);
 // a share.
 IString ShareOfPath(const String& networkPath);
 
-// Tests: forgets every share (the set is otherwise never emptied).
-void ForgetUnreachableSharesForTests();
-
 }  // namespace zx
