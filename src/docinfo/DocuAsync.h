@@ -36,6 +36,8 @@ class clsDocuAsync : public clsThreadBase {
 
  private:
   uint32_t ThreadProc() override;
+  // The readers parse on this thread: the base's 16 KiB would not hold them.
+  uint32_t ThreadGetStackSize() override { return 1u << 20; }
 
   plat::CriticalSection m_cs{100};
   uint32_t m_timeout;
