@@ -46,7 +46,9 @@ bool ShareIsUnreachable(const IString& share) {
 }
 
 IString ShareOfPath(const String& networkPath) {
-  thread_local clsRegEx share(u"^(\\\\\\\\(?:.+?)\\\\(?:.+?))(\\\\.*|)$");
+  // One a call: a thread-local expression would outlive the engine's own
+  // per-thread state at thread exit on Windows.
+  clsRegEx share(u"^(\\\\\\\\(?:.+?)\\\\(?:.+?))(\\\\.*|)$");
   clsRegExMatchList match;
   if (!share.Match(networkPath, &match)) return IString();
   return IString(match.find(1).text);

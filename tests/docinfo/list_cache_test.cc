@@ -126,10 +126,10 @@ TEST_F(Cache, ALockedFileKeepsWhatWasRead) {
   clsDocuList list(1);
   const String name = Str(dir / "a.pdf");
   ASSERT_EQ(list.Get(name, nullptr, 5), 1);
+  const auto later = std::filesystem::last_write_time(dir / "a.pdf") + std::chrono::seconds(5);
+  std::filesystem::last_write_time(dir / "a.pdf", later);   // changed, and then locked
   clsFileRW locker;   // no sharing at all
   ASSERT_EQ(locker.Open(name, 2, 0, 0, kFileNormal), 0);
-  const auto later = std::filesystem::last_write_time(dir / "a.pdf") + std::chrono::seconds(5);
-  std::filesystem::last_write_time(dir / "a.pdf", later);
   clock.Advance(1001);
   Result r;
   EXPECT_EQ(list.Get(name, &r.data, 5), 1);   // the old information
