@@ -129,7 +129,7 @@ phase_asan() {
 
 # The suites listed here start threads that share the library's state (the
 # debug channel, the job lock and heaps, threads and events, files, critical sections).
-tsan_suites=(debug module thread file platform tempfile)
+tsan_suites=(debug module thread file platform tempfile docinfo)
 
 phase_tsan() {
   local b=$out/tsan s targets=() names=()

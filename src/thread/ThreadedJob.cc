@@ -14,7 +14,19 @@ namespace com {
 ZX_CLIENT_CALL HRESULT QueryInterface(IUnknown* object, const GUID& iid, void** out) {
   return object->QueryInterface(iid, out);
 }
+ZX_CLIENT_CALL ULONG AddRef(IUnknown* object) { return object->AddRef(); }
 ZX_CLIENT_CALL ULONG Release(IUnknown* object) { return object->Release(); }
+ZX_CLIENT_CALL HRESULT Dispose(IUnknown* disposable) {
+  // IDispatch's four slots stand between IUnknown's and Dispose.
+  struct IDisposableSlots : IUnknown {
+    virtual HRESULT ZX_COMCALL GetTypeInfoCount(void*) = 0;
+    virtual HRESULT ZX_COMCALL GetTypeInfo(void*, void*, void*) = 0;
+    virtual HRESULT ZX_COMCALL GetIDsOfNames(void*, void*, void*, void*, void*) = 0;
+    virtual HRESULT ZX_COMCALL Invoke(void*, void*, void*, void*, void*, void*, void*, void*) = 0;
+    virtual HRESULT ZX_COMCALL Dispose() = 0;
+  };
+  return static_cast<IDisposableSlots*>(disposable)->Dispose();
+}
 ZX_CLIENT_CALL HRESULT Run(IUTThreadedJob* job) { return job->Run(); }
 ZX_CLIENT_CALL HRESULT GetResult(IUTThreadedJob* job) { return job->GetResult(); }
 ZX_CLIENT_CALL DWORD GetGroup(IUTThreadedJob* job) { return job->GetGroup(); }

@@ -1,5 +1,5 @@
-// The COM interfaces a client of the job dispatcher implements, the holder of an
-// interface pointer, and one job: its name, its IUTThreadedJob and its host.
+// The COM interfaces a client of the job dispatcher implements, and one job: its
+// name, its IUTThreadedJob and its host.
 // Threads: a job belongs to one list of its dispatcher at a time; its interfaces
 // are called by whoever holds it.
 #pragma once
@@ -7,6 +7,7 @@
 
 #include "core/strings/String.h"
 #include "platform/com.h"
+#include "thread/AutoRelease.h"
 #include "thread/AllocationCountVerifier.h"
 
 // {2989A6CF-0467-49FF-A14A-59E338444756}
@@ -33,13 +34,9 @@ struct IUTThreadedJobHost : IUnknown {
 
 namespace zx {
 
-// Every call into a client's object goes through here. A client may write its
-// objects in C (a table of function pointers, as util_thread.h shows): they carry
-// no C++ type information, so the sanitizer's check of the dynamic type is off for
-// these calls alone.
+// Every call into a client's job or host goes through here (see AutoRelease.h
+// for why).
 namespace com {
-HRESULT QueryInterface(IUnknown* object, const GUID& iid, void** out);
-ULONG Release(IUnknown* object);
 HRESULT Run(IUTThreadedJob* job);
 HRESULT GetResult(IUTThreadedJob* job);
 DWORD GetGroup(IUTThreadedJob* job);
@@ -47,37 +44,6 @@ DWORD CanRunThreaded(IUTThreadedJob* job);
 HRESULT OnJobFinished(IUTThreadedJobHost* host, const char16_t* name, IUTThreadedJob* job);
 DWORD WaitForJobs(IUTThreadedJobHost* host, void* event);
 }  // namespace com
-
-// Writes "ERROR: Interface pointer is NULL, GPF will follow!" (a call through an
-// empty holder is skipped instead of crashing).
-void ReportEmptyInterface();
-
-// Holds one reference of an interface asked for by QueryInterface.
-template <class T>
-class clsAutoRelease {
- public:
-  clsAutoRelease() = default;
-  clsAutoRelease(IUnknown* object, const GUID& iid) {
-    void* p = nullptr;
-    if (object && com::QueryInterface(object, iid, &p) >= 0) m_p = static_cast<T*>(p);
-  }
-  ~clsAutoRelease() {
-    if (m_p) com::Release(m_p);
-  }
-  clsAutoRelease(const clsAutoRelease&) = delete;
-  clsAutoRelease& operator=(const clsAutoRelease&) = delete;
-  T* Get() const { return m_p; }
-  T* operator->() const { return m_p; }
-  explicit operator bool() const { return m_p != nullptr; }
-  // The pointer for a call; null (with the error line) when the holder is empty.
-  T* Checked() const {
-    if (!m_p) ReportEmptyInterface();
-    return m_p;
-  }
-
- private:
-  T* m_p = nullptr;
-};
 
 class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
  public:
