@@ -79,6 +79,8 @@ class clsAutoRelease {
   T* m_p = nullptr;
 };
 
+class JobList;
+
 class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
  public:
   static constexpr const char* kAllocationName = "clsUTThreadedJob";
@@ -99,6 +101,11 @@ class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
   String m_sName;
   clsAutoRelease<IUTThreadedJob> m_pJob;
   clsAutoRelease<IUTThreadedJobHost> m_pHost;
+  // The dispatcher's list the job is on (thread/JobList.h).
+  friend class JobList;
+  clsUTThreadedJob* m_pPrev = nullptr;
+  clsUTThreadedJob* m_pNext = nullptr;
+  const JobList* m_pList = nullptr;
 };
 
 }  // namespace zx
