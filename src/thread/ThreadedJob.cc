@@ -23,6 +23,26 @@ ZX_CLIENT_CALL HRESULT OnJobFinished(IUTThreadedJobHost* host, const char16_t* n
   return host->OnJobFinished(name, job);
 }
 ZX_CLIENT_CALL DWORD WaitForJobs(IUTThreadedJobHost* host, void* event) { return host->WaitForJobs(event); }
+ZX_CLIENT_CALL ULONG AddRef(IUnknown* object) { return object->AddRef(); }
+
+namespace {
+constexpr int kDisposeSlot = 7;   // IUnknown's three, IDispatch's four, then Dispose
+using DisposeFn = HRESULT(ZX_COMCALL*)(void*);
+}  // namespace
+
+ZX_CLIENT_CALL ULONG ReleaseDisposing(IUnknown* object) {
+  // Held by nobody else: our AddRef's Release leaves exactly our one reference.
+  AddRef(object);
+  if (Release(object) == 1) {
+    void* disposable = nullptr;
+    if (QueryInterface(object, IID_IDisposable, &disposable) >= 0 && disposable) {
+      DisposeFn dispose = (*static_cast<DisposeFn**>(disposable))[kDisposeSlot];
+      dispose(disposable);
+      Release(static_cast<IUnknown*>(disposable));
+    }
+  }
+  return Release(object);
+}
 }  // namespace com
 
 void ReportEmptyInterface() { DiagLine(u"ERROR: Interface pointer is NULL, GPF will follow!"); }

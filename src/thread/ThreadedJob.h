@@ -46,7 +46,15 @@ DWORD GetGroup(IUTThreadedJob* job);
 DWORD CanRunThreaded(IUTThreadedJob* job);
 HRESULT OnJobFinished(IUTThreadedJobHost* host, const char16_t* name, IUTThreadedJob* job);
 DWORD WaitForJobs(IUTThreadedJobHost* host, void* event);
+ULONG AddRef(IUnknown* object);
+// Releases the last reference of a managed object: when nobody else holds it, it
+// is asked for IDisposable and disposed of (the method in the table's eighth
+// slot, after IUnknown's and IDispatch's) before the reference goes.
+ULONG ReleaseDisposing(IUnknown* object);
 }  // namespace com
+
+// {805D7A98-D4AF-3F0F-967F-E5CF45312D2C}
+inline constexpr GUID IID_IDisposable = {0x805D7A98, 0xD4AF, 0x3F0F, {0x96, 0x7F, 0xE5, 0xCF, 0x45, 0x31, 0x2D, 0x2C}};
 
 // Writes "ERROR: Interface pointer is NULL, GPF will follow!" (a call through an
 // empty holder is skipped instead of crashing).
@@ -57,12 +65,15 @@ template <class T>
 class clsAutoRelease {
  public:
   clsAutoRelease() = default;
-  clsAutoRelease(IUnknown* object, const GUID& iid) {
+  // dispose: at the last reference, the object is disposed of (IDisposable).
+  clsAutoRelease(IUnknown* object, const GUID& iid, bool dispose = false) : m_bDispose(dispose) {
     void* p = nullptr;
     if (object && com::QueryInterface(object, iid, &p) >= 0) m_p = static_cast<T*>(p);
   }
   ~clsAutoRelease() {
-    if (m_p) com::Release(m_p);
+    if (!m_p) return;
+    if (m_bDispose) com::ReleaseDisposing(m_p);
+    else com::Release(m_p);
   }
   clsAutoRelease(const clsAutoRelease&) = delete;
   clsAutoRelease& operator=(const clsAutoRelease&) = delete;
@@ -77,6 +88,7 @@ class clsAutoRelease {
 
  private:
   T* m_p = nullptr;
+  bool m_bDispose = false;
 };
 
 class JobList;
