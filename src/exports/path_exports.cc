@@ -3,7 +3,9 @@
 #include <cstring>
 #include <new>
 
+#include "core/diag/DebugChecks.h"
 #include "core/strings/CharsetConversion.h"
+#include "module/ModuleUtils.h"
 #include "path/PathRuntime.h"
 #include "path/PathServices.h"
 #include "zxUT22.h"
@@ -53,7 +55,8 @@ ZXUT_EXPORT LONG ZXUT_API UtilMergepath(LPWSTR out, LPCWSTR drive, LPCWSTR dir, 
 
 ZXUT_EXPORT void ZXUT_API UtilFullpath(LPWSTR out, LPCWSTR path, DWORD size) {
   try {
-    zx::FullPath(Out(out), In(path), size, zx::SystemPathContext());
+    if (!zx::FullPath(Out(out), In(path), size, zx::SystemPathContext()) && zx::bDebugChecks)
+      zx::ErrorLineBuffer(u"UtilFullpath", u"Buffer too small", out, zx::kPathERange);
   } catch (const std::bad_alloc&) {
     if (out && size) out[0] = 0;
   }

@@ -5,6 +5,7 @@
 
 #include "core/strings/String.h"
 #include "debug/Debug.h"
+#include "core/diag/StaticCleanup.h"
 #include "core/identity/Identity.h"
 #include "module/StaticSetup.h"
 #include "platform/codepage.h"
@@ -65,6 +66,7 @@ void CheckRoundTrips() {
 // The first of the exit-time destructors: nothing prints from half-destroyed state.
 void ExitTimeDestruction() {
   Step(LifecycleStep::kExitTimeDestruction);
+  SetStaticCleanupBegun(true);
   DebugDisallow();
   ReportUndeletedInstances();
 }

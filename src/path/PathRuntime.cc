@@ -98,6 +98,27 @@ void Collapse(std::u16string& s, size_t mark) {
   s.swap(out);
 }
 
+// The DOS device a path names ("CON", "prn.txt", "C:\\x\\com1 :"), as the system
+// finds it: the last part up to its first "." or ":", less trailing spaces, is
+// AUX, CON, NUL, PRN, or COM or LPT with a digit 1-9. Empty when it isn't one, and
+// for paths that begin with two separators (shares and device paths).
+std::u16string_view DosDeviceName(std::u16string_view p) {
+  if (IsUnc(p)) return {};
+  size_t start = HasDrive(p) ? 2 : 0;
+  for (size_t i = start; i < p.size(); ++i)
+    if (IsSeparator(p[i])) start = i + 1;
+  size_t end = start;
+  while (end < p.size() && p[end] != u'.' && p[end] != u':') ++end;
+  while (end > start && p[end - 1] == u' ') --end;
+  const std::u16string_view name = p.substr(start, end - start);
+  auto is = [&](const char16_t* three) {
+    return Upper(name[0]) == three[0] && Upper(name[1]) == three[1] && Upper(name[2]) == three[2];
+  };
+  if (name.size() == 3 && (is(u"AUX") || is(u"CON") || is(u"NUL") || is(u"PRN"))) return name;
+  if (name.size() == 4 && (is(u"COM") || is(u"LPT")) && name[3] >= u'1' && name[3] <= u'9') return name;
+  return {};
+}
+
 }  // namespace
 
 int SplitPath(const char16_t* path, char16_t* drive, size_t driveRoom, char16_t* dir, size_t dirRoom,
@@ -188,6 +209,12 @@ PathContext SystemPathContext() {
 
 std::u16string FullPathName(std::u16string_view path, const PathContext& context) {
   if (path.empty()) return {};
+  // A device name stands for the device wherever it is written; file names on a
+  // system with "/" paths are only names.
+  if (!context.posixRoot) {
+    const std::u16string_view device = DosDeviceName(path);
+    if (!device.empty()) return u"\\\\.\\" + std::u16string(device);
+  }
   std::u16string s(path);
   std::replace(s.begin(), s.end(), u'/', u'\\');
   std::u16string cwd = context.currentDirectory;

@@ -37,6 +37,8 @@ String NormalizePath(const String& path) {
   if (full.empty() || full.size() >= kNormalizeRoom) return path;
   String out{std::u16string_view(full)};
   out.ReplaceAll(u"\\.\\", u"\\");
+  std::u16string canonical;
+  if (plat::CanonicalizePath(Text(out), canonical)) out = String(std::u16string_view(canonical));
   return out;
 }
 

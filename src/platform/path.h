@@ -37,6 +37,10 @@ std::u16string ExpandEnvironment(const std::u16string& text);
 // ("Desktop", "Personal", "AppData", ...); false when the name is unknown.
 bool ShellFolder(const std::u16string& name, std::u16string& out);
 
+// PathCanonicalizeW, bound late from the shell's light-weight library: "." and ".."
+// parts removed. False when the function isn't there (always on Linux) or fails.
+bool CanonicalizePath(const std::u16string& path, std::u16string& out);
+
 // GetVolumeInformationW of the volume holding `root`. `fsFlags` in the system's
 // bits (kFsCaseSensitive, ...). False when the volume can't be asked.
 constexpr uint32_t kFsCaseSensitive = 0x1;

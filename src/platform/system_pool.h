@@ -28,6 +28,9 @@ class SystemPool {
   SystemPool& operator=(const SystemPool&) = delete;
   bool IsValid() const { return impl_ != nullptr; }
   void* Impl() const { return impl_; }
+  // Lets the pool go without closing it or waiting for its threads (at process
+  // exit); the destructor then does nothing.
+  void Abandon() { impl_ = nullptr; }
 
  private:
   void* impl_ = nullptr;

@@ -1,8 +1,13 @@
 #include "thread/ThreadPool.h"
 
+#include "core/diag/StaticCleanup.h"
 #include "platform/process.h"
 
 namespace zx {
+
+clsThreadPool::~clsThreadPool() {
+  if (StaticCleanupBegun()) m_Pool.Abandon();
+}
 
 clsThreadPoolWorkerBaseRunOnce::clsThreadPoolWorkerBaseRunOnce(clsThreadPool& pool)
     : m_Pool(pool), m_Work(pool.Pool(), &Callback, this) {}

@@ -15,8 +15,9 @@ namespace zx {
 class clsThreadPool {
  public:
   clsThreadPool() = default;
-  // Closes the pending callbacks (cancelled), waits for running ones, closes the pool.
-  ~clsThreadPool() = default;
+  // Closes the pending callbacks (cancelled), waits for running ones, closes the
+  // pool; once the library's static clean-up has begun it skips all that.
+  ~clsThreadPool();
   clsThreadPool(const clsThreadPool&) = delete;
   clsThreadPool& operator=(const clsThreadPool&) = delete;
   bool IsValid() const { return m_Pool.IsValid(); }

@@ -17,15 +17,12 @@ ZX_CLIENT_CALL HRESULT QueryInterface(IUnknown* object, const GUID& iid, void** 
 ZX_CLIENT_CALL ULONG AddRef(IUnknown* object) { return object->AddRef(); }
 ZX_CLIENT_CALL ULONG Release(IUnknown* object) { return object->Release(); }
 ZX_CLIENT_CALL HRESULT Dispose(IUnknown* disposable) {
-  // IDispatch's four slots stand between IUnknown's and Dispose.
-  struct IDisposableSlots : IUnknown {
-    virtual HRESULT ZX_COMCALL GetTypeInfoCount(void*) = 0;
-    virtual HRESULT ZX_COMCALL GetTypeInfo(void*, void*, void*) = 0;
-    virtual HRESULT ZX_COMCALL GetIDsOfNames(void*, void*, void*, void*, void*) = 0;
-    virtual HRESULT ZX_COMCALL Invoke(void*, void*, void*, void*, void*, void*, void*, void*) = 0;
-    virtual HRESULT ZX_COMCALL Dispose() = 0;
-  };
-  return static_cast<IDisposableSlots*>(disposable)->Dispose();
+  // Dispose is the eighth slot of the table: IUnknown's three, IDispatch's four,
+  // then Dispose. It is called through the table itself, as a client's object
+  // has no C++ type this library could name.
+  using DisposeFn = HRESULT(ZX_COMCALL*)(IUnknown*);
+  constexpr int kDisposeSlot = 7;
+  return (*reinterpret_cast<DisposeFn* const*>(disposable))[kDisposeSlot](disposable);
 }
 ZX_CLIENT_CALL HRESULT Run(IUTThreadedJob* job) { return job->Run(); }
 ZX_CLIENT_CALL HRESULT GetResult(IUTThreadedJob* job) { return job->GetResult(); }

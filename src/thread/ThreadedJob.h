@@ -45,6 +45,8 @@ HRESULT OnJobFinished(IUTThreadedJobHost* host, const char16_t* name, IUTThreade
 DWORD WaitForJobs(IUTThreadedJobHost* host, void* event);
 }  // namespace com
 
+class JobList;
+
 class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
  public:
   static constexpr const char* kAllocationName = "clsUTThreadedJob";
@@ -65,6 +67,11 @@ class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
   String m_sName;
   clsAutoRelease<IUTThreadedJob> m_pJob;
   clsAutoRelease<IUTThreadedJobHost> m_pHost;
+  // The dispatcher's list the job is on (thread/JobList.h).
+  friend class JobList;
+  clsUTThreadedJob* m_pPrev = nullptr;
+  clsUTThreadedJob* m_pNext = nullptr;
+  const JobList* m_pList = nullptr;
 };
 
 }  // namespace zx

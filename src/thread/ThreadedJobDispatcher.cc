@@ -35,20 +35,6 @@ std::vector<clsThreadedJobDispatcher*>& Abandoned() {
   return *list;
 }
 
-// Removes one pointer from a list; false when it isn't there.
-bool Remove(JobList& list, clsUTThreadedJob* job) {
-  const int i = list.index(job);
-  if (i < 0) return false;
-  list.get(i);
-  return true;
-}
-
-bool HasGroup(const JobList& list, uint32_t group) {
-  for (int i = 0; i < list.entries(); ++i)
-    if (list.find(i)->Group() == group) return true;
-  return false;
-}
-
 }  // namespace
 
 // A worker: takes jobs from the dispatcher's queue until a null packet comes.
@@ -88,7 +74,7 @@ clsThreadedJobDispatcher::~clsThreadedJobDispatcher() {
   {
     plat::Lock guard(m_Lock);
     for (JobList* list : {&m_lstPending, &m_lstFinished, &m_lstInline})
-      while (list->entries() > 0) delete list->get(0);
+      while (clsUTThreadedJob* job = list->pop()) delete job;
   }
   g_liveDispatchers.fetch_sub(1);
 }
@@ -97,29 +83,27 @@ int32_t clsThreadedJobDispatcher::LiveDispatchers() { return g_liveDispatchers.l
 
 bool clsThreadedJobDispatcher::IsEmpty() {
   plat::Lock guard(m_Lock);
-  return m_lstPending.entries() == 0 && m_lstFinished.entries() == 0 && m_lstRunning.entries() == 0 &&
-         m_lstInline.entries() == 0;
+  return m_lstPending.empty() && m_lstFinished.empty() && m_lstRunning.empty() && m_lstInline.empty();
 }
 
 bool clsThreadedJobDispatcher::IsGroupDone(uint32_t group) {
   if (group == 0) return IsEmpty();
   plat::Lock guard(m_Lock);
-  return !HasGroup(m_lstPending, group) && !HasGroup(m_lstFinished, group) && !HasGroup(m_lstRunning, group) &&
-         !HasGroup(m_lstInline, group);
+  return !m_lstPending.hasGroup(group) && !m_lstFinished.hasGroup(group) && !m_lstRunning.hasGroup(group) &&
+         !m_lstInline.hasGroup(group);
 }
 
 void clsThreadedJobDispatcher::Abort(uint32_t group) {
   if (m_bAborted.exchange(true)) return;
   plat::Lock guard(m_Lock);
   for (JobList* list : {&m_lstPending, &m_lstFinished, &m_lstInline}) {
-    std::vector<clsUTThreadedJob*> drop;
-    for (int i = 0; i < list->entries(); ++i) {
-      clsUTThreadedJob* job = list->find(i);
-      if (group == 0 || job->Group() == group) drop.push_back(job);
-    }
-    for (clsUTThreadedJob* job : drop) {
-      Remove(*list, job);
-      delete job;
+    for (clsUTThreadedJob* job = list->first(); job;) {
+      clsUTThreadedJob* next = JobList::next(job);
+      if (group == 0 || job->Group() == group) {
+        list->remove(job);
+        delete job;
+      }
+      job = next;
     }
   }
 }
@@ -128,8 +112,8 @@ bool clsThreadedJobDispatcher::RunOneInline(bool callHosts) {
   clsUTThreadedJob* job = nullptr;
   {
     plat::Lock guard(m_Lock);
-    if (m_lstInline.entries() == 0) return false;
-    job = m_lstInline.get(0);
+    job = m_lstInline.pop();
+    if (!job) return false;
   }
   job->Run();
   if (callHosts && job->Job()) com::GetResult(job->Job());
@@ -165,8 +149,7 @@ void clsThreadedJobDispatcher::Finalize(IUnknown* hostObject) {
 
 bool clsThreadedJobDispatcher::BeginClientWait() {
   plat::Lock guard(m_Lock);
-  if (m_lstFinished.entries() > 0 || m_lstInline.entries() > 0 ||
-      (m_lstPending.entries() == 0 && m_lstRunning.entries() == 0))
+  if (!m_lstFinished.empty() || !m_lstInline.empty() || (m_lstPending.empty() && m_lstRunning.empty()))
     return false;
   m_bClientWaits = true;
   return true;
@@ -233,7 +216,7 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
     if (job->MustRunInline()) {
       m_lstInline.append(job);
     } else {
-      if ((m_lstPending.entries() > 0 || m_lstWorkers.empty()) && m_lstWorkers.size() < m_nMaxThreads) {
+      if ((!m_lstPending.empty() || m_lstWorkers.empty()) && m_lstWorkers.size() < m_nMaxThreads) {
         const String name = m_sName;
         auto* worker = new (std::nothrow) clsThreadedJobProcessorUsingIoCompletionPort(this, name.narrow());
         if (worker) {
@@ -249,15 +232,22 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
   for (;;) {
-    const uint64_t before = plat::TickCount64();
+    // The clock is read only around a get that has to wait.
     void* packet = nullptr;
-    if (m_hPort.Get(&packet, plat::kQueueWaitInfinite) != 1 || !packet) return nullptr;
-    auto* job = static_cast<clsUTThreadedJob*>(packet);
+    uint64_t waited = 0;
+    int got = m_hPort.Get(&packet, 0);
+    if (got == 0) {
+      const uint64_t before = plat::TickCount64();
+      got = m_hPort.Get(&packet, plat::kQueueWaitInfinite);
+      waited = plat::TickCount64() - before;
+    }
+    if (got != 1 || !packet) return nullptr;
     plat::Lock guard(m_Lock);
-    m_qwWaitTicks += plat::TickCount64() - before;
+    m_qwWaitTicks += waited;
     // Only a job found in the pending list is touched: a dropped or inline job's
     // packet is a search key and nothing more.
-    if (!Remove(m_lstPending, job)) continue;
+    if (!m_lstPending.take(packet)) continue;
+    auto* job = static_cast<clsUTThreadedJob*>(packet);
     m_lstRunning.append(job);
     ++m_qwJobCount;
     return job;
@@ -266,7 +256,7 @@ clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
 
 void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* job) {
   plat::Lock guard(m_Lock);
-  Remove(m_lstRunning, job);
+  m_lstRunning.remove(job);
   if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
   else m_lstFinished.append(job);
   Changed();
@@ -274,8 +264,8 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* jo
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::PopFinished() {
   plat::Lock guard(m_Lock);
-  if (m_lstFinished.entries() == 0) return nullptr;
-  clsUTThreadedJob* job = m_lstFinished.get(0);
+  clsUTThreadedJob* job = m_lstFinished.pop();
+  if (!job) return nullptr;
   Changed();
   return job;
 }

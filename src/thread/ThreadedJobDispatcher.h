@@ -7,7 +7,8 @@
 //
 // The queue is a completion port (platform/job_queue.h): one packet per job, a
 // null packet per worker at the end; packets of dropped jobs are skipped because a
-// worker takes only a job it finds in the pending list.
+// worker takes only a job it finds in the pending list. The lists are intrusive
+// (thread/JobList.h): queuing a job allocates nothing beyond the job.
 //
 // Errors: none are reported; a job's failures are its host's business.
 // Threads: Add from any thread; Finalize and Close from one client thread. The
@@ -19,23 +20,24 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/containers/WCList.h"
 #include "core/strings/String.h"
 #include "platform/job_queue.h"
 #include "platform/lock.h"
 #include "platform/thread_annotations.h"
 #include "thread/AllocationCountVerifier.h"
 #include "thread/HandleObject.h"
+#include "thread/JobList.h"
 #include "thread/ThreadedJob.h"
 
 namespace zx {
-
-using JobList = WCValSList<clsUTThreadedJob*>;
 
 class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJobDispatcher> {
  public:
   static constexpr const char* kAllocationName = "clsThreadedJobDispatcher";
   virtual ~clsThreadedJobDispatcher();
+  // The client and the workers hold m_Lock for a few list steps: spinning beats a
+  // sleep and a wake.
+  static constexpr uint32_t kListLockSpin = 200;
 
   virtual bool IsEmpty();
   // No job of that group in any list; group 0: no job at all.
@@ -73,7 +75,7 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
     if (m_bClientWaits) m_evChanged.Set();
   }
 
-  plat::CriticalSection m_Lock;
+  plat::CriticalSection m_Lock{kListLockSpin};
   uint32_t m_nMaxThreads;
   JobList m_lstPending ZX_GUARDED_BY(m_Lock);
   JobList m_lstFinished ZX_GUARDED_BY(m_Lock);

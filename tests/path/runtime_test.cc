@@ -168,6 +168,16 @@ TEST(FullPathName, WindowsRules) {
       {u"\\\\.\\C:\\a\\..\\b", u"\\\\.\\C:\\b"},
       {u"C:\\" + deep + u"x", u"C:\\" + deep + u"x"},
       {u"", u""},
+      // DOS devices: the last part before its first "." or ":", less trailing spaces.
+      {u"CON", u"\\\\.\\CON"},
+      {u"nul", u"\\\\.\\nul"},
+      {u"C:\\a\\com1.txt", u"\\\\.\\com1"},
+      {u"Lpt9  :x", u"\\\\.\\Lpt9"},
+      {u"prn. ", u"\\\\.\\prn"},
+      {u"COM0", u"C:\\cur\\dir\\COM0"},
+      {u"CONx", u"C:\\cur\\dir\\CONx"},
+      {u"aux\\x", u"C:\\cur\\dir\\aux\\x"},
+      {u"\\\\srv\\share\\nul", u"\\\\srv\\share\\nul"},
   };
   for (const auto& c : cases) EXPECT_EQ(FullPathName(c.in, WindowsContext()), c.out) << Ascii(c.in);
 }
@@ -182,7 +192,7 @@ TEST(FullPathName, PosixRootsKeepTheirForm) {
       {u"x", u"/home/u/x"},         {u"/a/../b", u"/b"},
       {u"\\a\\b", u"/a/b"},         {u"../../..", u"/"},
       {u"./x/./y/", u"/home/u/x/y/"}, {u"C:\\a\\..\\b", u"C:\\b"},
-      {u"\\\\s\\sh\\x", u"\\\\s\\sh\\x"},
+      {u"\\\\s\\sh\\x", u"\\\\s\\sh\\x"}, {u"con", u"/home/u/con"},
   };
   for (const auto& t : cases) EXPECT_EQ(FullPathName(t.in, c), t.out) << Ascii(t.in);
 }

@@ -35,7 +35,9 @@ std::vector<std::u16string> Inputs() {
           u"\\\\srv\\share\\a\\..\\..\\b", u"\\\\srv\\share\\x\\..", u"\\\\srv\\share", u"\\\\srv\\share\\", u"//srv/share/x/../y",
           u"\\\\?\\C:\\a\\..\\b", u"\\\\.\\C:\\a\\..\\b", u"a\\...\\b", u"a\\ .\\b", u"a \\b", u"C:\\x\\ ",
           Rep(u"n", 255), Rep(u"n", 256), u"x." + Rep(u"e", 255), Rep(u"d", 255) + u"\\f",
-          u"C:\\" + Rep(u"abc\\", 70) + u"x", u"C:\\" + Rep(u"abc\\", 62) + u"xy"};
+          u"C:\\" + Rep(u"abc\\", 70) + u"x", u"C:\\" + Rep(u"abc\\", 62) + u"xy",
+          u"CON", u"nul", u"C:\\a\\com1.txt", u"Lpt9  :x", u"prn. ", u"COM0", u"CONx", u"aux\\x",
+          u"\\\\srv\\share\\nul"};
 }
 
 TEST_F(RealRuntime, SplitAsTheRuntime) {

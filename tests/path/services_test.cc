@@ -8,6 +8,7 @@
 #include "path/FileFind.h"
 #include "path/PathServices.h"
 #include "path_test_util.h"
+#include "platform/path.h"
 
 using namespace zx;
 using pathtest::Ascii;
@@ -29,6 +30,21 @@ TEST(NormalizePath, DriveAndShareFormsAndTheRoomLimit) {
   EXPECT_EQ(Std(NormalizePath(S(longPath))), longPath);
   const std::u16string fits = u"C:\\" + Rep(u"abc\\", 63) + u"..\\x";   // 255 when resolved
   EXPECT_EQ(Std(NormalizePath(S(fits))), u"C:\\" + Rep(u"abc\\", 62) + u"x");
+}
+
+// The shell's canonicaliser is bound where the system has one (Windows), and
+// missing (false, nothing written) where it hasn't.
+TEST(NormalizePath, TheShellCanonicaliserWhereThereIsOne) {
+  std::u16string out = u"untouched";
+  const bool bound = plat::CanonicalizePath(u"C:\\a\\.\\b\\..\\c", out);
+#ifdef _WIN32
+  ASSERT_TRUE(bound);
+  EXPECT_EQ(out, u"C:\\a\\c");
+  EXPECT_FALSE(plat::CanonicalizePath(u"C:\\" + Rep(u"x", 300), out));   // beyond its room
+#else
+  EXPECT_FALSE(bound);
+  EXPECT_EQ(out, u"untouched");
+#endif
 }
 
 TEST(EnsureUNCPath, SharePathsComeBackNormalised) {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <thread>
 
+#include "core/diag/StaticCleanup.h"
 #include "platform/process.h"
 #include "thread/ThreadPool.h"
 #include "thread_test_util.h"
@@ -43,6 +44,25 @@ TEST(ThreadPool, ARunOnceItemRunsOnThePoolOncePerSubmit) {
   item.Submit();
   item.WaitForCallback();
   EXPECT_EQ(item.runs, 3);
+}
+
+// At process exit the pool's threads may be gone or stuck behind the loader: the
+// pool is let go without a wait.
+TEST(ThreadPool, AtStaticCleanUpThePoolIsLeftWithoutAWait) {
+  auto* pool = new clsThreadPool;
+  auto* item = new Counting(*pool);
+  item->slowMs = 600;
+  item->Submit();
+  while (item->CallbackThreadId() == 0) std::this_thread::yield();
+  SetStaticCleanupBegun(true);
+  const auto start = std::chrono::steady_clock::now();
+  delete pool;
+  const auto took = std::chrono::steady_clock::now() - start;
+  SetStaticCleanupBegun(false);
+  EXPECT_LT(took, std::chrono::milliseconds(300));
+  item->WaitForCallback();
+  EXPECT_EQ(item->runs, 1);
+  delete item;
 }
 
 TEST(ThreadPool, TheEndOfAnItemWaitsForItsRunningCallback) {

@@ -274,4 +274,6 @@ bool RememberedShares(std::vector<NetworkShare>& out) {
 
 bool SharesCoverSubfolders() { return true; }
 
+bool CanonicalizePath(const std::u16string&, std::u16string&) { return false; }
+
 }  // namespace plat

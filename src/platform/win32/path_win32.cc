@@ -109,4 +109,17 @@ bool RememberedShares(std::vector<NetworkShare>& out) {
 
 bool SharesCoverSubfolders() { return false; }
 
+bool CanonicalizePath(const std::u16string& path, std::u16string& out) {
+  using Fn = BOOL(WINAPI*)(LPWSTR, LPCWSTR);
+  static const Fn canonicalize = [] {
+    HMODULE lib = ::LoadLibraryW(L"shlwapi.dll");
+    return lib ? reinterpret_cast<Fn>(reinterpret_cast<void*>(::GetProcAddress(lib, "PathCanonicalizeW"))) : nullptr;
+  }();
+  if (!canonicalize || path.size() >= MAX_PATH) return false;
+  wchar_t buffer[MAX_PATH] = {};
+  if (!canonicalize(buffer, W(path))) return false;
+  out = U(buffer);
+  return true;
+}
+
 }  // namespace plat
