@@ -264,6 +264,18 @@ def producers(tmp):
         files[name] = (open(out, "rb").read(), {})
     return files
 
+def sample(tmp):
+    """examples/docinfo/sample.pdf: a small real file with title, author and two dates."""
+    ps = os.path.join(tmp, "sample.ps")
+    with open(ps, "w", encoding="latin-1") as f:
+        f.write("%!PS\n[ /Title (Quarterly report) /Author (Ann Example) /Subject (Sales figures) "
+                "/Keywords (report, sales) /CreationDate (D:20240115093000Z) /ModDate (D:20240220174500Z) "
+                "/DOCINFO pdfmark\n/Helvetica findfont 14 scalefont setfont 72 720 moveto (Quarterly report) show "
+                "showpage\n")
+    out = os.path.join(HERE, "..", "..", "examples", "docinfo", "sample.pdf")
+    os.makedirs(os.path.dirname(out), exist_ok=True)
+    subprocess.run(["ps2pdf", ps, out], check=True)
+
 # ---------------------------------------------------------------- the oracles
 
 
@@ -331,6 +343,7 @@ def main():
     files = hand_made()
     with tempfile.TemporaryDirectory() as tmp:
         files.update(producers(tmp))
+        sample(tmp)
     rows = []
     for name in sorted(files):
         data, rules = files[name]

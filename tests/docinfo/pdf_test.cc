@@ -334,3 +334,19 @@ TEST(PdfReader, PrevChainThatLoopsEnds) {
 
 }  // namespace
 }  // namespace zx
+
+namespace zx {
+namespace {
+
+// The README's example file.
+TEST(PdfReader, ExampleSample) {
+  clsDocu doc(String(u"sample.pdf"), 0, 0, nullptr);
+  const Read r = ReadFile(std::string(ZXUT_SOURCE_DIR) + "/examples/docinfo/sample.pdf", &doc);
+  EXPECT_EQ("Quarterly report", r.text.at("Title"));
+  EXPECT_EQ("Ann Example", r.text.at("Author"));
+  EXPECT_EQ("2024-01-15T09:30:00", TimeText(r.created));
+  EXPECT_EQ("2024-02-20T17:45:00", TimeText(r.lastSaved));
+}
+
+}  // namespace
+}  // namespace zx
