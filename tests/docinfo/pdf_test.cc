@@ -106,6 +106,7 @@ Read ReadFile(const std::string& path, clsDocu* out = nullptr) {
 
 Read ReadBytes(const std::string& bytes) {
   clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);
   file.Write(bytes.data(), static_cast<uint32_t>(bytes.size()));
   clsDocu doc(String(u"mem.pdf"), 0, 0, nullptr);
   EXPECT_EQ(0, ReadPdfInfo(doc, file));
@@ -276,6 +277,7 @@ TEST(PdfReader, Dates) {
   EXPECT_EQ("unset", TimeText(r.lastSaved));
   // A date that is no calendar date is stored unset; an absent key keeps the old one.
   clsFileRWTempStream file;
+  file.SetDeleteOnRelease(false);
   const std::string bytes = Pdf("<< /CreationDate (D:20121301000000Z) >>");
   file.Write(bytes.data(), static_cast<uint32_t>(bytes.size()));
   clsDocu doc(String(u"m.pdf"), 0, 0, nullptr);
