@@ -123,7 +123,7 @@ int ReadPdfInfo(clsDocu& doc, clsFile& file) {
 
   scPdfIndex index;
   const int64_t info = ReadSections(file, size, start, bufferSize, index);
-  if (info < 0 || info > INT32_MAX) return 0;
+  if (info < 0 || info >= INT32_MAX) return 0;
   const int number = static_cast<int>(info);
 
   PdfDict dict;

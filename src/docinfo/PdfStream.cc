@@ -121,7 +121,11 @@ void DecodePdfStream(clsFile& file, uint64_t dataPos, const PdfDict& dict, const
   } else if (predictor != 1) {
     throw clsException(u"bad stream(predictor %d)", static_cast<int>(predictor));
   }
-  auto deliver = [&](const uint8_t* p, size_t n) { return png ? png->Feed(p, n, sink) : sink(p, n); };
+  uint64_t decoded = 0;
+  auto deliver = [&](const uint8_t* p, size_t n) {
+    if ((decoded += n) > kMaxPdfStreamOutput) throw clsException(u"bad stream(too large)");
+    return png ? png->Feed(p, n, sink) : sink(p, n);
+  };
 
   if (file.SetPos(dataPos) != dataPos) throw clsException(u"bad stream(position)");
   std::vector<uint8_t> in(kBlock), out(flate ? kBlock : 0);

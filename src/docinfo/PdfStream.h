@@ -2,7 +2,8 @@
 // blocks of 64 KiB, inflated (FlateDecode, or no filter at all) and undone of a
 // PNG predictor (Predictor 10 to 15 of DecodeParms), handed on as it comes.
 // Reads stop at the stream's Length, at the file's end, at the end of the zlib
-// stream, at `kMaxPdfStreamInput` bytes, or when the sink has enough.
+// stream, at `kMaxPdfStreamInput` bytes, or when the sink has enough; more than
+// `kMaxPdfStreamOutput` decoded bytes end the reading.
 // Errors: clsException "bad stream(%s)" for a filter or predictor this reader
 // does not know and for damaged zlib data.
 // Threads: any; all state is local.
@@ -19,6 +20,7 @@
 namespace zx {
 
 constexpr uint64_t kMaxPdfStreamInput = 16u << 20;
+constexpr uint64_t kMaxPdfStreamOutput = 64u << 20;
 
 // Receives decoded bytes; false: enough, stop reading.
 using PdfStreamSink = std::function<bool(const uint8_t* data, size_t size)>;

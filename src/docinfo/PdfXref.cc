@@ -151,15 +151,16 @@ void ParseStream(clsFile& file, uint64_t sectionPos, scPdfCursor& c, scPdfIndex&
 
 }  // namespace
 
+// Every entry counts toward the limit, also one that an older section shadows.
 void scPdfIndex::AddOffset(int number, int64_t offset) {
-  if (packed.contains(number)) return;
   if (++entries > kMaxPdfIndexEntries) throw clsException(u"xref too large");
+  if (packed.contains(number)) return;
   offsets.insert(number, offset);
 }
 
 void scPdfIndex::AddPacked(int number, int64_t stream, int64_t at) {
-  if (offsets.contains(number)) return;
   if (++entries > kMaxPdfIndexEntries) throw clsException(u"xref too large");
+  if (offsets.contains(number)) return;
   packed.insert(number, static_cast<int64_t>(static_cast<uint64_t>(stream & 0xFFFFFFFF) << 32 | (at & 0xFFFFFFFF)));
 }
 
