@@ -82,7 +82,8 @@ int64_t ReadSections(clsFile& file, uint64_t size, int64_t offset, uint32_t buff
 bool ReadPlainObject(clsFile& file, uint64_t size, const scPdfIndex& index, int number, uint32_t bufferSize, PdfDict& dict) {
   int64_t offset = 0;
   if (!index.offsets.find(number, offset) || !index.Has(number + 1)) return false;
-  if (static_cast<uint32_t>(file.SetPos(static_cast<uint64_t>(offset))) != static_cast<uint32_t>(offset) || offset < 0)
+  if (offset < 0 || static_cast<uint64_t>(offset) >= size ||
+      static_cast<uint32_t>(file.SetPos(static_cast<uint64_t>(offset))) != static_cast<uint32_t>(offset))
     return false;
   int64_t end = static_cast<int64_t>(size);
   WCValSkipListDictIter<int, int64_t> it(index.offsets);
