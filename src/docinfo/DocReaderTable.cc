@@ -9,6 +9,7 @@ namespace {
 
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
+  r.pdf = ReadPdfInfo;
   return r;
 }
 
