@@ -9,6 +9,13 @@ namespace {
 
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
+  r.shellProperties = ReadShellProperties;
+  r.tiff = ReadTiffInfo;
+  r.jpeg = ReadJpegInfo;
+  r.html = ReadHtmlInfo;
+  r.rtf = ReadRtfInfo;
+  r.word2 = ReadWord2Info;
+  r.wordPerfect = ReadWordPerfectInfo;
   return r;
 }
 
