@@ -361,3 +361,24 @@ TEST(ImageFiles, DumpForOracle) {
 
 }  // namespace
 }  // namespace zx
+
+namespace zx {
+namespace {
+
+// Damaged camera files of the goexif package (copied with its copyright): a
+// directory loop, a tag count of 2^32-1 and a huge tag. Bounded time, result 0.
+TEST(ImageFiles, DamagedCameraFiles) {
+  const std::string dir = std::string(ZXUT_SOURCE_DIR) + "/tests/docinfo/data/image/damaged/";
+  for (const char* name : {"infinite_loop_exif.jpg", "max_uint32_exif.jpg", "huge_tag_exif.jpg"}) {
+    SCOPED_TRACE(name);
+    clsDocu doc = zxtest::NewDoc();
+    clsDocFile file;
+    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + name).c_str(), -1, plat::kCpUtf8)));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, ReadJpegInfo(doc, file));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  }
+}
+
+}  // namespace
+}  // namespace zx
