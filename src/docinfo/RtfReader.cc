@@ -17,7 +17,7 @@ constexpr uint32_t kOptions = kRegExCaseless | kRegExDotAll | kRegExUngreedy;  /
 // "\yr2012\mo3\dy5\hr10\min20": the fields given, on the zero time.
 plat::SystemTime RtfDate(const String& value) {
   plat::SystemTime t = kUnsetSystemTime;
-  clsRegEx field(String(u"\\\\([a-z]+)(\\d+)"), kOptions);
+  clsRegEx field(String(u"\\\\([a-z]+)(\\d+)"), 0);   // greedy: the whole number
   String rest = value;
   clsRegExMatchList m;
   while (field.Match(rest, &m) && m.entries() >= 3) {
