@@ -32,8 +32,11 @@ uint32_t DeclaredCodePage(const std::string& bytes) {
       if (!((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '.' || c == ':')) break;
       name.push_back(char16_t(c));
     }
+    // The table spells some names with "-" where pages use "_" ("shift_jis").
+    std::u16string dashed = name;
+    for (char16_t& c : dashed) c = c == u'_' ? u'-' : c;
     for (const scCharsetName& row : CharsetNameTable())
-      if (name == row.name) return row.codePage;
+      if (name == row.name || dashed == row.name) return row.codePage;
   }
   return 0;
 }
