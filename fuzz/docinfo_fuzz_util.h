@@ -15,7 +15,9 @@ inline std::unique_ptr<zx::clsFile> InputFile(const uint8_t* data, size_t size) 
   if (plat::CreateMemoryStream(&stream) < 0 || !stream) return nullptr;
   ULONG written = 0;
   if (size) stream->Write(data, static_cast<ULONG>(size), &written);
-  return std::make_unique<zx::clsFile>(stream);
+  auto file = std::make_unique<zx::clsFile>(stream);   // takes a reference of its own
+  stream->Release();
+  return file;
 }
 
 inline zx::clsDocu NewDocument() { return zx::clsDocu(zx::String(u"fuzz.bin"), 0, 0, nullptr); }

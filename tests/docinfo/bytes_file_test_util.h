@@ -2,24 +2,39 @@
 // in-memory stream behind clsFile), and the text of a property.
 #pragma once
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "core/strings/CharsetConversion.h"
 #include "docinfo/Docu.h"
-#include "platform/com.h"
 #include "support/support_test_util.h"
 
 namespace zxtest {
 
-inline std::unique_ptr<zx::clsFile> BytesFile(std::string_view bytes) {
-  IStream* stream = nullptr;
-  if (plat::CreateMemoryStream(&stream) < 0 || !stream) return nullptr;
-  ULONG written = 0;
-  if (!bytes.empty()) stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), &written);
-  return std::make_unique<zx::clsFile>(stream);
-}
+// A file of exactly `bytes` in the temporary folder, open as a document, removed
+// at the end. (A real file, not an in-memory stream: the readers seek past the end
+// of damaged files, which some hosts' memory streams do not survive.)
+class BytesFile {
+ public:
+  explicit BytesFile(std::string_view bytes) : path_(zxsupport::TempPath("docinfo")) {
+    zxsupport::WriteBytes(path_, bytes);
+    file_.OpenDocument(zx::StringFromNarrow(path_.c_str(), -1, plat::kCpUtf8));
+  }
+  ~BytesFile() {
+    file_.Close();
+    std::error_code ec;
+    std::filesystem::remove(path_, ec);
+  }
+  BytesFile(const BytesFile&) = delete;
+  BytesFile& operator=(const BytesFile&) = delete;
+  zx::clsFile& operator*() { return file_; }
+
+ private:
+  std::string path_;
+  zx::clsDocFile file_;
+};
 
 // A property as UTF-8 (empty for an empty variant).
 inline std::string Utf8Of(const zx::clsVariant& v) {

@@ -79,8 +79,9 @@ TEST(HtmlReader, Charsets) {
   EXPECT_EQ("\xE6\x97\xA5\xE6\x9C\xAC", Utf8Of(ReadHtml(le).title));
   EXPECT_EQ("\xE6\x97\xA5\xE6\x9C\xAC", Utf8Of(ReadHtml(be).title));
   // Undeclared: the default narrow code page (1252 unless changed).
-  if (String::DefaultCodePage() == 1252)
+  if (String::DefaultCodePage() == 1252) {
     EXPECT_EQ("Caf\xC3\xA9 \xE2\x82\xAC", Utf8Of(ReadHtml("<html><head><title>Caf\xE9 \x80</title></head></html>").title));
+  }
 }
 
 TEST(HtmlReader, CommittedPages) {

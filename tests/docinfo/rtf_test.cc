@@ -79,8 +79,8 @@ TEST(RtfReader, WhereTheInfoGroupStands) {
   std::string deep = "{\\rtf1" + std::string(200, '{') + "{\\info{\\title Deep}}" + std::string(200, '}') + "}";
   EXPECT_EQ("Deep", Utf8Of(ReadRtf(deep).title));
   // Beyond the first 64 KiB it is not found; no group at all gives nothing.
-  std::string far = "{\\rtf1\\ansi " + std::string(70000, 'x') + "{\\info{\\title Far}}}";
-  EXPECT_EQ("", Utf8Of(ReadRtf(far).title));
+  std::string beyond = "{\\rtf1\\ansi " + std::string(70000, 'x') + "{\\info{\\title Far}}}";
+  EXPECT_EQ("", Utf8Of(ReadRtf(beyond).title));
   EXPECT_EQ("", Utf8Of(ReadRtf("{\\rtf1 no info}").title));
   EXPECT_EQ("", Utf8Of(ReadRtf("").title));
 }

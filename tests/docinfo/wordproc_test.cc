@@ -54,9 +54,9 @@ TEST(Word2Reader, ShortFiles) {
   EXPECT_EQ(-1, Read(ReadWord2Info, std::string("\xDB\xA5\x2D\x00", 4), &doc));
   std::string cut = Word2({"a", "b", "Title"});
   EXPECT_EQ(-1, Read(ReadWord2Info, cut.substr(0, cut.size() - 2), &doc));
-  std::string far = cut;
-  far.replace(280, 4, Le32(0x7FFFFFF0));
-  EXPECT_EQ(-1, Read(ReadWord2Info, far, &doc));
+  std::string beyond = cut;
+  beyond.replace(280, 4, Le32(0x7FFFFFF0));
+  EXPECT_EQ(-1, Read(ReadWord2Info, beyond, &doc));
   // A string longer than the block ends the reading.
   std::string longer = Word2({"a", "b", "Title"});
   longer[400 + 2 + 4] = char(200);
