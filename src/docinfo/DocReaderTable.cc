@@ -10,6 +10,13 @@ namespace {
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
   r.pdf = ReadPdfInfo;
+  r.shellProperties = ReadShellProperties;
+  r.tiff = ReadTiffInfo;
+  r.jpeg = ReadJpegInfo;
+  r.html = ReadHtmlInfo;
+  r.rtf = ReadRtfInfo;
+  r.word2 = ReadWord2Info;
+  r.wordPerfect = ReadWordPerfectInfo;
   return r;
 }
 

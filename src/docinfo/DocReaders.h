@@ -52,5 +52,12 @@ void SetDocReadersForTests(const scDocReaderSet* readers);
 // The readers, defined where each format lives.
 int ReadPdfInfo(clsDocu& doc, clsFile& file);
 int ReadMailInfo(clsDocu& doc, clsFile& file);
+int ReadShellProperties(clsDocu& doc, const String& path);
+int ReadTiffInfo(clsDocu& doc, clsFile& file);
+int ReadJpegInfo(clsDocu& doc, clsFile& file);
+int ReadHtmlInfo(clsDocu& doc, clsFile& file);
+int ReadRtfInfo(clsDocu& doc, clsFile& file);
+int ReadWord2Info(clsDocu& doc, clsFile& file);
+int ReadWordPerfectInfo(clsDocu& doc, clsFile& file);
 
 }  // namespace zx
