@@ -9,6 +9,7 @@ namespace {
 
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
+  r.mail = ReadMailInfo;
   return r;
 }
 
