@@ -404,3 +404,20 @@ TEST(MailCorpus, FieldsAgreeWithPythonsEmailPackage) {
 
 }  // namespace
 }  // namespace zx
+
+namespace zx {
+namespace {
+
+TEST(MailReader, TheExampleMail) {
+  std::ifstream in(fs::path(ZXUT_SOURCE_DIR) / "examples" / "docinfo" / "sample.eml", std::ios::binary);
+  std::stringstream bytes;
+  bytes << in.rdbuf();
+  const Read r = ReadBytes(bytes.str());
+  EXPECT_EQ("J\xC3\xB6rg M\xC3\xBCller <joerg.mueller@example.de>", r.author);
+  EXPECT_EQ("\"Ann Lee\" <ann.lee@example.com>", r.lastAuthor);
+  EXPECT_EQ("Quartalsbericht f\xC3\xBCr M\xC3\xA4rz \xE2\x80\x93 Entwurf", r.title);
+  EXPECT_EQ("2012-03-05 09:20:30", Hms(r.created));
+}
+
+}  // namespace
+}  // namespace zx
