@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   zx::clsParseItemList items;
   zx::TokeniseAddressField(value, items);
-  zx::WCValDListIter<zx::clsParseItem> it(items);
+  WCValDListIter<zx::clsParseItem> it(items);
   while (++it) {
     const zx::clsParseItem& item = it.current();
     FUZZ_CHECK(item.type == 1 || item.type == 3 || item.type == 4 || item.type == 5);
