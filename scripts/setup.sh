@@ -25,6 +25,7 @@ linux_packages=(
   lynx w3m html2text                            # HTML-to-text oracles and peers
   libasio-dev libtbb-dev                        # peers of the job dispatcher benchmark
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
+  libpython3.11-testsuite                       # the mail corpus (Python's email test messages)
   dpkg-dev                                      # the Debian package (dpkg-shlibdeps), apt-get source
   lldb elfutils gdb                             # crash-dump and symbol oracles
   poppler-utils libimage-exiftool-perl          # PDF information oracles

@@ -17,6 +17,7 @@ scDocReaderSet BuildReaders() {
   r.rtf = ReadRtfInfo;
   r.word2 = ReadWord2Info;
   r.wordPerfect = ReadWordPerfectInfo;
+  r.mail = ReadMailInfo;
   return r;
 }
 
