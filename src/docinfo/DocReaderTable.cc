@@ -9,6 +9,9 @@ namespace {
 
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
+  r.isCompoundFile = IsCompoundFile;
+  r.propertySet = ReadPropertySetInfo;
+  r.compoundMail = ReadCompoundMailInfo;
   return r;
 }
 

@@ -52,5 +52,8 @@ void SetDocReadersForTests(const scDocReaderSet* readers);
 // The readers, defined where each format lives.
 int ReadPdfInfo(clsDocu& doc, clsFile& file);
 int ReadMailInfo(clsDocu& doc, clsFile& file);
+bool IsCompoundFile(const String& path);                   // CompoundFile.h
+int ReadPropertySetInfo(clsDocu& doc, const String& path);    // PropertySet.h
+int ReadCompoundMailInfo(clsDocu& doc, const String& path);   // CompoundMail.h
 
 }  // namespace zx
