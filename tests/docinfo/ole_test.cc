@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -382,6 +383,45 @@ TEST(CompoundMail, NotAStorage) {
   EXPECT_LT(ReadCompoundMailInfo(doc, PathOf(dir / "plain.msg")), 0);
   EXPECT_TRUE(Empty(doc.title));
   EXPECT_LT(ReadCompoundMailInfo(doc, PathOf(dir / "missing.msg")), 0);
+}
+
+// A folder of stored messages from another producer, each with a MIME twin of
+// the same base name (".eml") written from it, when ZXUT_MSG_CORPUS names one:
+// the subject and the sender's name must agree, and a recipient be there (the
+// twin's To may be written from other properties than the recipient table).
+std::string Header(const std::string& mime, const char* name) {
+  const std::string key = std::string("\n") + name + ": ";
+  const size_t at = ("\n" + mime).find(key);
+  if (at == std::string::npos) return "";
+  const size_t from = at + key.size() - 1;
+  return mime.substr(from, mime.find_first_of("\r\n", from) - from);
+}
+std::string DisplayName(const std::string& field) {
+  const size_t lt = field.find(" <");
+  return lt == std::string::npos ? field : field.substr(0, lt);
+}
+
+TEST(CompoundMail, CorpusAgreesWithItsMimeTwins) {
+  const char* dir = std::getenv("ZXUT_MSG_CORPUS");
+  if (!dir || !*dir) GTEST_SKIP() << "ZXUT_MSG_CORPUS names no folder";
+  size_t checked = 0;
+  for (const auto& e : fs::directory_iterator(dir)) {
+    if (e.path().extension() != ".msg") continue;
+    fs::path twin = e.path();
+    twin.replace_extension(".eml");
+    if (!fs::exists(twin)) continue;
+    SCOPED_TRACE(e.path().string());
+    const std::string mime = zxsupport::ReadBytes(twin);
+    clsDocu doc(PathOf(e.path()), 0, 0, nullptr);
+    ASSERT_EQ(0, ReadCompoundMailInfo(doc, PathOf(e.path())));
+    EXPECT_EQ(Utf8(Header(mime, "Subject")), Text(doc.title));
+    if (!Header(mime, "From").empty()) {
+      EXPECT_EQ(Utf8(DisplayName(Header(mime, "From"))), Text(doc.author));
+    }
+    EXPECT_FALSE(Empty(doc.lastAuthor));
+    ++checked;
+  }
+  EXPECT_GT(checked, 0u);
 }
 
 // ---- opening: statuses and the temporary copy
