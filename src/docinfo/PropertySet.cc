@@ -119,7 +119,6 @@ bool FileTimeToUtc(uint64_t fileTime, plat::SystemTime* utc) {
   const uint64_t day = ms / kMsPerDay;
   uint64_t rest = ms % kMsPerDay;
   const clsDate date(clsDate::DayNumberOf(1601, 1, 1) + static_cast<int64_t>(day));
-  if (date.Year() > 30827) return false;
   utc->year = static_cast<uint16_t>(date.Year());
   utc->month = static_cast<uint16_t>(date.Month());
   utc->day = static_cast<uint16_t>(date.Day());
