@@ -31,6 +31,7 @@ linux_packages=(
   poppler-utils libimage-exiftool-perl          # PDF information oracles
   qpdf ghostscript python3-cairo python3-reportlab  # PDF producers of the test files
   golang-github-rwcarlsen-goexif-dev            # camera samples for the image readers
+  python3-olefile                               # compound-file oracle (document properties)
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

@@ -18,6 +18,9 @@ scDocReaderSet BuildReaders() {
   r.word2 = ReadWord2Info;
   r.wordPerfect = ReadWordPerfectInfo;
   r.mail = ReadMailInfo;
+  r.isCompoundFile = IsCompoundFile;
+  r.propertySet = ReadPropertySetInfo;
+  r.compoundMail = ReadCompoundMailInfo;
   return r;
 }
 

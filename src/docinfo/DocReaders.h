@@ -59,5 +59,8 @@ int ReadHtmlInfo(clsDocu& doc, clsFile& file);
 int ReadRtfInfo(clsDocu& doc, clsFile& file);
 int ReadWord2Info(clsDocu& doc, clsFile& file);
 int ReadWordPerfectInfo(clsDocu& doc, clsFile& file);
+bool IsCompoundFile(const String& path);                   // CompoundFile.h
+int ReadPropertySetInfo(clsDocu& doc, const String& path);    // PropertySet.h
+int ReadCompoundMailInfo(clsDocu& doc, const String& path);   // CompoundMail.h
 
 }  // namespace zx
