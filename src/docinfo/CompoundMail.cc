@@ -2,6 +2,7 @@
 
 #include "core/strings/CharsetConversion.h"
 #include "docinfo/CompoundStorage.h"
+#include "docinfo/DocTime.h"
 #include "docinfo/PropertySet.h"
 
 namespace zx {

@@ -21,7 +21,6 @@ bool InRange(const plat::SystemTime& t) {
 bool FileTimeToUtc(uint64_t fileTime, plat::SystemTime* out) {
   if (fileTime >= 0x8000000000000000ull) return false;
   const clsDate date(clsDate::DayNumberOf(1601, 1, 1) + static_cast<int64_t>(fileTime / kTicksPerDay));
-  if (date.Year() > 30827) return false;
   uint64_t ms = fileTime % kTicksPerDay / kTicksPerMs;
   out->year = static_cast<uint16_t>(date.Year());
   out->month = static_cast<uint16_t>(date.Month());

@@ -13,7 +13,8 @@
 
 namespace zx {
 
-// FileTimeToSystemTime: 100-ns units since 1601-01-01 UTC. False beyond year 30827.
+// FileTimeToSystemTime: 100-ns units since 1601-01-01 UTC. False from 2^63 on
+// (the largest value is in the year 30828).
 bool FileTimeToUtc(uint64_t fileTime, plat::SystemTime* out);
 // SystemTimeToFileTime: false for a field out of range (the unset time among them).
 bool SystemTimeToFileTimeValue(const plat::SystemTime& t, uint64_t* out);

@@ -4,6 +4,7 @@
 
 #include "core/strings/CharsetConversion.h"
 #include "docinfo/CompoundStorage.h"
+#include "docinfo/DocTime.h"
 #include "text/Date.h"
 
 namespace zx {
@@ -110,27 +111,6 @@ bool ReadValue(uint16_t type, const uint8_t* p, size_t avail, uint32_t codePage,
 }
 
 }  // namespace
-
-bool FileTimeToUtc(uint64_t fileTime, plat::SystemTime* utc) {
-  if (fileTime >= (uint64_t{1} << 63)) return false;
-  constexpr uint64_t kPerMs = 10000;
-  constexpr uint64_t kMsPerDay = 86400000;
-  const uint64_t ms = fileTime / kPerMs;
-  const uint64_t day = ms / kMsPerDay;
-  uint64_t rest = ms % kMsPerDay;
-  const clsDate date(clsDate::DayNumberOf(1601, 1, 1) + static_cast<int64_t>(day));
-  utc->year = static_cast<uint16_t>(date.Year());
-  utc->month = static_cast<uint16_t>(date.Month());
-  utc->day = static_cast<uint16_t>(date.Day());
-  utc->dayOfWeek = static_cast<uint16_t>(date.DayOfWeek());
-  utc->hour = static_cast<uint16_t>(rest / 3600000);
-  rest %= 3600000;
-  utc->minute = static_cast<uint16_t>(rest / 60000);
-  rest %= 60000;
-  utc->second = static_cast<uint16_t>(rest / 1000);
-  utc->milliseconds = static_cast<uint16_t>(rest % 1000);
-  return true;
-}
 
 bool ParseSummaryInformation(std::string_view stream, scSummaryValue (&values)[kSummaryValueCount]) {
   for (scSummaryValue& v : values) v = scSummaryValue{};

@@ -19,10 +19,6 @@
 
 namespace zx {
 
-// A FILETIME (100 ns since 1601, UTC) as a UTC system time, as the system's
-// conversion does it: false for values of 2^63 and above.
-bool FileTimeToUtc(uint64_t fileTime, plat::SystemTime* utc);
-
 constexpr size_t kSummaryValueCount = 18;
 
 struct scSummaryName {

@@ -16,13 +16,18 @@ ZX_CLIENT_CALL HRESULT QueryInterface(IUnknown* object, const GUID& iid, void** 
 }
 ZX_CLIENT_CALL ULONG AddRef(IUnknown* object) { return object->AddRef(); }
 ZX_CLIENT_CALL ULONG Release(IUnknown* object) { return object->Release(); }
-ZX_CLIENT_CALL HRESULT Dispose(IUnknown* disposable) {
-  // Dispose is the eighth slot of the table: IUnknown's three, IDispatch's four,
-  // then Dispose. It is called through the table itself, as a client's object
-  // has no C++ type this library could name.
+#if defined(__clang__)
+#define ZX_TABLE_CALL __attribute__((no_sanitize("vptr", "function"), noinline))
+#else
+#define ZX_TABLE_CALL ZX_CLIENT_CALL
+#endif
+ZX_TABLE_CALL HRESULT Dispose(IUnknown* disposable) {
+  // Slot 7 of the object's table: IDispatch's four slots stand between IUnknown's
+  // and Dispose. Called through the table itself: a C++ type of those slots would
+  // have no implementation the compiler knows of.
   using DisposeFn = HRESULT(ZX_COMCALL*)(IUnknown*);
-  constexpr int kDisposeSlot = 7;
-  return (*reinterpret_cast<DisposeFn* const*>(disposable))[kDisposeSlot](disposable);
+  void* const* table = *reinterpret_cast<void* const* const*>(disposable);
+  return reinterpret_cast<DisposeFn>(table[7])(disposable);
 }
 ZX_CLIENT_CALL HRESULT Run(IUTThreadedJob* job) { return job->Run(); }
 ZX_CLIENT_CALL HRESULT GetResult(IUTThreadedJob* job) { return job->GetResult(); }

@@ -15,6 +15,7 @@
 #include "docinfo/CompoundMail.h"
 #include "docinfo/CompoundStorage.h"
 #include "docinfo/DocReaders.h"
+#include "docinfo/DocTime.h"
 #include "docinfo/PropertySet.h"
 #include "support/support_test_util.h"
 

@@ -1,83 +1,94 @@
-// clsAutoRelease with the dispose flag: a managed object held by nobody else is
-// disposed of (IDisposable, eighth slot) before its last reference goes; one still
-// held elsewhere, or held without the flag, is only released.
+// clsAutoRelease: copies share one object by its count, the last holder releases
+// it, and with the dispose flag the release that leaves the holder alone with the
+// object first calls IDisposable's Dispose (the eighth slot).
 #include <gtest/gtest.h>
 
 #include "thread/AutoRelease.h"
 
-using namespace zx;
+using zx::clsAutoRelease;
 
 namespace {
 
-// IDisposable as a managed object's table has it: IUnknown, IDispatch, Dispose.
-struct IDisposableTable : IUnknown {
-  virtual HRESULT ZX_COMCALL GetTypeInfoCount(void*) = 0;
-  virtual HRESULT ZX_COMCALL GetTypeInfo(void*, void*, void*) = 0;
-  virtual HRESULT ZX_COMCALL GetIDsOfNames(void*, void*, void*, void*, void*) = 0;
-  virtual HRESULT ZX_COMCALL Invoke(void*, void*, void*, void*, void*, void*, void*, void*) = 0;
-  virtual HRESULT ZX_COMCALL Dispose() = 0;
+// A counted object of the library's own kind.
+struct Counted {
+  int refs = 0;
+  bool* gone;
+  unsigned long AddRef() { return ++refs; }
+  unsigned long Release() {
+    const int left = --refs;
+    if (left == 0) {
+      *gone = true;
+      delete this;
+    }
+    return left;
+  }
 };
 
-class Managed : public IDisposableTable {
- public:
-  explicit Managed(bool disposable) : disposable_(disposable) {}
+// A COM object with IDisposable behind IDispatch's four slots.
+struct Disposable : IUnknown {
+  ULONG refs = 1;
+  int disposed = 0;
   HRESULT ZX_COMCALL QueryInterface(REFIID iid, void** out) override {
-    *out = nullptr;
-    if (plat::SameGuid(iid, IID_IDisposable) && !disposable_) return static_cast<HRESULT>(0x80004002);
+    if (!(iid == IID_IDisposable)) return static_cast<HRESULT>(0x80004002);
     AddRef();
-    *out = static_cast<IDisposableTable*>(this);
+    *out = this;
     return 0;
   }
   ULONG ZX_COMCALL AddRef() override { return ++refs; }
   ULONG ZX_COMCALL Release() override { return --refs; }
-  HRESULT ZX_COMCALL GetTypeInfoCount(void*) override { return 0; }
-  HRESULT ZX_COMCALL GetTypeInfo(void*, void*, void*) override { return 0; }
-  HRESULT ZX_COMCALL GetIDsOfNames(void*, void*, void*, void*, void*) override { return 0; }
-  HRESULT ZX_COMCALL Invoke(void*, void*, void*, void*, void*, void*, void*, void*) override { return 0; }
-  HRESULT ZX_COMCALL Dispose() override {
+  virtual HRESULT ZX_COMCALL GetTypeInfoCount(void*) { return 0; }
+  virtual HRESULT ZX_COMCALL GetTypeInfo(void*, void*, void*) { return 0; }
+  virtual HRESULT ZX_COMCALL GetIDsOfNames(void*, void*, void*, void*, void*) { return 0; }
+  virtual HRESULT ZX_COMCALL Invoke(void*, void*, void*, void*, void*, void*, void*, void*) { return 0; }
+  virtual HRESULT ZX_COMCALL Dispose() {
     ++disposed;
-    refsAtDispose = refs;
     return 0;
   }
-  int refs = 1;   // the creator's
-  int disposed = 0;
-  int refsAtDispose = 0;
-
- private:
-  bool disposable_;
 };
 
-TEST(AutoRelease, DisposesAManagedObjectAtItsLastReference) {
-  Managed object(true);
+TEST(AutoRelease, CopiesShareTheObjectAndTheLastOneReleasesIt) {
+  bool gone = false;
+  auto* object = new Counted{0, &gone};
   {
-    clsAutoRelease<IUnknown> holder(&object, plat::kIID_IUnknown);
-    holder.SetDispose(true);
-    ASSERT_TRUE(holder);
-    EXPECT_EQ(object.refs, 2);
-    object.Release();   // the creator lets go: the holder's is the last reference
+    clsAutoRelease<Counted*> a(object);
+    EXPECT_EQ(object->refs, 1);
+    clsAutoRelease<Counted*> b = a;
+    EXPECT_EQ(object->refs, 2);
+    clsAutoRelease<Counted*> c(std::move(b));
+    EXPECT_FALSE(b);
+    EXPECT_EQ(object->refs, 2);
+    c = a;   // the same object: the count stays
+    EXPECT_EQ(object->refs, 2);
+    a.Reset();
+    EXPECT_EQ(object->refs, 1);
+    EXPECT_FALSE(gone);
   }
-  EXPECT_EQ(object.disposed, 1);
-  EXPECT_EQ(object.refsAtDispose, 2);   // the holder's and the IDisposable asked for
-  EXPECT_EQ(object.refs, 0);
+  EXPECT_TRUE(gone);
+  clsAutoRelease<Counted*> empty;
+  EXPECT_EQ(empty.Get(), nullptr);
 }
 
-TEST(AutoRelease, AnObjectHeldElsewhereOrWithoutTheFlagIsOnlyReleased) {
-  Managed shared(true), unflagged(true), plain(false);
+TEST(AutoRelease, DisposeAtTheLastReferenceOnly) {
+  Disposable object;   // the test's own reference keeps it
   {
-    clsAutoRelease<IUnknown> a(&shared, plat::kIID_IUnknown);
-    a.SetDispose(true);
-    clsAutoRelease<IUnknown> b(&unflagged, plat::kIID_IUnknown);
-    clsAutoRelease<IUnknown> c(&plain, plat::kIID_IUnknown);
-    c.SetDispose(true);
-    unflagged.Release();
-    plain.Release();   // c's reference is the last one
+    clsAutoRelease<IUnknown> holder(&object, true);
+    clsAutoRelease<IUnknown> copy = holder;
+    EXPECT_EQ(object.refs, 3u);
+    copy.Reset();                  // the test's reference and the holder's remain
+    EXPECT_EQ(object.disposed, 0);
   }
-  EXPECT_EQ(shared.disposed, 0);
-  EXPECT_EQ(shared.refs, 1);
-  EXPECT_EQ(unflagged.disposed, 0);
-  EXPECT_EQ(unflagged.refs, 0);
-  EXPECT_EQ(plain.disposed, 0);   // no IDisposable: released all the same
-  EXPECT_EQ(plain.refs, 0);
+  EXPECT_EQ(object.disposed, 0);   // the test still held it
+  EXPECT_EQ(object.refs, 1u);
+  object.refs = 0;                 // now the holder's will be the only one
+  {
+    clsAutoRelease<IUnknown> holder(&object, true);
+  }
+  EXPECT_EQ(object.disposed, 1);
+  EXPECT_EQ(object.refs, 0u);
+  {
+    clsAutoRelease<IUnknown> holder(&object);   // no flag: no dispose
+  }
+  EXPECT_EQ(object.disposed, 1);
 }
 
 }  // namespace
