@@ -65,3 +65,7 @@ echo '<h1>Report</h1><p>Total: 1.234,50 EUR &amp; more</p><ul><li>printer<li>dup
 zxut html2text "$d/report.html"
 zxut date parse 0x0407 "24.11.2026 13:05"
 zxut date format 0x0409 20261124130509
+
+# Document information: a PDF and a mail the repository carries.
+zxut docinfo examples/docinfo/sample.pdf
+zxut docinfo --json examples/docinfo/sample.eml
