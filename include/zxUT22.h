@@ -17,5 +17,6 @@
 #include "zxut22/util_tempfile.h"
 #include "zxut22/util_thread.h"
 #include "zxut22/util_crash.h"
+#include "zxut22/prof_stream.h"
 
 #endif

@@ -1,0 +1,72 @@
+// Variants as values: "var://" and the packed binary form of the variant,
+// compressed from 101 bytes up.
+#include "core/strings/String.h"
+#include "file/File.h"
+#include "packed/PackedString.h"
+#include "prof/Prof.h"
+#include "profdata/ProfData.h"
+#include "variant/Variant.h"
+
+namespace zx::prof {
+namespace {
+
+constexpr char16_t kPrefix[] = u"var://";
+constexpr size_t kPrefixLength = 6;
+constexpr uint64_t kCompressFrom = 101;
+
+}  // namespace
+
+bool VariantToContents(const VARIANT& value, String& text) {
+  clsVariant copy;
+  if (plat::VariantCopyInd(&copy, &value) < 0) return false;
+  clsFileRWTempStream binary;
+  if (!binary.IsOpen() || !clsVariant::Write(copy, &binary)) return false;
+  const String packed = Pack(binary, binary.GetSize() >= kCompressFrom, String());
+  std::u16string joined(kPrefix);
+  joined += packed.View();
+  text = String(std::u16string_view(joined));
+  return true;
+}
+
+int32_t VariantFromContents(const char16_t* text, VARIANT* out) {
+  if (text == nullptr) return kErrFormat;
+  if (out == nullptr) return kOk;
+  clsVariant result;
+  const std::u16string_view view(text);
+  if (view.substr(0, kPrefixLength) == std::u16string_view(kPrefix)) {
+    clsFileRWTempStream binary;
+    if (binary.IsOpen() && UnpackChecked(binary, String(view.substr(kPrefixLength)), String()) ==
+                               UnpackResult::kWritten) {
+      binary.SetPos(0);
+      if (!clsVariant::Read(result, &binary)) result.Clear();
+    }
+  } else if (!view.empty()) {
+    result.Assign(String(view));
+  }
+  plat::VariantClear(out);
+  *out = result;
+  plat::VariantInit(&result);  // ownership went to out
+  return kOk;
+}
+
+void PutVariant(clsProfJob* job, clsItemList* list, const char16_t* path, bool append, const VARIANT* value) {
+  if (job == nullptr || value == nullptr) return;
+  String text;
+  if (!VariantToContents(*value, text)) return;
+  if (append) AppendString(job, list, path, text.wchar());
+  else SetString(job, list, path, text.wchar());
+}
+
+int32_t GetVariant(clsProfJob* job, clsItemList* list, const char16_t* path, VARIANT* out, const VARIANT* def) {
+  if (job == nullptr || out == nullptr) return kOk;
+  clsItem* item = FindValue(job, list, path);
+  if (item == nullptr) {
+    plat::VariantClear(out);
+    if (def != nullptr) plat::VariantCopyInd(out, def);
+    return kErrNotFound;
+  }
+  const String text = item->value.Text();
+  return VariantFromContents(text.wchar(), out);
+}
+
+}  // namespace zx::prof
