@@ -167,7 +167,8 @@ int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
     job.lastError = kErrMemory;
     return 0;
   }
-  switch (prof::InflateProfile(file, inner, prof::kMaxInflatedProfile)) {
+  const prof::InflateResult inflated = prof::InflateProfile(file, inner, prof::kMaxInflatedProfile);
+  switch (inflated) {
     case prof::kInflateInitFailed:
       DebugPrint(u"ERR: ZLIB init error '%d'", Z_MEM_ERROR);
       break;
@@ -182,7 +183,12 @@ int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
       return 0;
     default: break;  // damaged data: the parse judges what came out
   }
-  if (inner.GetSize() == 0) return 1;  // an empty profile
+  if (inner.GetSize() == 0) {
+    if (inflated == prof::kInflateOk) return 1;  // an empty profile
+    DiagFormat(u"%s: the compressed data does not inflate", DiagFileName(file));
+    job.lastError = kErrParse;
+    return 0;
+  }
   inner.SetPos(0);
   return LoadProfileAt(job, inner, depth + 1);
 }

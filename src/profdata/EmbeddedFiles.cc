@@ -128,7 +128,7 @@ int32_t AppendFiles(clsProfJob* job, clsItemList* list, const char16_t* pattern,
 int32_t ExtractFiles(clsProfJob* job, clsItemList* list, const char16_t* folder, const char16_t* password) {
   if (job == nullptr || folder == nullptr) return 0;
   std::vector<clsItemList*> entries;
-  if (Enum(job, list, CollectEntry, &entries) != kOk) return 0;
+  if (Enum(job, list, CollectEntry, &entries) == 0) return 0;  // the walk was stopped
   std::u16string base(folder);
   int32_t count = 0;
   for (clsItemList* entry : entries) {

@@ -37,7 +37,8 @@ int32_t SaveToStream(clsProfJob* job, IStream* stream, uint32_t flags) {
   clsFile* target = own ? job->file : nullptr;
   clsFileRW wrapper(own ? nullptr : stream);
   if (!own) {
-    if (stream == nullptr || !wrapper.IsOpen()) return kErrWrite;
+    // A stream that cannot tell its size cannot be positioned or ended either.
+    if (stream == nullptr || !wrapper.IsOpen() || wrapper.GetSize() == kAllOnes64) return kErrWrite;
     target = &wrapper;
   }
   const int format = FormatOfFlags(flags);

@@ -14,13 +14,24 @@ constexpr char16_t kPrefix[] = u"var://";
 constexpr size_t kPrefixLength = 6;
 constexpr uint64_t kCompressFrom = 101;
 
+// The variant class takes references on the stream it is given: a counted
+// memory stream, not an object of this frame.
+bool NewMemoryStream(clsComRef<IStream>& out) {
+  IStream* s = nullptr;
+  if (plat::CreateMemoryStream(&s) < 0 || s == nullptr) return false;
+  out.Attach(s);
+  s->Release();  // Attach took its own reference
+  return true;
+}
+
 }  // namespace
 
 bool VariantToContents(const VARIANT& value, String& text) {
   clsVariant copy;
   if (plat::VariantCopyInd(&copy, &value) < 0) return false;
-  clsFileRWTempStream binary;
-  if (!binary.IsOpen() || !clsVariant::Write(copy, &binary)) return false;
+  clsComRef<IStream> stream;
+  if (!NewMemoryStream(stream) || !clsVariant::Write(copy, stream.Get())) return false;
+  clsFileRW binary(stream.Get());
   const String packed = Pack(binary, binary.GetSize() >= kCompressFrom, String());
   std::u16string joined(kPrefix);
   joined += packed.View();
@@ -34,11 +45,12 @@ int32_t VariantFromContents(const char16_t* text, VARIANT* out) {
   clsVariant result;
   const std::u16string_view view(text);
   if (view.substr(0, kPrefixLength) == std::u16string_view(kPrefix)) {
-    clsFileRWTempStream binary;
-    if (binary.IsOpen() && UnpackChecked(binary, String(view.substr(kPrefixLength)), String()) ==
-                               UnpackResult::kWritten) {
-      binary.SetPos(0);
-      if (!clsVariant::Read(result, &binary)) result.Clear();
+    clsComRef<IStream> stream;
+    if (NewMemoryStream(stream)) {
+      clsFileRW binary(stream.Get());
+      if (UnpackChecked(binary, String(view.substr(kPrefixLength)), String()) != UnpackResult::kWritten ||
+          !clsVariant::Read(result, stream.Get()))
+        result.Clear();
     }
   } else if (!view.empty()) {
     result.Assign(String(view));
