@@ -41,7 +41,7 @@ TEST(ProfEmbedded, FilesRoundTripByteForByte) {
       ProfAppendFileW(job, nullptr, W(path.c_str()), W(password), W(P(in).c_str()));
       if (!contents[i].empty()) {
         const std::u16string text = Get(job, nullptr, path.c_str());
-        if (text.size() < 4000) EXPECT_EQ(u"@2@", text.substr(0, 3));
+        EXPECT_EQ(u"@2@", text.substr(0, 3));  // always compressed (the buffer may cut the rest)
       }
       ASSERT_EQ(0, ProfGetFileW(job, nullptr, W(path.c_str()), W(password), W(P(out).c_str()))) << i;
       EXPECT_TRUE(ReadBytes(out) == contents[i]) << "file " << i;
