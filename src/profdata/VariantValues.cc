@@ -27,10 +27,12 @@ bool NewMemoryStream(clsComRef<IStream>& out) {
 }  // namespace
 
 bool VariantToContents(const VARIANT& value, String& text) {
+  // The system's copy refuses tags it does not know as variants (FILETIME, CLSID);
+  // the binary form has them, so such a value is written as it stands.
   clsVariant copy;
-  if (plat::VariantCopyInd(&copy, &value) < 0) return false;
+  const VARIANT& source = plat::VariantCopyInd(&copy, &value) < 0 ? value : copy;
   clsComRef<IStream> stream;
-  if (!NewMemoryStream(stream) || !clsVariant::Write(copy, stream.Get())) return false;
+  if (!NewMemoryStream(stream) || !clsVariant::Write(source, stream.Get())) return false;
   clsFileRW binary(stream.Get());
   const String packed = Pack(binary, binary.GetSize() >= kCompressFrom, String());
   std::u16string joined(kPrefix);
