@@ -18,5 +18,6 @@
 #include "zxut22/util_thread.h"
 #include "zxut22/util_crash.h"
 #include "zxut22/util_docinfo.h"
+#include "zxut22/prof_stream.h"
 
 #endif

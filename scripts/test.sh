@@ -96,7 +96,7 @@ phase_linux() {
     [[ -f $bench && -x $bench ]] || continue
     name=$(basename "$bench")
     # (with small inputs where a benchmark makes its own)
-    if ZXUT_BENCH_ZIP_MB=8 ZXUT_BENCH_HTML_MB=2 timeout 300 "$bench" --benchmark_min_time=0.01 --benchmark_color=false \
+    if ZXUT_BENCH_ZIP_MB=8 ZXUT_BENCH_HTML_MB=2 ZXUT_BENCH_EMBED_MB=4 timeout 300 "$bench" --benchmark_min_time=0.01 --benchmark_color=false \
          >"$b/$name.log" 2>&1; then
       log "smoke run of $name: ok"
     else

@@ -87,7 +87,7 @@ ZXUT_EXPORT LONG ZXUT_API ProfDebugList(HPROFJOB job, HPROFLIST list);
 #define PROF_FMT_TEXT 0
 #define PROF_FMT_XML 1
 #define PROF_FMT_XFDF 2
-/* The compressed form; this build does not write it (PROF_ERR_SAVE, nothing written). */
+/* The compressed form: "PRZB" and a raw deflate stream of the profile. */
 #define PROF_SAVE_COMPRESSED 0x40
 /* The compressed form when the job was loaded from it. */
 #define PROF_SAVE_KEEP_COMPRESSED 0x80

@@ -128,8 +128,12 @@ String Pack(clsFile& file, bool compress, const String& password) {
   return String(std::u16string_view(text));
 }
 
-bool Unpack(clsFile& target, const String& text, const String& password) {
-  if (text.IsEmpty()) return false;
+namespace {
+
+// `strict` refuses what does not check out; otherwise a compressed form without
+// its marker is written as it decoded, and one that does not inflate writes nothing.
+UnpackResult UnpackData(clsFile& target, const String& text, const String& password, bool strict) {
+  if (text.IsEmpty()) return UnpackResult::kEmpty;
   std::u16string_view body = text.View();
   bool compressed = false, oldForm = false;
   if (body[0] == u'@' && (text.Compare(u"@2@", 3) == 0 || text.Compare(u"@1@", 3) == 0)) {
@@ -141,12 +145,12 @@ bool Unpack(clsFile& target, const String& text, const String& password) {
   std::unique_ptr<uint8_t[]> buffer(new (std::nothrow) uint8_t[capacity]);
   if (!buffer) {
     DiagLine(u"Unpack: no memory for the decoded text");
-    return false;
+    return UnpackResult::kWriteFailed;
   }
   const int64_t decoded = Base64Decode(body, buffer.get(), capacity, oldForm);
   if (decoded < 0) {
     DiagLine(u"ERR: Base64 string has bad format!");
-    return true;
+    return UnpackResult::kUndecodable;
   }
   size_t length = static_cast<size_t>(decoded);
   // The reader deciphers from 12 bytes up, the writer from 8: values of 8 to 11
@@ -166,14 +170,25 @@ bool Unpack(clsFile& target, const String& text, const String& password) {
     const size_t streamSize = length - header;
     if (original <= (streamSize + 1) * kMaxInflateRatio)
       inflated.reset(new (std::nothrow) uint8_t[original ? original : 1]);
-    if (inflated && Inflate(data + header, streamSize, inflated.get(), original)) {
-      length = original;
-    } else {
-      length = 0;
-    }
+    const bool ok = inflated && Inflate(data + header, streamSize, inflated.get(), original);
+    if (!ok && strict) return UnpackResult::kUndecodable;
+    length = ok ? original : 0;
     data = inflated.get();
+  } else if (compressed && strict) {
+    return UnpackResult::kUndecodable;  // no marker: a wrong password or damage
   }
-  return WriteAll(target, data, length);
+  return WriteAll(target, data, length) ? UnpackResult::kWritten : UnpackResult::kWriteFailed;
+}
+
+}  // namespace
+
+bool Unpack(clsFile& target, const String& text, const String& password) {
+  const UnpackResult r = UnpackData(target, text, password, false);
+  return r == UnpackResult::kWritten || r == UnpackResult::kUndecodable;
+}
+
+UnpackResult UnpackChecked(clsFile& target, const String& text, const String& password) {
+  return UnpackData(target, text, password, true);
 }
 
 }  // namespace zx

@@ -19,4 +19,9 @@ String Pack(clsFile& file, bool compress, const String& password);
 // Writes the data of `text` into `target` from its start.
 bool Unpack(clsFile& target, const String& text, const String& password);
 
+// Unpack that tells why: kUndecodable (bad base64, or a compressed form whose
+// marker or stream does not check out, as with a wrong password) writes nothing.
+enum class UnpackResult { kWritten, kEmpty, kUndecodable, kWriteFailed };
+UnpackResult UnpackChecked(clsFile& target, const String& text, const String& password);
+
 }  // namespace zx

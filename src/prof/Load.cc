@@ -5,8 +5,12 @@
 #include <new>
 #include <string_view>
 
+#include <zlib.h>
+
 #include "core/diag/Diag.h"
+#include "debug/Debug.h"
 #include "file/File.h"
+#include "prof/Compressed.h"
 #include "prof/LoadException.h"
 #include "prof/LoadParser.h"
 #include "prof/Masking.h"
@@ -17,6 +21,7 @@ namespace zx {
 namespace {
 
 constexpr int32_t kErrParse = -7;
+constexpr int32_t kErrMemory = -8;
 
 // Holds the byte at offset 0 for the time of the load.
 class ByteLock {
@@ -55,6 +60,11 @@ bool StartsHeader(const std::u16string& line, size_t fullLength, std::u16string_
 const char16_t* DiagFileName(const clsFile& file) { return file.Stream() ? u"(Stream)" : file.Name().wchar(); }
 
 }  // namespace
+
+int LoadProfileAt(clsProfJob& job, clsFile& file, int depth);
+namespace {
+int LoadCompressed(clsProfJob& job, clsFile& file, int depth);
+}
 
 // ---- the parser's frame loop and the text format
 
@@ -138,7 +148,54 @@ String clsLoadParser::JoinedFieldPath() const {
 
 // ---- the common load
 
-int LoadProfile(clsProfJob& job, clsFile& file) {
+int LoadProfile(clsProfJob& job, clsFile& file) { return LoadProfileAt(job, file, 0); }
+
+namespace {
+
+// The rest of `file` behind the magic, inflated into a temporary file that is
+// then loaded as a whole (its content may be compressed again, up to a few times).
+int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
+  job.wasCompressed = true;
+  if (depth >= prof::kMaxCompressedNesting) {
+    DiagFormat(u"%s: compressed more than %d times inside itself", DiagFileName(file), prof::kMaxCompressedNesting);
+    job.lastError = kErrParse;
+    return 0;
+  }
+  clsFileRWTemp inner(String(u"PRF"), String(u"prf"));
+  if (!inner.IsOpen()) {
+    DiagFormat(u"%s: no temporary file for the inflated profile", DiagFileName(file));
+    job.lastError = kErrMemory;
+    return 0;
+  }
+  const prof::InflateResult inflated = prof::InflateProfile(file, inner, prof::kMaxInflatedProfile);
+  switch (inflated) {
+    case prof::kInflateInitFailed:
+      DebugPrint(u"ERR: ZLIB init error '%d'", Z_MEM_ERROR);
+      break;
+    case prof::kInflateTooLarge:
+      DiagFormat(u"%s: the compressed profile inflates to more than %d MiB; not loaded", DiagFileName(file),
+                 static_cast<int>(prof::kMaxInflatedProfile >> 20));
+      job.lastError = kErrMemory;
+      return 0;
+    case prof::kInflateWriteFailed:
+      DiagFormat(u"%s: the inflated profile could not be written", DiagFileName(file));
+      job.lastError = kErrMemory;
+      return 0;
+    default: break;  // damaged data: the parse judges what came out
+  }
+  if (inner.GetSize() == 0) {
+    if (inflated == prof::kInflateOk) return 1;  // an empty profile
+    DiagFormat(u"%s: the compressed data does not inflate", DiagFileName(file));
+    job.lastError = kErrParse;
+    return 0;
+  }
+  inner.SetPos(0);
+  return LoadProfileAt(job, inner, depth + 1);
+}
+
+}  // namespace
+
+int LoadProfileAt(clsProfJob& job, clsFile& file, int depth) {
   ByteLock lock(file);
   if (!lock.Held()) return 0;
 
@@ -147,11 +204,7 @@ int LoadProfile(clsProfJob& job, clsFile& file) {
     file.SetPos(0);
     char magic[4];
     if (file.Read(magic, 4) < 4) return 0;
-    if (std::memcmp(magic, "PRZB", 4) == 0) {
-      DiagFormat(u"%s: compressed profiles are not supported yet", DiagFileName(file));
-      job.lastError = kErrParse;
-      return 0;
-    }
+    if (std::memcmp(magic, prof::kCompressedMagic, 4) == 0) return LoadCompressed(job, file, depth);
     file.SetPos(0);
     encoding = ReadByteOrderMark(file);
   } else {

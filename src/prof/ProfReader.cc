@@ -17,7 +17,7 @@ uint64_t ReadAll(clsFile& file, void* buffer, uint64_t size) {
     const uint64_t want = size - done < kReadChunk ? size - done : kReadChunk;
     const uint32_t got = file.Read(static_cast<char*>(buffer) + done, static_cast<uint32_t>(want));
     done += got;
-    if (got < want) break;
+    if (got == 0) break;  // a stream may hand out less than asked and still have more
   }
   return done;
 }

@@ -12,6 +12,7 @@
 #include "platform/clock.h"
 #include "platform/errors.h"
 #include "platform/file.h"
+#include "prof/Compressed.h"
 #include "prof/Prof.h"
 #include "prof/ProfJob.h"
 #include "prof/ProfWriter.h"
@@ -116,17 +117,34 @@ bool IsJobsOwnFile(const clsProfJob& job, const char16_t* name) {
   return CompareText(name, own, -1, false, false) == 0;
 }
 
+// The image replaced by its compressed form.
+bool CompressImage(std::string& image) {
+  std::string packed;
+  try {
+    packed.reserve(image.size() / 4 + 64);
+    const bool ok = DeflateProfile(image.data(), image.size(), [&](const uint8_t* p, uint32_t n) {
+      packed.append(reinterpret_cast<const char*>(p), n);
+      return true;
+    });
+    if (!ok) return false;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  image.swap(packed);
+  return true;
+}
+
 }  // namespace
+
+bool WantsCompressed(const clsProfJob& job, uint32_t flags) {
+  return (flags & kSaveCompressed) || ((flags & kSaveKeepCompressed) && job.wasCompressed);
+}
 
 int32_t ProfSave(clsProfJob* job, const char16_t* name, uint32_t flags) {
   if (job == nullptr) return kOk;
-  if ((flags & kSaveCompressed) || ((flags & kSaveKeepCompressed) && job->wasCompressed)) {
-    DiagLine(u"ProfSave: the compressed form cannot be written by this build; nothing was saved");
-    return kErrSave;
-  }
   const int format = FormatOfFlags(flags);
   std::string image;
-  if (!SerializeProfile(*job, format, image)) {
+  if (!SerializeProfile(*job, format, image) || (WantsCompressed(*job, flags) && !CompressImage(image))) {
     DiagLine(u"ProfSave: no memory for the profile's image; nothing was saved");
     return kErrSave;
   }

@@ -22,9 +22,12 @@ namespace zx::prof {
 // Selector bits beyond the format (the low 4 bits, see FormatOfFlags).
 enum : uint32_t { kSaveCompressed = 0x40, kSaveKeepCompressed = 0x80 };
 
+// Whether a save with `flags` writes the compressed form: kSaveCompressed, or
+// kSaveKeepCompressed on a job whose profile came in compressed.
+bool WantsCompressed(const clsProfJob& job, uint32_t flags);
+
 // name null: the job's own file for an exclusive job that holds one, else its
-// fileName. The compressed form is not written by this build: those flags give
-// kErrSave and leave the file alone.
+// fileName.
 int32_t ProfSave(clsProfJob* job, const char16_t* name, uint32_t flags);
 
 }  // namespace zx::prof

@@ -3,13 +3,17 @@
 //   zxut prof show FILE                       the tree, indented, one item a line
 //   zxut prof get FILE PATH                   one value
 //   zxut prof set FILE PATH VALUE             change (or add) a value and save in place
-//   zxut prof convert IN OUT --format F       save IN as OUT in text, xml or xfdf
+//   zxut prof convert IN OUT --format F [--compressed]
+//                                             save IN as OUT in text, xml or xfdf
+//   zxut prof pack-file PROFILE PATH/NAME FILE    FILE as a File.Entry NAME under PATH
+//   zxut prof extract PROFILE PATH DIR        the File.Entry lists under PATH into DIR
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
 
 #include "command.h"
+#include "prof_files.h"
 #include "text.h"
 
 namespace {
@@ -118,12 +122,12 @@ int Set(const char* file, const char* path, const char* value) {
     return Fail("cannot open for changing", file, code);
   }
   ProfSetStringW(job, nullptr, W(Wide(path)), W(Wide(value)));
-  const long saved = ProfSaveW(job, nullptr, static_cast<DWORD>(format));
+  const long saved = ProfSaveW(job, nullptr, static_cast<DWORD>(format) | PROF_SAVE_KEEP_COMPRESSED);
   ProfJobClose(job);
   return saved == PROF_OK ? 0 : Fail("cannot save", file, saved);
 }
 
-int Convert(const char* in, const char* out, const char* formatName) {
+int Convert(const char* in, const char* out, const char* formatName, bool compressed) {
   long format;
   if (std::strcmp(formatName, "text") == 0) format = PROF_FMT_TEXT;
   else if (std::strcmp(formatName, "xml") == 0) format = PROF_FMT_XML;
@@ -137,7 +141,8 @@ int Convert(const char* in, const char* out, const char* formatName) {
     if (job) ProfJobClose(job);
     return Fail("cannot load", in, code);
   }
-  const long saved = ProfSaveW(job, W(Wide(out)), static_cast<DWORD>(format));
+  const DWORD flags = static_cast<DWORD>(format) | (compressed ? PROF_SAVE_COMPRESSED : 0);
+  const long saved = ProfSaveW(job, W(Wide(out)), flags);
   ProfJobClose(job);
   return saved == PROF_OK ? 0 : Fail("cannot save", out, saved);
 }
@@ -146,17 +151,26 @@ int RunProf(int argc, char** argv) {
   if (argc == 2 && std::strcmp(argv[0], "show") == 0) return Show(argv[1]);
   if (argc == 3 && std::strcmp(argv[0], "get") == 0) return Get(argv[1], argv[2]);
   if (argc == 4 && std::strcmp(argv[0], "set") == 0) return Set(argv[1], argv[2], argv[3]);
-  if (argc == 5 && std::strcmp(argv[0], "convert") == 0 && std::strcmp(argv[3], "--format") == 0)
-    return Convert(argv[1], argv[2], argv[4]);
+  if ((argc == 5 || argc == 6) && std::strcmp(argv[0], "convert") == 0 && std::strcmp(argv[3], "--format") == 0) {
+    if (argc == 6 && std::strcmp(argv[5], "--compressed") != 0) return zxut::UsageError("prof");
+    return Convert(argv[1], argv[2], argv[4], argc == 6);
+  }
+  if (argc == 4 && std::strcmp(argv[0], "pack-file") == 0) return zxut::ProfPackFile(argv[1], argv[2], argv[3]);
+  if (argc == 4 && std::strcmp(argv[0], "extract") == 0) return zxut::ProfExtract(argv[1], argv[2], argv[3]);
   return zxut::UsageError("prof");
 }
 
 [[maybe_unused]] const bool kAdded = zxut::AddCommand(
-    {"prof", "show, get, set and convert profile files",
+    {"prof", "show, get, set, convert profile files and carry files in them",
      "usage: zxut prof show FILE                    the tree, indented, one item a line\n"
      "       zxut prof get FILE PATH                one value, e.g. printer/name\n"
      "       zxut prof set FILE PATH VALUE          change (or add) a value, save in place\n"
-     "       zxut prof convert IN OUT --format F    save IN as OUT in F: text, xml or xfdf\n",
+     "       zxut prof convert IN OUT --format F [--compressed]\n"
+     "                                              save IN as OUT in F: text, xml or xfdf\n"
+     "                                              (--compressed: the PRZB form)\n"
+     "       zxut prof pack-file PROFILE PATH/NAME FILE  FILE as a File.Entry list NAME in PATH\n"
+     "       zxut prof extract PROFILE PATH DIR     the File.Entry lists in PATH (/ for the\n"
+     "                                              root) written into DIR\n",
      &RunProf});
 
 }  // namespace
