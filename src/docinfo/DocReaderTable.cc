@@ -9,6 +9,8 @@ namespace {
 
 scDocReaderSet BuildReaders() {
   scDocReaderSet r;
+  r.officePackage = ReadOfficePackage;
+  r.xmlProperties = ReadXmlProperties;
   return r;
 }
 

@@ -52,5 +52,7 @@ void SetDocReadersForTests(const scDocReaderSet* readers);
 // The readers, defined where each format lives.
 int ReadPdfInfo(clsDocu& doc, clsFile& file);
 int ReadMailInfo(clsDocu& doc, clsFile& file);
+int ReadOfficePackage(clsDocu& doc, clsFile& file);  // OfficePackage.h
+int ReadXmlProperties(clsDocu& doc, clsFile& file);  // XmlProperties.h
 
 }  // namespace zx
