@@ -27,6 +27,7 @@ linux_packages=(
   python3 libxml2-utils unzip zip xz-utils bzip2 ca-certificates
   dpkg-dev                                      # the Debian package (dpkg-shlibdeps), apt-get source
   lldb elfutils gdb                             # crash-dump and symbol oracles
+  libimage-exiftool-perl libarchive-zip-perl    # office-package metadata oracle (and its ZIP module)
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

@@ -86,24 +86,28 @@ struct scOdfExpressions {
   };
 };
 
-void ReadOdfKeywords(scOdfExpressions& x, clsDocu& doc, const String& block) {
-  String value;
-  clsRegExMatchList found;
-  if (x.keywords.Match(block, &found)) {
-    String joined;
-    // Every match in turn, from just after the previous one.
-    int64_t at = 0;
-    clsRegExMatchList m;
-    while (at <= block.Length() && x.eachKeyword.Match(block.wchar() + at, &m) && m.entries() >= 2) {
-      if (!joined.IsEmpty()) joined.Append(u", ");
-      joined.Append(UnescapeXmlText(m.find(1).text));
-      const scRegExMatch& whole = m.find(0);
-      at += whole.offset + (whole.text.IsEmpty() ? 1 : whole.text.Length());
-    }
-    doc.keywords = joined;
-  } else if (Capture(x.oneKeyword, block, 1, &value)) {
-    Assign(doc, kKeywords, value);
+// Every match of `keyword` in the block, joined with ", ".
+String JoinKeywords(clsRegEx& keyword, const String& block) {
+  String joined;
+  int64_t at = 0;
+  clsRegExMatchList m;
+  while (at <= block.Length() && keyword.Match(block.wchar() + at, &m) && m.entries() >= 2) {
+    if (!joined.IsEmpty()) joined.Append(u", ");
+    joined.Append(UnescapeXmlText(m.find(1).text));
+    const scRegExMatch& whole = m.find(0);
+    at += whole.offset + (whole.text.IsEmpty() ? 1 : whole.text.Length());
   }
+  return joined;
+}
+
+// Keywords inside "<meta:keywords>" are joined. Loose "<meta:keyword>" elements,
+// the form ODF producers write, are joined the same way: the single dot-all
+// ungreedy capture would take everything from the first opening tag to the last
+// closing one, markup included.
+void ReadOdfKeywords(scOdfExpressions& x, clsDocu& doc, const String& block) {
+  clsRegExMatchList found;
+  if (x.keywords.Match(block, &found) || x.oneKeyword.Match(block, &found))
+    doc.keywords = JoinKeywords(x.eachKeyword, block);
 }
 
 void ReadOdf(clsDocu& doc, const String& text) {

@@ -143,7 +143,9 @@ int ParseProperties(clsDocu& doc, clsFile& file) {
 int ReadPropertyBlockOfHead(clsDocu& doc, clsFile& file) {
   String head;
   if (!ReadDocumentHeadText(file, &head)) return 0;
-  thread_local clsRegEx block(String(u"<o:DocumentProperties>(.*)</o:DocumentProperties>"),
+  // The opening tag may carry attributes (namespace declarations, as producers
+  // write them today).
+  thread_local clsRegEx block(String(u"<o:DocumentProperties(?:\\s[^>]*)?>(.*)</o:DocumentProperties>"),
                               kRegExCaseless | kRegExDotAll | kRegExUngreedy);
   clsRegExMatchList m;
   if (!block.Match(head, &m) || m.entries() < 2) return 0;
