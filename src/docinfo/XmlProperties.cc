@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/charset/CharsetTable.h"
 #include "core/diag/Diag.h"
 #include "core/regex/RegEx.h"
 #include "core/strings/CharsetConversion.h"
@@ -106,6 +107,29 @@ void XMLCALL EntityDeclaration(void* data, const XML_Char*, int, const XML_Char*
   XML_StopParser(s.parser, XML_FALSE);
 }
 
+// Encodings the parser does not know itself: single-byte code pages by the
+// charset table (windows-1252, iso-8859-2, koi8-r, ...). Multi-byte ones stay
+// readable only where their bytes are ASCII.
+int XMLCALL UnknownEncoding(void*, const XML_Char* name, XML_Encoding* info) {
+  const uint32_t codePage = CodePageFromCharsetName(String(name));
+  if (codePage == plat::kCpUtf8 || codePage == 1200 || codePage == 1201) return XML_STATUS_ERROR;
+  for (int b = 0; b < 256; ++b) {
+    const char byte = static_cast<char>(b);
+    char16_t wide[2] = {};
+    if (b < 0x80) {
+      info->map[b] = b;
+      continue;
+    }
+    // A byte that is no character of its own (undefined, or a lead byte) is malformed.
+    const int n = plat::MultiByteToWide(codePage, plat::kMbErrInvalidChars, &byte, 1, wide, 2);
+    info->map[b] = n == 1 && wide[0] >= 0x80 ? wide[0] : -1;
+  }
+  info->data = nullptr;
+  info->convert = nullptr;
+  info->release = nullptr;
+  return XML_STATUS_OK;
+}
+
 struct scParserDeleter {
   void operator()(XML_ParserStruct* p) const { XML_ParserFree(p); }
 };
@@ -123,6 +147,7 @@ int ParseProperties(clsDocu& doc, clsFile& file) {
   XML_SetCharacterDataHandler(s.parser, Characters);
   XML_SetEntityDeclHandler(s.parser, EntityDeclaration);
   XML_SetParamEntityParsing(s.parser, XML_PARAM_ENTITY_PARSING_NEVER);
+  XML_SetUnknownEncodingHandler(s.parser, UnknownEncoding, nullptr);
   if (file.SetPos(0) != 0) return 1;
   for (;;) {
     void* buffer = XML_GetBuffer(s.parser, kReadBlock);

@@ -209,6 +209,9 @@ TEST(XmlProperties, ParserPathAndExpressionPath) {
   EXPECT_EQ("2012-03-05 09:20:30", Stamp(flat.doc.created));
   EXPECT_EQ("2012-03-06 02:00:00", Stamp(flat.doc.lastSaved));
 
+  // A single-byte code page the parser does not know itself.
+  EXPECT_EQ(u"Caf\u00e9 \u20ac", Wide(Xml("xml_cp1252.xml").doc.title));
+
   // Two levels only: nothing through the parser, so the block expression reads.
   const scRead shallow = Xml("xml_shallow.xml");
   EXPECT_EQ(0, shallow.result);

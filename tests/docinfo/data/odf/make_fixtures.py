@@ -206,6 +206,8 @@ def make_handmade():
     files['xml_shallow.xml'] = (CORE_HEAD + '<dc:title>ignored</dc:title><o:DocumentProperties '
         'xmlns:o="urn:schemas-microsoft-com:office:office"><o:Author>Gil &#38;#72;i</o:Author>'
         '<o:Created>2012-03-05T10:20:30+01:00</o:Created></o:DocumentProperties>' + CORE_TAIL).encode()
+    files['xml_cp1252.xml'] = FLAT_OPC.replace('encoding="UTF-8"', 'encoding="windows-1252"').replace(
+        'Flat &amp; packaged', 'Caf\u00e9 \u20ac').encode('cp1252')
     files['xml_bomb.xml'] = BOMB.encode()
     files['xml_external.xml'] = ('<?xml version="1.0"?>\n<!DOCTYPE a [<!ENTITY x SYSTEM "file:///etc/passwd">]>\n'
                                  '<a><b><cp:coreProperties><dc:title>&x;</dc:title></cp:coreProperties></b></a>\n').encode()
