@@ -32,6 +32,7 @@ linux_packages=(
   qpdf ghostscript python3-cairo python3-reportlab  # PDF producers of the test files
   golang-github-rwcarlsen-goexif-dev            # camera samples for the image readers
   python3-olefile                               # compound-file oracle (document properties)
+  libarchive-zip-perl                           # the ZIP module exiftool reads office packages with
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

@@ -21,6 +21,8 @@ scDocReaderSet BuildReaders() {
   r.isCompoundFile = IsCompoundFile;
   r.propertySet = ReadPropertySetInfo;
   r.compoundMail = ReadCompoundMailInfo;
+  r.officePackage = ReadOfficePackage;
+  r.xmlProperties = ReadXmlProperties;
   return r;
 }
 

@@ -62,5 +62,7 @@ int ReadWordPerfectInfo(clsDocu& doc, clsFile& file);
 bool IsCompoundFile(const String& path);                   // CompoundFile.h
 int ReadPropertySetInfo(clsDocu& doc, const String& path);    // PropertySet.h
 int ReadCompoundMailInfo(clsDocu& doc, const String& path);   // CompoundMail.h
+int ReadOfficePackage(clsDocu& doc, clsFile& file);  // OfficePackage.h
+int ReadXmlProperties(clsDocu& doc, clsFile& file);  // XmlProperties.h
 
 }  // namespace zx

@@ -169,4 +169,10 @@ void GlobalFree(HGLOBAL handle);
 void* TaskMemAlloc(size_t bytes);
 void TaskMemFree(void* block);
 
+// CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED) for the calling thread, and
+// CoUninitialize for a successful one. Linux has no COM: the first answers
+// E_NOTIMPL, so there is never anything to undo.
+HRESULT ComInitializeApartment();
+void ComUninitialize();
+
 }  // namespace plat

@@ -188,4 +188,7 @@ void GlobalFree(HGLOBAL handle) {
 void* TaskMemAlloc(size_t bytes) { return std::malloc(bytes ? bytes : 1); }
 void TaskMemFree(void* block) { std::free(block); }
 
+HRESULT ComInitializeApartment() { return kE_NOTIMPL; }
+void ComUninitialize() {}
+
 }  // namespace plat

@@ -27,4 +27,7 @@ void GlobalFree(HGLOBAL handle) {
 void* TaskMemAlloc(size_t bytes) { return CoTaskMemAlloc(bytes); }
 void TaskMemFree(void* block) { CoTaskMemFree(block); }
 
+HRESULT ComInitializeApartment() { return CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+void ComUninitialize() { CoUninitialize(); }
+
 }  // namespace plat
