@@ -30,6 +30,11 @@ ZXUT_EXPORT void ZXUT_API ProfSetVariantW(HPROFJOB job, HPROFLIST list, LPCWSTR 
 ZXUT_EXPORT LONG ZXUT_API ProfGetVariantW(HPROFJOB job, HPROFLIST list, LPCWSTR path, VARIANT *out,
                                           const VARIANT *def);
 ZXUT_EXPORT LONG ZXUT_API ProfGetVariantFromContentsW(LPCWSTR text, VARIANT *out);
+ZXUT_EXPORT void ZXUT_API ProfAppendVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, const VARIANT *value);
+ZXUT_EXPORT void ZXUT_API ProfSetVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, const VARIANT *value);
+ZXUT_EXPORT LONG ZXUT_API ProfGetVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, VARIANT *out,
+                                          const VARIANT *def);
+ZXUT_EXPORT LONG ZXUT_API ProfGetVariantFromContentsA(LPCSTR text, VARIANT *out);
 
 /* ---- Embedded files (packed, compressed, optionally enciphered with password).
  * Gets: PROF_OK, PROF_ERR_NOT_FOUND, PROF_ERR_WRITE when the value does not decode
@@ -51,5 +56,11 @@ ZXUT_EXPORT LONG ZXUT_API ProfGetStreamW(HPROFJOB job, HPROFLIST list, LPCWSTR p
                                          IStream *stream);
 ZXUT_EXPORT LONG ZXUT_API ProfAppendFilesW(HPROFJOB job, HPROFLIST list, LPCWSTR pattern, LPCWSTR password);
 ZXUT_EXPORT LONG ZXUT_API ProfExtractFilesW(HPROFJOB job, HPROFLIST list, LPCWSTR folder, LPCWSTR password);
+ZXUT_EXPORT void ZXUT_API ProfAppendStreamA(HPROFJOB job, HPROFLIST list, LPCSTR path, LPCSTR password,
+                                            IStream *stream);
+ZXUT_EXPORT LONG ZXUT_API ProfGetStreamA(HPROFJOB job, HPROFLIST list, LPCSTR path, LPCSTR password,
+                                         IStream *stream);
+ZXUT_EXPORT LONG ZXUT_API ProfAppendFilesA(HPROFJOB job, HPROFLIST list, LPCSTR pattern, LPCSTR password);
+ZXUT_EXPORT LONG ZXUT_API ProfExtractFilesA(HPROFJOB job, HPROFLIST list, LPCSTR folder, LPCSTR password);
 
 #endif

@@ -46,6 +46,16 @@ ZXUT_EXPORT void ZXUT_API ProfSetVariantW(HPROFJOB job, HPROFLIST list, LPCWSTR 
   prof::PutVariant(Job(job), List(list), U(path), false, V(value));
 }
 
+ZXUT_EXPORT void ZXUT_API ProfAppendVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, const VARIANT* value) {
+  clsCharsetConversionString p(path);
+  prof::PutVariant(Job(job), List(list), N(p), true, V(value));
+}
+
+ZXUT_EXPORT void ZXUT_API ProfSetVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, const VARIANT* value) {
+  clsCharsetConversionString p(path);
+  prof::PutVariant(Job(job), List(list), N(p), false, V(value));
+}
+
 ZXUT_EXPORT LONG ZXUT_API ProfGetVariantW(HPROFJOB job, HPROFLIST list, LPCWSTR path, VARIANT* out,
                                           const VARIANT* def) {
   return prof::GetVariant(Job(job), List(list), U(path), V(out), V(def));
@@ -53,6 +63,17 @@ ZXUT_EXPORT LONG ZXUT_API ProfGetVariantW(HPROFJOB job, HPROFLIST list, LPCWSTR 
 
 ZXUT_EXPORT LONG ZXUT_API ProfGetVariantFromContentsW(LPCWSTR text, VARIANT* out) {
   return prof::VariantFromContents(U(text), V(out));
+}
+
+ZXUT_EXPORT LONG ZXUT_API ProfGetVariantA(HPROFJOB job, HPROFLIST list, LPCSTR path, VARIANT* out,
+                                          const VARIANT* def) {
+  clsCharsetConversionString p(path);
+  return prof::GetVariant(Job(job), List(list), N(p), V(out), V(def));
+}
+
+ZXUT_EXPORT LONG ZXUT_API ProfGetVariantFromContentsA(LPCSTR text, VARIANT* out) {
+  clsCharsetConversionString t(text);
+  return prof::VariantFromContents(N(t), V(out));
 }
 
 ZXUT_EXPORT void ZXUT_API ProfAppendFileW(HPROFJOB job, HPROFLIST list, LPCWSTR path, LPCWSTR password,
@@ -93,4 +114,26 @@ ZXUT_EXPORT LONG ZXUT_API ProfAppendFilesW(HPROFJOB job, HPROFLIST list, LPCWSTR
 
 ZXUT_EXPORT LONG ZXUT_API ProfExtractFilesW(HPROFJOB job, HPROFLIST list, LPCWSTR folder, LPCWSTR password) {
   return prof::ExtractFiles(Job(job), List(list), U(folder), U(password));
+}
+
+ZXUT_EXPORT void ZXUT_API ProfAppendStreamA(HPROFJOB job, HPROFLIST list, LPCSTR path, LPCSTR password,
+                                            IStream* stream) {
+  clsCharsetConversionString p(path), w(password);
+  prof::AppendStream(Job(job), List(list), N(p), N(w), S(stream));
+}
+
+ZXUT_EXPORT LONG ZXUT_API ProfGetStreamA(HPROFJOB job, HPROFLIST list, LPCSTR path, LPCSTR password,
+                                         IStream* stream) {
+  clsCharsetConversionString p(path), w(password);
+  return prof::GetStream(Job(job), List(list), N(p), N(w), S(stream));
+}
+
+ZXUT_EXPORT LONG ZXUT_API ProfAppendFilesA(HPROFJOB job, HPROFLIST list, LPCSTR pattern, LPCSTR password) {
+  clsCharsetConversionString p(pattern), w(password);
+  return prof::AppendFiles(Job(job), List(list), N(p), N(w));
+}
+
+ZXUT_EXPORT LONG ZXUT_API ProfExtractFilesA(HPROFJOB job, HPROFLIST list, LPCSTR folder, LPCSTR password) {
+  clsCharsetConversionString f(folder), w(password);
+  return prof::ExtractFiles(Job(job), List(list), N(f), N(w));
 }
