@@ -1,5 +1,6 @@
 #include "docinfo/OfficePackage.h"
 
+#include <memory>
 #include <string_view>
 
 #include "core/charset/CharsetTable.h"
@@ -58,7 +59,9 @@ struct scOoxmlExpressions {
 };
 
 void ReadOoxml(clsDocu& doc, const String& text) {
-  thread_local scOoxmlExpressions x;
+  thread_local std::unique_ptr<scOoxmlExpressions> t_x;  // on the heap: the static TLS block is small
+  if (!t_x) t_x = std::make_unique<scOoxmlExpressions>();
+  scOoxmlExpressions& x = *t_x;
   String block;
   if (!Capture(x.block, text, 1, &block)) return;
   String value;
@@ -112,7 +115,9 @@ void ReadOdfKeywords(scOdfExpressions& x, clsDocu& doc, const String& block) {
 }
 
 void ReadOdf(clsDocu& doc, const String& text) {
-  thread_local scOdfExpressions x;
+  thread_local std::unique_ptr<scOdfExpressions> t_x;  // on the heap: the static TLS block is small
+  if (!t_x) t_x = std::make_unique<scOdfExpressions>();
+  scOdfExpressions& x = *t_x;
   String block;
   if (!Capture(x.block, text, 1, &block)) return;
   String value;
@@ -124,7 +129,9 @@ void ReadOdf(clsDocu& doc, const String& text) {
 
 // The code page an XML declaration names; 0 (the default narrow code page) without one.
 uint32_t DeclaredCodePage(const String& text) {
-  thread_local clsRegEx declaration(String(u"<\\?xml.*\\sencoding=\"([-a-zA-Z0-9]*?)\".*\\?>"), kDotAll);
+  thread_local std::unique_ptr<clsRegEx> t_declaration;  // on the heap: the static TLS block is small
+  if (!t_declaration) t_declaration = std::make_unique<clsRegEx>(String(u"<\\?xml.*\\sencoding=\"([-a-zA-Z0-9]*?)\".*\\?>"), kDotAll);
+  clsRegEx& declaration = *t_declaration;
   String name;
   if (!Capture(declaration, text, 1, &name)) return 0;
   // Any spelling of UTF-8 reads as UTF-8 once; the name table knows only one.

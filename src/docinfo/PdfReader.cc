@@ -4,6 +4,7 @@
 // trailer's "Info" object, whose one dictionary gives title, author, subject,
 // keywords and the two dates. Damaged files are not repaired: whatever does not
 // fit ends the reading, and what was found by then is kept.
+#include <memory>
 #include <set>
 #include <string>
 
@@ -31,7 +32,9 @@ int64_t FindStartXref(clsFile& file, uint64_t size) {
   if (!ReadPdfBytes(file, size - tail, tail, bytes) || bytes.size() != tail) return -1;
   std::u16string text(bytes.size(), u' ');
   for (size_t i = 0; i < bytes.size(); ++i) text[i] = bytes[i] == 0 ? u' ' : static_cast<uint8_t>(bytes[i]);
-  thread_local clsRegEx startxref(String(u"(?s)startxref\\s+(\\d+)"), kRegExDotAll);
+  thread_local std::unique_ptr<clsRegEx> t_startxref;  // on the heap: the static TLS block is small
+  if (!t_startxref) t_startxref = std::make_unique<clsRegEx>(String(u"(?s)startxref\\s+(\\d+)"), kRegExDotAll);
+  clsRegEx& startxref = *t_startxref;
   clsRegExMatchList m;
   if (!startxref.Match(String(text), &m)) return -1;
   const std::string digits = m.find(1).text.narrow();

@@ -1,5 +1,6 @@
 #include "docinfo/PdfText.h"
 
+#include <memory>
 #include <string>
 
 #include "core/regex/RegEx.h"
@@ -77,7 +78,9 @@ plat::SystemTime PdfDateToUtc(const String& text) {
     full = String(std::u16string(text.View()) + std::u16string(kTail + 21 - take));
   }
   // "+" to "Z" as the zone sign is the format's reading: digits and capitals pass.
-  thread_local clsRegEx date(String(u"^D:(\\d\\d\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)([+-Z])(\\d\\d)'(\\d\\d)'"));
+  thread_local std::unique_ptr<clsRegEx> t_date;  // on the heap: the static TLS block is small
+  if (!t_date) t_date = std::make_unique<clsRegEx>(String(u"^D:(\\d\\d\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)(\\d\\d)([+-Z])(\\d\\d)'(\\d\\d)'"));
+  clsRegEx& date = *t_date;
   clsRegExMatchList m;
   if (!date.Match(full, &m)) return t;
   int v[10] = {};

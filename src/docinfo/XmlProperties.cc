@@ -170,8 +170,10 @@ int ReadPropertyBlockOfHead(clsDocu& doc, clsFile& file) {
   if (!ReadDocumentHeadText(file, &head)) return 0;
   // The opening tag may carry attributes (namespace declarations, as producers
   // write them today).
-  thread_local clsRegEx block(String(u"<o:DocumentProperties(?:\\s[^>]*)?>(.*)</o:DocumentProperties>"),
+  thread_local std::unique_ptr<clsRegEx> t_block;  // on the heap: the static TLS block is small
+  if (!t_block) t_block = std::make_unique<clsRegEx>(String(u"<o:DocumentProperties(?:\\s[^>]*)?>(.*)</o:DocumentProperties>"),
                               kRegExCaseless | kRegExDotAll | kRegExUngreedy);
+  clsRegEx& block = *t_block;
   clsRegExMatchList m;
   if (!block.Match(head, &m) || m.entries() < 2) return 0;
   return ReadPropertyBlock(doc, UnescapeHtmlNumeric(m.find(1).text));
