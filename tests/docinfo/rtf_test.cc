@@ -128,5 +128,42 @@ TEST(RtfReader, CommittedDocuments) {
   EXPECT_EQ("2021-04-30 17:45:00", DateText(doc.created));
 }
 
+// Files written by a real word processor (make_lo_rtf.sh); every property is
+// what that program itself reads back from the file. Its last \author is the one
+// it keeps, as here.
+TEST(RtfReader, WordProcessorDocumentsAgreeWithItsOwnReading) {
+  const std::string dir = std::string(ZXUT_SOURCE_DIR) + "/tests/docinfo/data/rtf/";
+  struct {
+    const char* file;
+    const char* title;
+    const char* subject;
+    const char* keywords;
+    const char* comments;
+    const char* author;
+    const char* created;
+    const char* saved;
+  } cases[] = {
+      {"lo_nonascii.rtf", "Gr\xC3\xBC\xC3\x9F" "e aus K\xC3\xB6ln \xE2\x80\x93 \xC3\x84rger \xE2\x82\xAC",
+       "\xC3\x9C" "bersicht \xD0\x96\xD0\xB6", "Stra\xC3\x9F" "e", "Zeile \xC2\xAB" "eins\xC2\xBB",
+       "S\xC3\xB8ren", "2019-07-08 09:10:00", "2020-12-31 23:59:00"},
+      {"lo_writer.rtf", "Quarterly Report & Plan", "Finance", "alpha, beta, gamma", "Reviewed by the board",
+       "Bob Editor", "2012-03-05 10:20:00", "2013-04-06 11:21:00"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    clsDocu doc = zxtest::NewDoc();
+    clsDocFile file;
+    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + c.file).c_str(), -1, plat::kCpUtf8)));
+    EXPECT_EQ(0, ReadRtfInfo(doc, file));
+    EXPECT_EQ(c.title, Utf8Of(doc.title));
+    EXPECT_EQ(c.subject, Utf8Of(doc.subject));
+    EXPECT_EQ(c.keywords, Utf8Of(doc.keywords));
+    EXPECT_EQ(c.comments, Utf8Of(doc.comments));
+    EXPECT_EQ(c.author, Utf8Of(doc.author));
+    EXPECT_EQ(c.created, DateText(doc.created));
+    EXPECT_EQ(c.saved, DateText(doc.lastSaved));
+  }
+}
+
 }  // namespace
 }  // namespace zx
