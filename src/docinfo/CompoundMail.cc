@@ -97,14 +97,7 @@ int ReadCompoundMailFrom(clsDocu& doc, clsCompoundFile& storage) {
 }
 
 int ReadCompoundMailInfo(clsDocu& doc, const String& path) {
-  String copy;
-  int result = -1;
-  {
-    clsCompoundFile storage;
-    if (OpenCompoundStorage(path, &storage, &copy) == 0) result = ReadCompoundMailFrom(doc, storage);
-  }
-  DeleteStorageCopy(copy);
-  return result;
+  return ReadCompoundStorage(path, [&](clsCompoundFile& storage) { return ReadCompoundMailFrom(doc, storage); });
 }
 
 }  // namespace zx

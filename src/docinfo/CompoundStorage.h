@@ -31,6 +31,20 @@ int32_t OpenCompoundStorage(const String& path, clsCompoundFile* storage, String
 // "DeleteFile(%s) returned error '%s'". An empty name does nothing.
 void DeleteStorageCopy(const String& copyName);
 
+// Opens the storage of `path` (through a copy where needed), runs `read` on it,
+// and deletes the copy after the storage is closed. -1 when it can't be opened.
+template <class Read>
+int ReadCompoundStorage(const String& path, Read&& read) {
+  String copy;
+  int result = -1;
+  {
+    clsCompoundFile storage;
+    if (OpenCompoundStorage(path, &storage, &copy) == 0) result = read(storage);
+  }
+  DeleteStorageCopy(copy);
+  return result;
+}
+
 // Tests: every share-mode attempt is refused as if another program held the
 // file (false: back to normal).
 void SetStorageModesRefusedForTests(bool refused);

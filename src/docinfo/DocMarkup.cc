@@ -124,14 +124,14 @@ bool ParseIso8601Date(const String& text, plat::SystemTime* utc) {
   return true;
 }
 
-namespace {
-
-int HexDigit(char16_t c) {
+int HexDigitValue(char16_t c) {
   if (c >= u'0' && c <= u'9') return c - u'0';
   if (c >= u'a' && c <= u'f') return c - u'a' + 10;
   if (c >= u'A' && c <= u'F') return c - u'A' + 10;
   return -1;
 }
+
+namespace {
 
 // The reference "&#...;" at s[at]: its length and value, or 0 when none.
 size_t NumericReference(std::u16string_view s, size_t at, uint32_t* value) {
@@ -140,7 +140,7 @@ size_t NumericReference(std::u16string_view s, size_t at, uint32_t* value) {
   uint32_t v = 0;
   if (s[i] == u'x') {
     size_t digits = 0;
-    for (++i; i < s.size() && digits < 4 && HexDigit(s[i]) >= 0; ++i, ++digits) v = v * 16 + HexDigit(s[i]);
+    for (++i; i < s.size() && digits < 4 && HexDigitValue(s[i]) >= 0; ++i, ++digits) v = v * 16 + HexDigitValue(s[i]);
     if (digits < 2) return 0;
   } else {
     const size_t first = i;
@@ -160,7 +160,7 @@ size_t RescanFrom(const std::u16string& out, size_t at) {
   while (i > 0 && at - i < 16) {
     const char16_t c = out[i - 1];
     if (c == u'&') return i - 1;
-    if (c != u'#' && c != u'x' && HexDigit(c) < 0) break;
+    if (c != u'#' && c != u'x' && HexDigitValue(c) < 0) break;
     --i;
   }
   return at;

@@ -23,6 +23,9 @@ int ReadPropertyBlock(clsDocu& doc, const String& block);
 // a calendar date, or the conversion fails; `*utc` is then unchanged.
 bool ParseIso8601Date(const String& text, plat::SystemTime* utc);
 
+// The value of a hexadecimal digit, or -1.
+int HexDigitValue(char16_t c);
+
 // "&#65;" and "&#x41;" (two to four hex digits) become their character; a
 // reference of value 0 stays as it stands. A reference that a replacement
 // completes with the text before it is read again ("&#38;#65;" gives "A") when

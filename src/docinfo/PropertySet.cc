@@ -182,14 +182,7 @@ int ReadPropertySetFrom(clsDocu& doc, clsCompoundFile& storage) {
 }
 
 int ReadPropertySetInfo(clsDocu& doc, const String& path) {
-  String copy;
-  int result = -1;
-  {
-    clsCompoundFile storage;
-    if (OpenCompoundStorage(path, &storage, &copy) == 0) result = ReadPropertySetFrom(doc, storage);
-  }
-  DeleteStorageCopy(copy);
-  return result;
+  return ReadCompoundStorage(path, [&](clsCompoundFile& storage) { return ReadPropertySetFrom(doc, storage); });
 }
 
 }  // namespace zx

@@ -3,23 +3,17 @@
 #include <string>
 
 #include "core/strings/CharsetConversion.h"
+#include "docinfo/DocMarkup.h"
 
 namespace zx {
 namespace {
-
-int Hex(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  return -1;
-}
 
 bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 // "\'hh" at s[i]: its byte, or -1.
 int EscapedByte(std::u16string_view s, size_t i) {
   if (i + 4 > s.size() || s[i] != u'\\' || s[i + 1] != u'\'') return -1;
-  const int hi = Hex(s[i + 2]), lo = Hex(s[i + 3]);
+  const int hi = HexDigitValue(s[i + 2]), lo = HexDigitValue(s[i + 3]);
   return hi < 0 || lo < 0 ? -1 : hi * 16 + lo;
 }
 
