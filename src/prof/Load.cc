@@ -190,7 +190,10 @@ int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
     return 0;
   }
   inner.SetPos(0);
-  return LoadProfileAt(job, inner, depth + 1);
+  // What came out may be too short to be a profile at all: that is damaged data.
+  const int loaded = LoadProfileAt(job, inner, depth + 1);
+  if (loaded == 0 && job.lastError == 0) job.lastError = kErrParse;
+  return loaded;
 }
 
 }  // namespace
