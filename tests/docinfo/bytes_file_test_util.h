@@ -53,4 +53,13 @@ inline std::string DateText(const plat::SystemTime& t) {
 // A fresh document for a reader.
 inline zx::clsDocu NewDoc() { return zx::clsDocu(zx::String(u"test.bin"), 0, 0, nullptr); }
 
+// A fresh document read from `bytes` by `reader`, which must answer 0.
+template <class Reader>
+zx::clsDocu ReadBytesWith(Reader reader, const std::string& bytes) {
+  zx::clsDocu doc = NewDoc();
+  auto file = BytesFile(bytes);
+  EXPECT_EQ(0, reader(doc, *file));
+  return doc;
+}
+
 }  // namespace zxtest

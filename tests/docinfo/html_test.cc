@@ -10,16 +10,10 @@
 namespace zx {
 namespace {
 
-using zxtest::BytesFile;
 using zxtest::DateText;
 using zxtest::Utf8Of;
 
-clsDocu ReadHtml(const std::string& bytes) {
-  clsDocu doc = zxtest::NewDoc();
-  auto file = BytesFile(bytes);
-  EXPECT_EQ(0, ReadHtmlInfo(doc, *file));
-  return doc;
-}
+clsDocu ReadHtml(const std::string& bytes) { return zxtest::ReadBytesWith(ReadHtmlInfo, bytes); }
 
 TEST(HtmlReader, TitleAndMeta) {
   clsDocu doc = ReadHtml(

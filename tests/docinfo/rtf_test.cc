@@ -12,16 +12,10 @@
 namespace zx {
 namespace {
 
-using zxtest::BytesFile;
 using zxtest::DateText;
 using zxtest::Utf8Of;
 
-clsDocu ReadRtf(const std::string& bytes) {
-  clsDocu doc = zxtest::NewDoc();
-  auto file = BytesFile(bytes);
-  EXPECT_EQ(0, ReadRtfInfo(doc, *file));
-  return doc;
-}
+clsDocu ReadRtf(const std::string& bytes) { return zxtest::ReadBytesWith(ReadRtfInfo, bytes); }
 
 std::string Doc(const std::string& info, const std::string& header = "\\ansi\\ansicpg1252") {
   return "{\\rtf1" + header + "{\\fonttbl{\\f0 Arial;}}\r\n{\\info" + info + "}\r\n\\pard Body text.\\par}";
