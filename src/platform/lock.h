@@ -26,7 +26,7 @@ class ZX_CAPABILITY("mutex") CriticalSection {
   bool TryEnter() ZX_TRY_ACQUIRE(true) ZX_NO_THREAD_SAFETY_ANALYSIS;
   void Leave() ZX_RELEASE() ZX_NO_THREAD_SAFETY_ANALYSIS;
  private:
-  alignas(16) unsigned char storage_[64];
+  alignas(64) unsigned char storage_[128];
 };
 
 class ZX_SCOPED_CAPABILITY Lock {

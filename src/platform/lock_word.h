@@ -1,8 +1,10 @@
 // The recursive lock of critical sections on Linux and of the job lock on every OS,
-// built as the system's critical section behaves: the owner and its recursion count
-// beside one 32-bit word. Entering a free lock is one compare-exchange and leaving
+// built as the system's critical section behaves: one 32-bit word, and the owner and
+// its recursion count on a cache line of their own, so that a waiter looking at the
+// word never pulls away the line the owner writes. Entering a free lock is one compare-exchange and leaving
 // it one atomic add; a thread that finds it taken spins a bounded number of rounds
-// (fewer when spinning has lately not paid) and then sleeps on the word. Leaving
+// (fewer when spinning has lately not paid), looking at the word less and less
+// often, and then sleeps on the word. Leaving
 // wakes one sleeper, and no other while that one has not yet run: a lock handed
 // back and forth does not make every waiter run on every leave.
 // Errors: a leave by a thread that does not own the lock is refused (false) and
@@ -81,13 +83,13 @@ class ZX_CAPABILITY("mutex") LockWord {
   void EnterContended(uint32_t seen);
   void WakeOne();
 
-  std::atomic<uint32_t> word_{0};
-  uint32_t recursion_ = 0;   // the owner's alone
-  std::atomic<uintptr_t> owner_{0};
+  alignas(64) std::atomic<uint32_t> word_{0};
   const uint32_t spinMax_;
   // A running mean of the rounds that entering took lately (as the system's
   // adaptive mutex keeps it); the next spin goes to twice that, within spinMax_.
   std::atomic<uint32_t> spinMean_{0};
+  alignas(64) std::atomic<uintptr_t> owner_{0};
+  uint32_t recursion_ = 0;   // the owner's alone
 };
 
 // The sleep and wake on a lock word (the OS files): WaitOnWord returns when the word

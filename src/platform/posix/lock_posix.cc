@@ -11,7 +11,7 @@
 namespace plat {
 namespace {
 
-static_assert(sizeof(LockWord) <= 64 && alignof(LockWord) <= 16, "CriticalSection storage too small");
+static_assert(sizeof(LockWord) <= 128 && alignof(LockWord) <= 64, "CriticalSection storage too small");
 LockWord& W(unsigned char* storage) { return *std::launder(reinterpret_cast<LockWord*>(storage)); }
 
 long Futex(std::atomic<uint32_t>& word, int op, uint32_t value) {
