@@ -2,6 +2,9 @@
 // judged by python's zlib.
 #include <zlib.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "file/File.h"
 #include "prof/Compressed.h"
 #include "profdata_util.h"
@@ -147,4 +150,57 @@ TEST(ProfCompressed, BombStopsAtTheBound) {
   zx::clsFileRWTempStream whole;
   EXPECT_EQ(zx::prof::kInflateOk, zx::prof::InflateProfile(in, whole, 64 << 20));
   EXPECT_EQ(zeros.size(), whole.GetSize());
+}
+
+// Inflating in 1 MiB steps: output still held in the inflater when the input has
+// run out (a long match at the very end, cut by the 1 MiB step) comes out whole.
+// Sizes around the step boundaries, where the last match straddles the step.
+TEST(ProfCompressed, InflateFinishesOutputHeldAtTheEndOfTheInput) {
+  int checked = 0;
+  for (const char* unit : {"\0", "abc", "profile text\r\n"}) {
+    const std::string piece(unit, std::max<size_t>(1, std::strlen(unit)));
+    for (uint32_t boundary : {1u << 20, 2u << 20}) {
+      for (uint32_t size = boundary - 300; size <= boundary + 300; size += 37) {
+        std::string plain;
+        plain.reserve(size + piece.size());
+        while (plain.size() < size) plain += piece;
+        plain.resize(size);
+        const std::string packed = RawDeflate(plain, 9);
+        zx::clsFileRWTempStream in, out;
+        ASSERT_EQ(packed.size(), in.Write(packed.data(), static_cast<uint32_t>(packed.size())));
+        in.SetPos(0);
+        ASSERT_EQ(zx::prof::kInflateOk, zx::prof::InflateProfile(in, out, 64 << 20)) << size;
+        std::string back(static_cast<size_t>(out.GetSize()), '\0');
+        out.SetPos(0);
+        ASSERT_EQ(back.size(), out.Read(back.data(), static_cast<uint32_t>(back.size())));
+        ASSERT_EQ(plain, back) << size;
+        ++checked;
+      }
+    }
+  }
+  EXPECT_EQ(3 * 2 * 17, checked);
+}
+
+// The copy into memory takes the source from its position to its end, in one
+// block sized from the source; a rest longer than the bound is refused whole.
+TEST(ProfCompressed, CopyRestTakesTheRestWithinItsBound) {
+  std::string bytes = "PRZB";
+  for (int i = 0; i < 5000; ++i) bytes += static_cast<char>(i * 7 + i / 13);
+  zx::clsFileRWTempStream source;
+  ASSERT_EQ(bytes.size(), source.Write(bytes.data(), static_cast<uint32_t>(bytes.size())));
+  const uint64_t rest = bytes.size() - 4;
+  for (uint64_t bound : {rest, rest + 1, uint64_t(1) << 30}) {
+    source.SetPos(4);
+    zx::prof::CompressedBytes copy;
+    ASSERT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(source, bound, copy)) << bound;
+    ASSERT_EQ(rest, copy.size);
+    EXPECT_EQ(bytes.substr(4), std::string(reinterpret_cast<const char*>(copy.data.get()), copy.size));
+  }
+  source.SetPos(4);
+  zx::prof::CompressedBytes copy;
+  EXPECT_EQ(zx::prof::kCopyTooLarge, zx::prof::CopyRest(source, rest - 1, copy));
+  EXPECT_EQ(0u, copy.size);
+  source.SetPos(bytes.size());
+  EXPECT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(source, 100, copy));
+  EXPECT_EQ(0u, copy.size);
 }
