@@ -7,6 +7,8 @@
 
 #include "file/File.h"
 #include "prof/Compressed.h"
+#include "prof/Load.h"
+#include "prof/ProfJob.h"
 #include "profdata_util.h"
 
 using namespace pdtest;
@@ -203,4 +205,41 @@ TEST(ProfCompressed, CopyRestTakesTheRestWithinItsBound) {
   source.SetPos(bytes.size());
   EXPECT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(source, 100, copy));
   EXPECT_EQ(0u, copy.size);
+}
+
+// The inflated profile goes through a temporary file: with no usable temporary
+// folder the compressed load fails with PROF_ERR_MEMORY (the plain one does not
+// need it), and after a load the library's temporary folder holds no file. (The
+// load runs in this program's copy of the library, whose temporary folder the
+// test can move.)
+TEST(ProfCompressed, InflatesThroughATemporaryFileDeletedAfterwards) {
+  ScratchDir dir("przb_temp");
+  Job job;
+  Fill(job, 40);
+  const fs::path packed = dir / "c.prf";
+  const fs::path plain = dir / "p.prf";
+  ASSERT_EQ(0, ProfSaveW(job, W(Wide(packed).c_str()), PROF_FMT_XML | PROF_SAVE_COMPRESSED));
+  ASSERT_EQ(0, ProfSaveW(job, W(Wide(plain).c_str()), PROF_FMT_XML));
+  // 1 when loaded; else 0 and the job's code.
+  auto load = [](const fs::path& p) {
+    zx::clsFileRO file(zx::String(Wide(p).c_str()), 0, 0, 2, 0x102);
+    zx::clsProfJob* j = zx::clsProfJob::Create(0);
+    const int loaded = zx::LoadProfile(*j, file);
+    const int result = loaded ? 1 : j->lastError;
+    j->Release();
+    return result;
+  };
+  fs::create_directories(dir / "tmp");
+  {
+    zxsupport::ScopedTempFolder temp(dir / "tmp");
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(1, load(packed));
+    ASSERT_TRUE(fs::is_directory(dir / "tmp" / "zarnik"));
+    EXPECT_TRUE(fs::is_empty(dir / "tmp" / "zarnik"));
+  }
+  {
+    zxsupport::ScopedTempFolder temp(dir / "missing");
+    EXPECT_EQ(PROF_ERR_MEMORY, load(packed));
+    EXPECT_EQ(1, load(plain));
+  }
+  EXPECT_FALSE(fs::exists(dir / "missing"));
 }
