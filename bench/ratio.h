@@ -50,6 +50,21 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
   const std::map<std::string, RunTimes>& All() const { return times_; }
 
+  // Records `a` + `sign` x `b` (runs in the same time unit) as one more run named
+  // `name`, so that a ratio can set a sum of runs, or one stage (a run less
+  // another), against others. False when either run is missing; a difference may
+  // come out at or below zero, which the ratios then report as not measured.
+  bool Combine(const std::string& name, const std::string& a, double sign, const std::string& b) {
+    const RunTimes* x = Find(a);
+    const RunTimes* y = Find(b);
+    if (!x || !y) return false;
+    RunTimes t;
+    t.real = x->real + sign * y->real;
+    t.cpu = x->cpu + sign * y->cpu;
+    times_[name] = t;
+    return true;
+  }
+
   // "ratio <what>  ours/peer = 1.23x (cpu), 1.20x (real)", with the verdict when a
   // goal is given (ours may take at most `goal` times the peer's time). Returns the
   // CPU ratio, or -1 when either run is missing.

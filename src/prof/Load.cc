@@ -152,8 +152,9 @@ int LoadProfile(clsProfJob& job, clsFile& file) { return LoadProfileAt(job, file
 
 namespace {
 
-// The rest of `file` behind the magic, inflated into a temporary file that is
-// then loaded as a whole (its content may be compressed again, up to a few times).
+// The rest of `file` behind the magic, copied into memory and inflated from there
+// into a temporary file that is then loaded as a whole (its content may be
+// compressed again, up to a few times).
 int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
   job.wasCompressed = true;
   if (depth >= prof::kMaxCompressedNesting) {
@@ -161,13 +162,28 @@ int LoadCompressed(clsProfJob& job, clsFile& file, int depth) {
     job.lastError = kErrParse;
     return 0;
   }
+  prof::CompressedBytes packed;
+  switch (prof::CopyRest(file, prof::kMaxCompressedRest, packed)) {
+    case prof::kCopyTooLarge:
+      DiagFormat(u"%s: the compressed data is longer than %d MiB; not loaded", DiagFileName(file),
+                 static_cast<int>(prof::kMaxCompressedRest >> 20));
+      job.lastError = kErrMemory;
+      return 0;
+    case prof::kCopyNoMemory:
+      DiagFormat(u"%s: error '%s' in line %d", DiagFileName(file), u"out of memory", 0);
+      job.lastError = kErrMemory;
+      return 0;
+    default: break;
+  }
   clsFileRWTemp inner(String(u"PRF"), String(u"prf"));
   if (!inner.IsOpen()) {
     DiagFormat(u"%s: no temporary file for the inflated profile", DiagFileName(file));
     job.lastError = kErrMemory;
     return 0;
   }
-  const prof::InflateResult inflated = prof::InflateProfile(file, inner, prof::kMaxInflatedProfile);
+  const prof::InflateResult inflated =
+      prof::InflateProfile(packed.data.get(), packed.size, inner, prof::kMaxInflatedProfile);
+  packed = prof::CompressedBytes();  // the parse needs the memory more
   switch (inflated) {
     case prof::kInflateInitFailed:
       DebugPrint(u"ERR: ZLIB init error '%d'", Z_MEM_ERROR);

@@ -2,8 +2,13 @@
 // judged by python's zlib.
 #include <zlib.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "file/File.h"
 #include "prof/Compressed.h"
+#include "prof/Load.h"
+#include "prof/ProfJob.h"
 #include "profdata_util.h"
 
 using namespace pdtest;
@@ -147,4 +152,94 @@ TEST(ProfCompressed, BombStopsAtTheBound) {
   zx::clsFileRWTempStream whole;
   EXPECT_EQ(zx::prof::kInflateOk, zx::prof::InflateProfile(in, whole, 64 << 20));
   EXPECT_EQ(zeros.size(), whole.GetSize());
+}
+
+// Inflating in 1 MiB steps: output still held in the inflater when the input has
+// run out (a long match at the very end, cut by the 1 MiB step) comes out whole.
+// Sizes around the step boundaries, where the last match straddles the step.
+TEST(ProfCompressed, InflateFinishesOutputHeldAtTheEndOfTheInput) {
+  int checked = 0;
+  for (const char* unit : {"\0", "abc", "profile text\r\n"}) {
+    const std::string piece(unit, std::max<size_t>(1, std::strlen(unit)));
+    for (uint32_t boundary : {1u << 20, 2u << 20}) {
+      for (uint32_t size = boundary - 300; size <= boundary + 300; size += 37) {
+        std::string plain;
+        plain.reserve(size + piece.size());
+        while (plain.size() < size) plain += piece;
+        plain.resize(size);
+        const std::string packed = RawDeflate(plain, 9);
+        zx::clsFileRWTempStream in, out;
+        ASSERT_EQ(packed.size(), in.Write(packed.data(), static_cast<uint32_t>(packed.size())));
+        in.SetPos(0);
+        ASSERT_EQ(zx::prof::kInflateOk, zx::prof::InflateProfile(in, out, 64 << 20)) << size;
+        std::string back(static_cast<size_t>(out.GetSize()), '\0');
+        out.SetPos(0);
+        ASSERT_EQ(back.size(), out.Read(back.data(), static_cast<uint32_t>(back.size())));
+        ASSERT_EQ(plain, back) << size;
+        ++checked;
+      }
+    }
+  }
+  EXPECT_EQ(3 * 2 * 17, checked);
+}
+
+// The copy into memory takes the source from its position to its end, in one
+// block sized from the source; a rest longer than the bound is refused whole.
+TEST(ProfCompressed, CopyRestTakesTheRestWithinItsBound) {
+  std::string bytes = "PRZB";
+  for (int i = 0; i < 5000; ++i) bytes += static_cast<char>(i * 7 + i / 13);
+  zx::clsFileRWTempStream source;
+  ASSERT_EQ(bytes.size(), source.Write(bytes.data(), static_cast<uint32_t>(bytes.size())));
+  const uint64_t rest = bytes.size() - 4;
+  for (uint64_t bound : {rest, rest + 1, uint64_t(1) << 30}) {
+    source.SetPos(4);
+    zx::prof::CompressedBytes copy;
+    ASSERT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(source, bound, copy)) << bound;
+    ASSERT_EQ(rest, copy.size);
+    EXPECT_EQ(bytes.substr(4), std::string(reinterpret_cast<const char*>(copy.data.get()), copy.size));
+  }
+  source.SetPos(4);
+  zx::prof::CompressedBytes copy;
+  EXPECT_EQ(zx::prof::kCopyTooLarge, zx::prof::CopyRest(source, rest - 1, copy));
+  EXPECT_EQ(0u, copy.size);
+  source.SetPos(bytes.size());
+  EXPECT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(source, 100, copy));
+  EXPECT_EQ(0u, copy.size);
+}
+
+// The inflated profile goes through a temporary file: with no usable temporary
+// folder the compressed load fails with PROF_ERR_MEMORY (the plain one does not
+// need it), and after a load the library's temporary folder holds no file. (The
+// load runs in this program's copy of the library, whose temporary folder the
+// test can move.)
+TEST(ProfCompressed, InflatesThroughATemporaryFileDeletedAfterwards) {
+  ScratchDir dir("przb_temp");
+  Job job;
+  Fill(job, 40);
+  const fs::path packed = dir / "c.prf";
+  const fs::path plain = dir / "p.prf";
+  ASSERT_EQ(0, ProfSaveW(job, W(Wide(packed).c_str()), PROF_FMT_XML | PROF_SAVE_COMPRESSED));
+  ASSERT_EQ(0, ProfSaveW(job, W(Wide(plain).c_str()), PROF_FMT_XML));
+  // 1 when loaded; else 0 and the job's code.
+  auto load = [](const fs::path& p) {
+    zx::clsFileRO file(zx::String(Wide(p).c_str()), 0, 0, 2, 0x102);
+    zx::clsProfJob* j = zx::clsProfJob::Create(0);
+    const int loaded = zx::LoadProfile(*j, file);
+    const int result = loaded ? 1 : j->lastError;
+    j->Release();
+    return result;
+  };
+  fs::create_directories(dir / "tmp");
+  {
+    zxsupport::ScopedTempFolder temp(dir / "tmp");
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(1, load(packed));
+    ASSERT_TRUE(fs::is_directory(dir / "tmp" / "zarnik"));
+    EXPECT_TRUE(fs::is_empty(dir / "tmp" / "zarnik"));
+  }
+  {
+    zxsupport::ScopedTempFolder temp(dir / "missing");
+    EXPECT_EQ(PROF_ERR_MEMORY, load(packed));
+    EXPECT_EQ(1, load(plain));
+  }
+  EXPECT_FALSE(fs::exists(dir / "missing"));
 }

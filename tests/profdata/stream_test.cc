@@ -3,7 +3,9 @@
 #include <cstring>
 #include <string>
 
+#include "file/File.h"
 #include "platform/com.h"
+#include "prof/Compressed.h"
 #include "profdata_util.h"
 
 using namespace pdtest;
@@ -41,6 +43,7 @@ struct ForeignStream {
   ULONG maxRead = 0xFFFFFFFFu;  // short reads
   size_t failAt = ~size_t{0};   // reads and writes past this offset fail
   bool refuseSeek = false;
+  bool hideSize = false;        // Stat fails; seeks still work
 
   IStream* AsStream() { return reinterpret_cast<IStream*>(this); }
 };
@@ -88,7 +91,7 @@ HRESULT ZX_COMCALL FsCommit(ForeignStream*, DWORD) { return 0; }
 HRESULT ZX_COMCALL FsRevert(ForeignStream*) { return kNotImpl; }
 HRESULT ZX_COMCALL FsLock(ForeignStream*, ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return kNotImpl; }
 HRESULT ZX_COMCALL FsStat(ForeignStream* s, STATSTG* st, DWORD) {
-  if (s->refuseSeek) return kNotImpl;
+  if (s->refuseSeek || s->hideSize) return kNotImpl;
   std::memset(st, 0, sizeof *st);
   st->type = 2;
   st->cbSize.QuadPart = s->data.size();
@@ -192,4 +195,41 @@ TEST(ProfStream, ForeignStreamFailures) {
   }
   EXPECT_EQ(1u, noSeek.refs);
   EXPECT_EQ(PROF_ERR_WRITE, ProfSaveToStream(job, noSeek.AsStream(), PROF_FMT_XML));
+}
+
+// The compressed form from a client's stream: 7-byte reads lose nothing. A
+// stream that cannot tell its size is copied whole all the same, the copy
+// growing as the data keeps coming.
+TEST(ProfStream, CompressedFromForeignStreams) {
+  Job job;
+  Fill(job, 300);
+  Foreign packed;
+  ASSERT_EQ(0, ProfSaveToStream(job, packed.AsStream(), PROF_FMT_XML | PROF_SAVE_COMPRESSED));
+  ASSERT_EQ("PRZB", packed.data.substr(0, 4));
+  packed.pos = 0;
+  packed.maxRead = 7;
+  {
+    Job loaded(ProfJobOpenStream(packed.AsStream()));
+    EXPECT_EQ(0, ProfGetError(loaded));
+    EXPECT_EQ(u"value <&> \u00e4\u20ac = x", Get(loaded, nullptr, u"sec4/key299"));
+  }
+  EXPECT_EQ(1u, packed.refs);
+
+  Foreign unsized;
+  for (uint32_t i = 0; unsized.data.size() < (3u << 20) + 5; ++i) unsized.data += static_cast<char>(i * 2654435761u >> 24);
+  unsized.hideSize = true;
+  unsized.maxRead = 100003;
+  {
+    zx::clsFile wrapped(unsized.AsStream());
+    ASSERT_EQ(zx::kAllOnes64, wrapped.GetSize());
+    wrapped.SetPos(4);
+    zx::prof::CompressedBytes copy;
+    ASSERT_EQ(zx::prof::kCopyOk, zx::prof::CopyRest(wrapped, zx::prof::kMaxCompressedRest, copy));
+    ASSERT_EQ(unsized.data.size() - 4, copy.size);
+    EXPECT_TRUE(unsized.data.compare(4, std::string::npos, reinterpret_cast<const char*>(copy.data.get()),
+                                     copy.size) == 0);
+    wrapped.SetPos(0);
+    EXPECT_EQ(zx::prof::kCopyTooLarge, zx::prof::CopyRest(wrapped, 2u << 20, copy));
+  }
+  EXPECT_EQ(1u, unsized.refs);
 }
