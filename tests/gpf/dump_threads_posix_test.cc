@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <algorithm>
 #include <map>
 #include <regex>
 #include <sstream>
@@ -235,6 +236,14 @@ TEST_F(DumpThreads, RequestedDumpHoldsEveryThreadWithItsParkedFunction) {
     EXPECT_TRUE(HasFrame(it->second, e.function)) << e.name << "\n" << it->second;
   }
   EXPECT_FALSE(Logged(d, "did not answer"));
+
+  // The reader is a judge: a dump cut short, or with a stack slice pointing past
+  // its end, is malformed.
+  const std::string dump = (dir_ / "zarnik64.dmp").string();
+  std::string out;
+  EXPECT_FALSE(zxsupport::RunFilter("head -c 100000 " + dump + " > " + dump + ".cut && python3 " ZXUT_SOURCE_DIR
+                                    "/tests/gpf/minidump_check.py " + dump + ".cut", "", out)) << out;
+  EXPECT_NE(out.find("malformed"), std::string::npos) << out;
 }
 
 TEST_F(DumpThreads, CrashDumpSelectsTheCrashingThreadAndHoldsTheParkedOnes) {
