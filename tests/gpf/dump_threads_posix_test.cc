@@ -141,12 +141,6 @@ std::vector<long> Numbers(const std::string& text, const std::string& key) {
 
 class DumpThreads : public ::testing::Test {
  protected:
-  void SetUp() override {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizers own the fault signals of the crash child";
-#endif
-  }
-
   Dump Run(const std::string& kind) {
     const fs::path reg = dir_ / "reg", temp = dir_ / "tmp", app = dir_ / "app";
     for (const fs::path& p : {reg, temp, app}) fs::create_directories(p);
@@ -247,6 +241,9 @@ TEST_F(DumpThreads, RequestedDumpHoldsEveryThreadWithItsParkedFunction) {
 }
 
 TEST_F(DumpThreads, CrashDumpSelectsTheCrashingThreadAndHoldsTheParkedOnes) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizers own the fault signals of the crash child";
+#endif
   const Dump d = Run("crash");
   ASSERT_EQ(d.end.signal, SIGSEGV);
   ASSERT_EQ(d.check.rfind("{", 0), 0u) << d.check;

@@ -83,6 +83,7 @@ void Handler(int sig, siginfo_t* info, void* ucv) {
   bool held = false;
   if (info->si_code == SI_TKILL && info->si_pid == ::getpid()) {
     for (uint32_t i = 0; i < count && !held; ++i) {
+      if (g_owner[i].load(std::memory_order_relaxed) != mine) continue;
       uint64_t expected = mine;
       if (!g_owner[i].compare_exchange_strong(expected, mine | kClaimed, std::memory_order_acq_rel)) continue;
       ContextFromSignal(static_cast<const ucontext_t*>(ucv), &g_context[i]);
