@@ -2,7 +2,8 @@
 // call, which loads the debug information, and warm calls after it), and the time
 // from a fault in a protected thread of a process holding ZXUT_BENCH_CRASH_MB
 // megabytes (50 by default) to the finished support archive (the crashing process
-// ends right after closing it).
+// ends right after closing it); ZXUT_BENCH_CRASH_THREADS more threads (0 by
+// default) sleep in the crashing process and go into the dump.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -95,6 +96,9 @@ size_t Megabytes() {
 [[noreturn]] void Child(int fd, size_t mb) {
   std::vector<char> ballast(mb << 20);
   for (size_t i = 0; i < ballast.size(); i += 4096) ballast[i] = static_cast<char>(i >> 12);
+  const char* idle = std::getenv("ZXUT_BENCH_CRASH_THREADS");
+  for (unsigned long i = 0, n = idle ? std::strtoul(idle, nullptr, 10) : 0; i < n; ++i)
+    std::thread([] { for (;;) pause(); }).detach();
   UtilExHandlerJobOpen();
   std::thread t([fd] {
     UtilExHandlerStartProtection(nullptr);

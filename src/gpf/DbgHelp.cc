@@ -410,6 +410,7 @@ bool clsDBGHELP::WriteMiniDump(char16_t* path, uint32_t size, const plat::Except
   request.excludeThreadId = plat::ThreadId();
   request.requesterThreadId = requesterThreadId;
   request.requesterContext = requesterContext;
+  request.note = [](void*, const char16_t* line) { DebugPrint(u"%s", line); };
   bool created = false;
   uint32_t error = 0;
   if (exception) {

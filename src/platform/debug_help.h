@@ -78,10 +78,13 @@ struct DumpRequest {
   const ExceptionPointers64* exception = nullptr; // null: a dump without exception
   uint32_t exceptionThreadId = 0;                 // the thread the exception belongs to
   uint32_t excludeThreadId = 0;                   // left out (the writing worker)
-  // Without an exception: the thread that asked and its registers (Linux records
-  // that thread; Windows records every thread of the process).
+  // The thread that asked and its registers (without an exception its thread comes
+  // first in the dump). Both targets record every thread of the process.
   uint32_t requesterThreadId = 0;
   const ContextAmd64* requesterContext = nullptr;
+  // Receives the lines about the dump (Linux: a thread left out); may be null.
+  void (*note)(void* arg, const char16_t* line) = nullptr;
+  void* noteArg = nullptr;
 };
 
 class SymbolServices {

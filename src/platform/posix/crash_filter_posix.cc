@@ -18,6 +18,7 @@
 #include <new>
 
 #include "platform/crash_filter.h"
+#include "platform/posix/signal_context_posix.h"
 
 namespace plat {
 namespace {
@@ -145,27 +146,6 @@ void Describe(int sig, const siginfo_t* info, const ucontext_t* uc, ExceptionRec
   if (sent && sig != SIGABRT) r->ExceptionCode = 0xE0000000u | static_cast<uint32_t>(sig);   // a software exception
 }
 
-void ToContext(const ucontext_t* uc, ContextAmd64* c) {
-  std::memset(c, 0, sizeof *c);
-  const greg_t* g = uc->uc_mcontext.gregs;
-  c->ContextFlags = kContextFull;
-  c->Rax = g[REG_RAX]; c->Rbx = g[REG_RBX]; c->Rcx = g[REG_RCX]; c->Rdx = g[REG_RDX];
-  c->Rsi = g[REG_RSI]; c->Rdi = g[REG_RDI]; c->Rbp = g[REG_RBP]; c->Rsp = g[REG_RSP];
-  c->R8 = g[REG_R8];   c->R9 = g[REG_R9];   c->R10 = g[REG_R10]; c->R11 = g[REG_R11];
-  c->R12 = g[REG_R12]; c->R13 = g[REG_R13]; c->R14 = g[REG_R14]; c->R15 = g[REG_R15];
-  c->Rip = g[REG_RIP];
-  c->EFlags = static_cast<uint32_t>(g[REG_EFL]);
-  const uint64_t csgsfs = static_cast<uint64_t>(g[REG_CSGSFS]);
-  c->SegCs = static_cast<uint16_t>(csgsfs);
-  c->SegGs = static_cast<uint16_t>(csgsfs >> 16);
-  c->SegFs = static_cast<uint16_t>(csgsfs >> 32);
-  c->SegSs = static_cast<uint16_t>(csgsfs >> 48);
-  if (uc->uc_mcontext.fpregs) {
-    std::memcpy(c->FltSave, uc->uc_mcontext.fpregs, sizeof c->FltSave);
-    c->MxCsr = uc->uc_mcontext.fpregs->mxcsr;
-  }
-}
-
 void FromContext(const ContextAmd64& c, ucontext_t* uc) {
   greg_t* g = uc->uc_mcontext.gregs;
   g[REG_RAX] = c.Rax; g[REG_RBX] = c.Rbx; g[REG_RCX] = c.Rcx; g[REG_RDX] = c.Rdx;
@@ -237,7 +217,7 @@ void Handler(int sig, siginfo_t* info, void* ucv) {
   }
   Slot& s = g_slot;
   std::memset(&s.record, 0, sizeof s.record);
-  ToContext(uc, &s.context);
+  ContextFromSignal(uc, &s.context);
   Describe(sig, info, uc, &s.record, &s.context);
   s.pointers.ExceptionRecord = &s.record;
   s.pointers.ContextRecord = &s.context;

@@ -1,6 +1,7 @@
 // Linux only: a minidump of this process in the system's dump format, as crash
-// reporters on Linux write it: system info (platform 0x8201), the thread of the
-// exception (or of the request) with its context and stack, the mapped ELF images
+// reporters on Linux write it: system info (platform 0x8201), every thread with its
+// context and stack (the thread of the exception, or of the request, first; the
+// others held in a signal handler while the dump is written), the mapped ELF images
 // with their GNU build ids ("BpEL" records), the exception, the Linux streams, and
 // with the full-memory flag every readable writable mapping (Memory64 list).
 // Memory is read with process_vm_readv, so an unreadable page becomes zeros and
@@ -11,6 +12,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -21,6 +23,7 @@
 #include "platform/codepage.h"
 #include "platform/errors.h"
 #include "platform/posix/minidump_posix.h"
+#include "platform/posix/thread_hold_posix.h"
 
 namespace plat {
 namespace {
@@ -35,10 +38,25 @@ enum : uint32_t {
 constexpr uint32_t kWithDataSegs = 0x1;
 constexpr uint32_t kWithFullMemory = 0x2;
 constexpr uint32_t kCvSignatureElf = 0x4270454c;   // "BpEL"
+// The stack kept of the thread of the exception (or of the request), and of each
+// other thread; the answer limit of the other threads, all together.
 constexpr uint64_t kStackLimit = 512 * 1024;
+constexpr uint64_t kOtherStackLimit = 256 * 1024;
+constexpr int kAnswerLimitMs = 200;
 constexpr uint64_t kRedZone = 128;
 // Larger mappings are reservations (sanitizer shadows, arenas), not data to keep.
 constexpr uint64_t kMappingLimit = 1ull << 30;
+
+bool WriteAll(int fd, const uint8_t* p, size_t n) {
+  size_t done = 0;
+  while (done < n) {
+    ssize_t w = ::write(fd, p + done, n - done);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) return false;
+    done += static_cast<size_t>(w);
+  }
+  return true;
+}
 
 class Bytes {
  public:
@@ -53,6 +71,7 @@ class Bytes {
   void Set(size_t at, T v) { std::memcpy(&b_[at], &v, sizeof v); }
   void Align(size_t n) { while (b_.size() % n) b_.push_back(0); }
   const uint8_t* data() const { return b_.data(); }
+  void Reserve(size_t n) { b_.reserve(n); }
   // A MINIDUMP_STRING: byte length, UTF-16 text, terminator. Returns its RVA.
   uint32_t String(const std::string& utf8) {
     Align(4);
@@ -140,8 +159,8 @@ int CollectImage(dl_phdr_info* info, size_t, void* data) {
 }
 
 // Copies memory of this process into the file, zeros where it cannot be read.
-bool CopyMemory(int fd, uint64_t start, uint64_t size) {
-  static thread_local std::vector<uint8_t> buf(1 << 20);
+// `buf` is the caller's: nothing is allocated while other threads are held.
+bool CopyMemory(int fd, uint64_t start, uint64_t size, std::vector<uint8_t>& buf) {
   while (size) {
     const size_t n = size < buf.size() ? static_cast<size_t>(size) : buf.size();
     iovec local{buf.data(), n};
@@ -156,13 +175,7 @@ bool CopyMemory(int fd, uint64_t start, uint64_t size) {
           std::memset(buf.data() + off, 0, len);
       }
     }
-    size_t done = 0;
-    while (done < n) {
-      ssize_t w = ::write(fd, buf.data() + done, n - done);
-      if (w < 0 && errno == EINTR) continue;
-      if (w <= 0) return false;
-      done += static_cast<size_t>(w);
-    }
+    if (!WriteAll(fd, buf.data(), n)) return false;
     start += n;
     size -= n;
   }
@@ -190,7 +203,50 @@ struct Range {
   uint64_t start, size;
 };
 
+// The stack slice of a thread: from below the red zone to the end of the mapping
+// that holds its stack pointer, at most `limit` bytes. Empty when the stack pointer
+// is in no readable mapping.
+Range StackOf(const std::vector<Mapping>& maps, uint64_t sp, uint64_t limit) {
+  for (const Mapping& m : maps) {
+    if (sp >= m.start && sp < m.end && m.read) {
+      const uint64_t from = sp - kRedZone >= m.start ? sp - kRedZone : m.start;
+      const uint64_t to = m.end - from > limit ? from + limit : m.end;
+      return {from, to - from};
+    }
+  }
+  return {0, 0};
+}
+
+// Sorts the ranges and joins those that overlap or touch, in place (no allocation).
+void Merge(std::vector<Range>* ranges) {
+  std::sort(ranges->begin(), ranges->end(), [](const Range& a, const Range& b) { return a.start < b.start; });
+  size_t out = 0;
+  for (const Range& r : *ranges) {
+    if (out && r.start <= (*ranges)[out - 1].start + (*ranges)[out - 1].size) {
+      Range& last = (*ranges)[out - 1];
+      const uint64_t end = r.start + r.size > last.start + last.size ? r.start + r.size : last.start + last.size;
+      last.size = end - last.start;
+    } else {
+      (*ranges)[out++] = r;
+    }
+  }
+  ranges->resize(out);
+}
+
+// `whole` without the parts that `holes` (sorted, disjoint) cover, appended to *out.
+void Subtract(const Range& whole, const std::vector<Range>& holes, std::vector<Range>* out) {
+  uint64_t at = whole.start;
+  const uint64_t end = whole.start + whole.size;
+  for (const Range& h : holes) {
+    if (h.start + h.size <= at || h.start >= end) continue;
+    if (h.start > at) out->push_back({at, h.start - at});
+    at = h.start + h.size;
+  }
+  if (at < end) out->push_back({at, end - at});
+}
+
 }  // namespace
+
 
 uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
   *created = false;
@@ -202,6 +258,8 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
   if (fd < 0) return ErrorFromErrno(errno);
   *created = true;
 
+  // Everything that allocates happens before the other threads are held (one of
+  // them may hold the allocator's lock) or after they are released.
   const std::string mapsText = ReadProcFile("/proc/self/maps");
   const std::vector<Mapping> maps = Maps(mapsText);
   std::vector<Image> images;
@@ -212,37 +270,50 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
       if (img.base >= m.start && img.base < m.end) img.path = m.path;
   }
 
-  // The stack slice of the thread: from below the red zone to the end of its mapping.
-  Range stack{0, 0};
-  for (const Mapping& m : maps) {
-    if (context->Rsp >= m.start && context->Rsp < m.end && m.read) {
-      const uint64_t from = context->Rsp - kRedZone >= m.start ? context->Rsp - kRedZone : m.start;
-      const uint64_t to = m.end - from > kStackLimit ? from + kStackLimit : m.end;
-      stack = {from, to - from};
-    }
-  }
-  std::vector<Range> memory64;
+  // The threads with their registers at hand come first: the one of the exception
+  // (or of the request), then the one that asked for the dump of an exception;
+  // every other thread but the writer answers the hold's signal.
+  struct Entry {
+    uint32_t id;
+    const ContextAmd64* context;
+    uint64_t stackLimit;
+    Range stack;
+    uint32_t contextRva;
+  };
+  std::vector<Entry> entries;
+  entries.push_back({threadId, context, kStackLimit, {0, 0}, 0});
+  const bool requesterToo = request.exception && request.requesterContext && request.requesterThreadId &&
+                            request.requesterThreadId != threadId && request.requesterThreadId != request.excludeThreadId;
+  if (requesterToo) entries.push_back({request.requesterThreadId, request.requesterContext, kOtherStackLimit, {0, 0}, 0});
+  std::vector<uint32_t> others;
+  for (uint32_t id : ThreadIdsOfProcess())
+    if (id != threadId && id != request.excludeThreadId && !(requesterToo && id == request.requesterThreadId))
+      others.push_back(id);
+  ThreadHold hold(others);
+  entries.reserve(entries.size() + hold.Count());
+
+  std::vector<Range> candidates;   // for the Memory64 list, before the stacks are cut out
   if (request.mode & (kWithFullMemory | kWithDataSegs)) {
     for (const Mapping& m : maps) {
       if (!m.read || !m.write || m.path.rfind("/dev/", 0) == 0 || m.path == "[vvar]" || m.path == "[vsyscall]" ||
           m.end - m.start > kMappingLimit)
         continue;
       if (!(request.mode & kWithFullMemory) && (m.path.empty() || m.path[0] != '/')) continue;
-      if (stack.size && stack.start >= m.start && stack.start < m.end) {
-        if (stack.start > m.start) memory64.push_back({m.start, stack.start - m.start});
-        if (stack.start + stack.size < m.end) memory64.push_back({stack.start + stack.size, m.end - stack.start - stack.size});
-        continue;
-      }
-      memory64.push_back({m.start, m.end - m.start});
+      candidates.push_back({m.start, m.end - m.start});
     }
   }
+  std::vector<Range> regions, memory64;
+  regions.reserve(entries.capacity());
+  memory64.reserve(candidates.size() + entries.capacity() + 1);
+  std::vector<uint8_t> copyBuffer(1 << 20);
 
   struct Stream {
     uint32_t type, size, rva;
   };
   std::vector<Stream> streams;
+  streams.reserve(16);
   Bytes b;
-  const uint32_t streamCount = 12 + (memory64.empty() ? 0 : 1);
+  const uint32_t streamCount = 12 + (candidates.empty() ? 0 : 1);
   b.Put(kSignature);
   b.Put(kVersion);
   b.Put(streamCount);
@@ -256,11 +327,12 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
     streams.push_back({type, 0, static_cast<uint32_t>(b.size())});
   };
   auto end = [&] { streams.back().size = static_cast<uint32_t>(b.size() - streams.back().rva); };
-
-  // The context, once; the thread and the exception refer to it.
-  b.Align(16);
-  const uint32_t contextRva = static_cast<uint32_t>(b.size());
-  b.PutRaw(context, sizeof *context);
+  auto putContext = [&](Entry& e) {
+    b.Align(16);
+    e.contextRva = static_cast<uint32_t>(b.size());
+    b.PutRaw(e.context, sizeof *e.context);
+  };
+  for (Entry& e : entries) putContext(e);   // the exception's thread and record share the first
 
   utsname uts{};
   ::uname(&uts);
@@ -283,34 +355,6 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
   for (int i = 0; i < 6; ++i) b.Put<uint32_t>(0);   // CPU_INFORMATION
   end();
 
-  // Thread list, memory list and module list refer to data placed after the head;
-  // their RVAs are patched once the head's size is known.
-  begin(kThreadList);
-  b.Put<uint32_t>(1);
-  b.Put<uint32_t>(threadId);
-  b.Put<uint32_t>(0);
-  b.Put<uint32_t>(0);
-  b.Put<uint32_t>(0);
-  b.Put<uint64_t>(0);
-  b.Put<uint64_t>(stack.start);
-  b.Put<uint32_t>(static_cast<uint32_t>(stack.size));
-  const size_t threadStackRvaAt = b.size();
-  b.Put<uint32_t>(0);
-  b.Put<uint32_t>(sizeof *context);
-  b.Put<uint32_t>(contextRva);
-  end();
-
-  begin(kMemoryList);
-  b.Put<uint32_t>(stack.size ? 1 : 0);
-  size_t memoryStackRvaAt = 0;
-  if (stack.size) {
-    b.Put<uint64_t>(stack.start);
-    b.Put<uint32_t>(static_cast<uint32_t>(stack.size));
-    memoryStackRvaAt = b.size();
-    b.Put<uint32_t>(0);
-  }
-  end();
-
   if (request.exception) {
     const ExceptionRecord64* r = request.exception->ExceptionRecord;
     begin(kException);
@@ -327,7 +371,7 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
     for (uint32_t i = 0; i < 15; ++i)
       b.Put<uint64_t>(i < n ? r->ExceptionInformation[i] : i == n && r ? r->ExceptionCode : 0);
     b.Put<uint32_t>(sizeof *context);
-    b.Put<uint32_t>(contextRva);
+    b.Put<uint32_t>(entries[0].contextRva);
     end();
   } else {
     begin(kException);   // an empty exception stream keeps the directory's size fixed
@@ -385,46 +429,108 @@ uint32_t WriteLinuxMiniDump(const DumpRequest& request, bool* created) {
   b.PutRaw(mapsText.data(), mapsText.size());
   end();
 
-  size_t memory64At = 0;
-  if (!memory64.empty()) {
-    begin(kMemory64List);
-    b.Put<uint64_t>(memory64.size());
-    memory64At = b.size();
-    b.Put<uint64_t>(0);
-    for (const Range& r : memory64) {
-      b.Put<uint64_t>(r.start);
-      b.Put<uint64_t>(r.size);
-    }
-    end();
-  }
-
-  b.Align(16);
-  const uint32_t stackRva = static_cast<uint32_t>(b.size());
-  b.Set<uint32_t>(threadStackRvaAt, stackRva);
-  if (memoryStackRvaAt) b.Set<uint32_t>(memoryStackRvaAt, stackRva);
-  if (memory64At) b.Set<uint64_t>(memory64At, stackRva + stack.size);
-  if (streams.size() != streamCount) {
-    ::close(fd);
-    return kErrInvalidData;
-  }
-  for (size_t i = 0; i < streams.size(); ++i) {
-    b.Set<uint32_t>(32 + i * 12, streams[i].type);
-    b.Set<uint32_t>(32 + i * 12 + 4, streams[i].size);
-    b.Set<uint32_t>(32 + i * 12 + 8, streams[i].rva);
-  }
+  // What the held threads add to the head: contexts, the thread list, the memory
+  // lists; room for it now, so that appending it allocates nothing.
+  const size_t threadsMost = entries.capacity();
+  b.Reserve(b.size() + threadsMost * (sizeof(ContextAmd64) + 16 + 48 + 16) +
+            (candidates.size() + threadsMost + 1) * 16 + 256);
 
   uint32_t error = 0;
-  size_t done = 0;
-  while (done < b.size() && !error) {
-    ssize_t w = ::write(fd, b.data() + done, b.size() - done);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) error = ErrorFromErrno(errno ? errno : ENOSPC);
-    else done += static_cast<size_t>(w);
+  {
+    hold.Capture(kAnswerLimitMs);
+    const size_t known = entries.size();
+    for (size_t i = 0; i < hold.Count(); ++i)
+      if (hold.Answered(i)) entries.push_back({hold.Id(i), &hold.Context(i), kOtherStackLimit, {0, 0}, 0});
+    for (size_t i = known; i < entries.size(); ++i) putContext(entries[i]);
+    for (Entry& e : entries) {
+      e.stack = StackOf(maps, e.context->Rsp, e.stackLimit);
+      if (e.stack.size) regions.push_back(e.stack);
+    }
+    Merge(&regions);
+    for (const Range& c : candidates) Subtract(c, regions, &memory64);
+
+    // Stack bytes follow the head region by region; a thread's descriptor points
+    // into the region that holds its slice.
+    uint64_t regionsSize = 0;
+    for (const Range& r : regions) regionsSize += r.size;
+    begin(kThreadList);
+    b.Put<uint32_t>(static_cast<uint32_t>(entries.size()));
+    const size_t threadsAt = b.size();
+    for (const Entry& e : entries) {
+      b.Put<uint32_t>(e.id);
+      b.Put<uint32_t>(0);
+      b.Put<uint32_t>(0);
+      b.Put<uint32_t>(0);
+      b.Put<uint64_t>(0);
+      b.Put<uint64_t>(e.stack.start);
+      b.Put<uint32_t>(static_cast<uint32_t>(e.stack.size));
+      b.Put<uint32_t>(0);   // RVA, patched below
+      b.Put<uint32_t>(sizeof *e.context);
+      b.Put<uint32_t>(e.contextRva);
+    }
+    end();
+    begin(kMemoryList);
+    b.Put<uint32_t>(static_cast<uint32_t>(regions.size()));
+    const size_t memoryAt = b.size();
+    for (const Range& r : regions) {
+      b.Put<uint64_t>(r.start);
+      b.Put<uint32_t>(static_cast<uint32_t>(r.size));
+      b.Put<uint32_t>(0);   // RVA, patched below
+    }
+    end();
+    size_t memory64At = 0;
+    if (!candidates.empty()) {
+      begin(kMemory64List);
+      b.Put<uint64_t>(memory64.size());
+      memory64At = b.size();
+      b.Put<uint64_t>(0);
+      for (const Range& r : memory64) {
+        b.Put<uint64_t>(r.start);
+        b.Put<uint64_t>(r.size);
+      }
+      end();
+    }
+    b.Align(16);
+    const uint64_t dataRva = b.size();
+    uint64_t at = dataRva;
+    for (size_t k = 0; k < regions.size(); ++k) {
+      b.Set<uint32_t>(memoryAt + k * 16 + 12, static_cast<uint32_t>(at));
+      for (size_t i = 0; i < entries.size(); ++i) {
+        const Range& s = entries[i].stack;
+        if (s.size && s.start >= regions[k].start && s.start < regions[k].start + regions[k].size)
+          b.Set<uint32_t>(threadsAt + i * 48 + 36, static_cast<uint32_t>(at + (s.start - regions[k].start)));
+      }
+      at += regions[k].size;
+    }
+    if (memory64At) b.Set<uint64_t>(memory64At, dataRva + regionsSize);
+
+    if (streams.size() != streamCount || dataRva + regionsSize > 0xFFFFFFFFull) {
+      error = kErrInvalidData;
+    } else {
+      for (size_t i = 0; i < streams.size(); ++i) {
+        b.Set<uint32_t>(32 + i * 12, streams[i].type);
+        b.Set<uint32_t>(32 + i * 12 + 4, streams[i].size);
+        b.Set<uint32_t>(32 + i * 12 + 8, streams[i].rva);
+      }
+      if (!WriteAll(fd, b.data(), b.size())) error = ErrorFromErrno(errno ? errno : ENOSPC);
+      for (const Range& r : regions)
+        if (!error && !CopyMemory(fd, r.start, r.size, copyBuffer)) error = ErrorFromErrno(errno ? errno : ENOSPC);
+      for (const Range& r : memory64)
+        if (!error && !CopyMemory(fd, r.start, r.size, copyBuffer)) error = ErrorFromErrno(errno ? errno : ENOSPC);
+    }
+    hold.Release();
   }
-  if (!error && stack.size && !CopyMemory(fd, stack.start, stack.size)) error = ErrorFromErrno(errno ? errno : ENOSPC);
-  for (const Range& r : memory64)
-    if (!error && !CopyMemory(fd, r.start, r.size)) error = ErrorFromErrno(errno ? errno : ENOSPC);
   if (::close(fd) != 0 && !error) error = ErrorFromErrno(errno);
+  if (request.note) {
+    for (size_t i = 0; i < hold.Count(); ++i) {
+      if (hold.Answered(i) || hold.Gone(i)) continue;
+      char line[160];
+      std::snprintf(line, sizeof line,
+                    "DBGHELP::WriteMiniDump(): thread %u did not answer within %d ms and is left out of the dump",
+                    hold.Id(i), kAnswerLimitMs);
+      request.note(request.noteArg, Utf8ToUtf16(line).c_str());
+    }
+  }
   return error;
 }
 
