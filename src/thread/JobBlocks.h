@@ -15,7 +15,7 @@
 namespace zx::jobblocks {
 
 constexpr size_t kBatch = 64;
-constexpr size_t kShelfBatches = 64;   // at most this many batches wait on the shelf
+constexpr size_t kShelfBatches = 256;  // at most this many batches (2 MiB) wait on the shelf
 
 constexpr size_t kBlockSize = 128;     // requests up to this size share the blocks
 
