@@ -4,7 +4,10 @@
 
 #include "platform/lock.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Windows: the system heap's low-fragmentation front end takes a free from
+// another thread without the cost the Linux heap has, and a thread-local object
+// with a destructor hung thread exits of the MinGW runtime under wine.
+#if defined(_WIN32) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ZX_JOB_BLOCKS_FROM_HEAP 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
@@ -19,10 +22,10 @@ struct FreeBlock {
   FreeBlock* next;
 };
 
-void* HeapBlock() noexcept { return ::operator new(kBlockSize, std::nothrow); }
-void HeapFree(void* block) noexcept { ::operator delete(block); }
+[[maybe_unused]] void* HeapBlock() noexcept { return ::operator new(kBlockSize, std::nothrow); }
+[[maybe_unused]] void HeapFree(void* block) noexcept { ::operator delete(block); }
 
-void FreeChain(FreeBlock* chain) noexcept {
+[[maybe_unused]] void FreeChain(FreeBlock* chain) noexcept {
   while (chain) {
     FreeBlock* next = chain->next;
     HeapFree(chain);
@@ -51,7 +54,9 @@ struct Local {
     FreeChain(freed);
   }
 };
+#ifndef ZX_JOB_BLOCKS_FROM_HEAP
 thread_local Local t_blocks;
+#endif
 
 }  // namespace
 

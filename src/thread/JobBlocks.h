@@ -3,9 +3,9 @@
 // than the allocating one for every job, the dearest case of the heap. Here the
 // blocks freed on a thread gather in batches of kBatch; a full batch goes to a
 // shared shelf, and a thread that has no block of its own takes a whole batch
-// from it: one round of a lock for kBatch jobs. Blocks of another size, and all
-// blocks in sanitizer builds (so that a use after free is still found), go to
-// the general heap.
+// from it: one round of a lock for kBatch jobs. Blocks of another size, all
+// blocks in sanitizer builds (so that a use after free is still found) and all
+// blocks on Windows (whose heap takes such frees cheaply) go to the general heap.
 // Errors: Allocate gives null when the heap is out of memory.
 // Threads: any thread; each keeps its own blocks (returned to the heap when it
 // ends), the shelf has a lock.

@@ -14,7 +14,7 @@ namespace {
 
 using namespace zx;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(_WIN32) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kRecycles = false;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
@@ -43,7 +43,7 @@ void OnFreshThread(F steps) {
 }
 
 TEST(JobBlocks, BlocksFreedOnAnotherThreadComeBackInBatches) {
-  if (!kRecycles) GTEST_SKIP() << "sanitizer builds take every block from the heap";
+  if (!kRecycles) GTEST_SKIP() << "Windows and sanitizer builds take every block from the heap";
   DrainShelf();
   OnFreshThread([] {
     std::vector<void*> blocks;
@@ -68,7 +68,7 @@ TEST(JobBlocks, BlocksFreedOnAnotherThreadComeBackInBatches) {
 }
 
 TEST(JobBlocks, TheShelfIsBoundedAndLargeBlocksUseTheHeap) {
-  if (!kRecycles) GTEST_SKIP() << "sanitizer builds take every block from the heap";
+  if (!kRecycles) GTEST_SKIP() << "Windows and sanitizer builds take every block from the heap";
   DrainShelf();
   OnFreshThread([] {
     const size_t many = (jobblocks::kShelfBatches + 4) * jobblocks::kBatch;
