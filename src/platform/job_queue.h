@@ -2,8 +2,8 @@
 // get, as an I/O completion port is used (PostQueuedCompletionStatus and
 // GetQueuedCompletionStatus with key 0 and the pointer as the OVERLAPPED). Windows:
 // a real completion port whose concurrency value is the worker limit. Linux: a
-// ring of pointers under a spinning lock and a futex word; a post enters the
-// kernel only when a getter sleeps, and a getter spins briefly before it sleeps.
+// mutex, a condition variable and a ring of pointers; a get wakes only when there
+// is something to take.
 // Errors: Post false when the queue can't take the item (out of memory, closed
 // port); Get -1 on failure.
 // Threads: any number of threads post and get at once.

@@ -1,7 +1,6 @@
 #include "thread/ThreadedJob.h"
 
 #include "core/diag/Diag.h"
-#include "thread/JobBlocks.h"
 
 namespace zx {
 
@@ -41,17 +40,6 @@ ZX_CLIENT_CALL DWORD WaitForJobs(IUTThreadedJobHost* host, void* event) { return
 }  // namespace com
 
 void ReportEmptyInterface() { DiagLine(u"ERROR: Interface pointer is NULL, GPF will follow!"); }
-
-static_assert(sizeof(clsUTThreadedJob) <= jobblocks::kBlockSize, "a job fits a recycled block");
-
-void* clsUTThreadedJob::operator new(size_t size) {
-  if (void* block = jobblocks::Allocate(size)) return block;
-  throw std::bad_alloc();
-}
-
-void* clsUTThreadedJob::operator new(size_t size, const std::nothrow_t&) noexcept { return jobblocks::Allocate(size); }
-
-void clsUTThreadedJob::operator delete(void* block, size_t size) noexcept { jobblocks::Free(block, size); }
 
 void clsUTThreadedJob::Run() const {
   if (!m_pJob) return;

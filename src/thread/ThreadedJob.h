@@ -3,9 +3,7 @@
 // Threads: a job belongs to one list of its dispatcher at a time; its interfaces
 // are called by whoever holds it.
 #pragma once
-#include <cstddef>
 #include <cstdint>
-#include <new>
 
 #include "core/strings/String.h"
 #include "platform/com.h"
@@ -55,12 +53,6 @@ class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
   clsUTThreadedJob(const String& name, IUnknown* job, IUnknown* host)
       : m_sName(name), m_pJob(job, IID_IUTThreadedJob), m_pHost(host, IID_IUTThreadedJobHost) {}
   virtual ~clsUTThreadedJob() = default;
-
-  // From the dispatcher's job blocks (thread/JobBlocks.h): made on one thread and
-  // deleted on another, a job is the heap's dearest case.
-  static void* operator new(size_t size);
-  static void* operator new(size_t size, const std::nothrow_t&) noexcept;
-  static void operator delete(void* block, size_t size) noexcept;
 
   const String& Name() const { return m_sName; }
   IUTThreadedJob* Job() const { return m_pJob.Get(); }

@@ -40,8 +40,7 @@ std::vector<clsThreadedJobDispatcher*>& Abandoned() {
 // A worker: takes jobs from the dispatcher's queue until a null packet comes.
 class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
  public:
-  clsThreadedJobProcessorUsingIoCompletionPort(clsThreadedJobDispatcherUsingIoCompletionPort* dispatcher,
-                                               const char* name)
+  clsThreadedJobProcessorUsingIoCompletionPort(clsThreadedJobDispatcher* dispatcher, const char* name)
       : clsThreadBase(name), m_pDispatcher(dispatcher) {}
   ~clsThreadedJobProcessorUsingIoCompletionPort() override { ThreadEnd(false, kWorkerEndMs, true); }
   bool Start() { return ThreadStart(0); }
@@ -50,19 +49,18 @@ class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
  private:
   uint32_t ThreadGetStackSize() override { return kWorkerStackSize; }
   uint32_t ThreadProc() override {
-    clsUTThreadedJob* job = m_pDispatcher->GetNextJob();
-    while (job) {
+    while (clsUTThreadedJob* job = m_pDispatcher->GetNextJob()) {
       {
         std::unique_ptr<clsConcurrencyVisualizerSpan> span(
             MarkersActive() ? EnterSpan(1, u"%s", job->Name().wchar()) : nullptr);
         job->Run();
       }
-      job = m_pDispatcher->JobDoneAndGetNext(job);
+      m_pDispatcher->JobDone(job);
     }
     return 0;
   }
 
-  clsThreadedJobDispatcherUsingIoCompletionPort* m_pDispatcher;
+  clsThreadedJobDispatcher* m_pDispatcher;
 };
 
 // ---- the base
@@ -209,55 +207,27 @@ bool clsThreadedJobDispatcherUsingIoCompletionPort::OnWorkerThread() {
 }
 
 void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
-  // The client's CanRunThreaded is asked before the lock is taken (a refused job
-  // is not asked), so that the lock is held for list steps alone.
-  if (IsAborted()) {
-    delete job;
-    return;
-  }
-  const bool inlineOnly = job->MustRunInline();
   {
     plat::Lock guard(m_Lock);
     if (IsAborted()) {   // refused: the job goes, with the references it holds
       delete job;
       return;
     }
-    if (inlineOnly) {
+    if (job->MustRunInline()) {
       m_lstInline.append(job);
     } else {
-      if ((!m_lstPending.empty() || m_lstWorkers.empty()) && m_lstWorkers.size() < m_nMaxThreads) StartWorker();
+      if ((!m_lstPending.empty() || m_lstWorkers.empty()) && m_lstWorkers.size() < m_nMaxThreads) {
+        const String name = m_sName;
+        auto* worker = new (std::nothrow) clsThreadedJobProcessorUsingIoCompletionPort(this, name.narrow());
+        if (worker) {
+          m_lstWorkers.push_back(worker);
+          worker->Start();
+        }
+      }
       m_lstPending.append(job);
     }
   }
   m_hPort.Post(job);
-}
-
-void clsThreadedJobDispatcherUsingIoCompletionPort::StartWorker() {
-  const String name = m_sName;
-  auto* worker = new (std::nothrow) clsThreadedJobProcessorUsingIoCompletionPort(this, name.narrow());
-  if (!worker) return;
-  m_lstWorkers.push_back(worker);
-  worker->Start();
-}
-
-clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::TakePending(void* packet) {
-  // Only a job found in the pending list is touched: a dropped or inline job's
-  // packet is a search key and nothing more.
-  if (!m_lstPending.take(packet)) return nullptr;
-  auto* job = static_cast<clsUTThreadedJob*>(packet);
-  m_lstRunning.append(job);
-  ++m_qwJobCount;
-  return job;
-}
-
-void clsThreadedJobDispatcherUsingIoCompletionPort::Finish(clsUTThreadedJob* job) {
-  m_lstRunning.remove(job);
-  // Deleted with the lock held: whenever the lock is free a job is on a list or
-  // gone with its references, so a client that sees every list empty may free
-  // its objects.
-  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
-  else m_lstFinished.append(job);
-  Changed();
 }
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
@@ -274,30 +244,22 @@ clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
     if (got != 1 || !packet) return nullptr;
     plat::Lock guard(m_Lock);
     m_qwWaitTicks += waited;
-    if (clsUTThreadedJob* job = TakePending(packet)) return job;
+    // Only a job found in the pending list is touched: a dropped or inline job's
+    // packet is a search key and nothing more.
+    if (!m_lstPending.take(packet)) continue;
+    auto* job = static_cast<clsUTThreadedJob*>(packet);
+    m_lstRunning.append(job);
+    ++m_qwJobCount;
+    return job;
   }
 }
 
 void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* job) {
   plat::Lock guard(m_Lock);
-  Finish(job);
-}
-
-clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::JobDoneAndGetNext(clsUTThreadedJob* job) {
-  // A packet already queued is taken with the same round of the lock that
-  // finishes this job; only an empty queue costs a round of its own.
-  void* packet = nullptr;
-  const int got = m_hPort.Get(&packet, 0);
-  clsUTThreadedJob* next = nullptr;
-  {
-    plat::Lock guard(m_Lock);
-    Finish(job);
-    if (got == 1 && packet) next = TakePending(packet);
-  }
-  if (next) return next;
-  if (got == 1 && !packet) return nullptr;   // the leave packet
-  if (got < 0) return nullptr;
-  return GetNextJob();
+  m_lstRunning.remove(job);
+  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
+  else m_lstFinished.append(job);
+  Changed();
 }
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::PopFinished() {

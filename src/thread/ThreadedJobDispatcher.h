@@ -99,22 +99,11 @@ class clsThreadedJobDispatcherUsingIoCompletionPort : public clsThreadedJobDispa
   void JobDone(clsUTThreadedJob* job) override;
   clsUTThreadedJob* GetNextJob() override;
 
-  // The worker's step between two jobs: JobDone(job), then the next job as
-  // GetNextJob gives it (null: leave), in one round of the lock when a packet is
-  // there already.
-  clsUTThreadedJob* JobDoneAndGetNext(clsUTThreadedJob* job);
-
   size_t WorkerCount();
   // True on one of this dispatcher's workers.
   bool OnWorkerThread();
 
  private:
-  void StartWorker() ZX_REQUIRES(m_Lock);
-  // Pending to running when the packet's job is pending; null otherwise.
-  clsUTThreadedJob* TakePending(void* packet) ZX_REQUIRES(m_Lock);
-  // JobDone's list steps and the host's call.
-  void Finish(clsUTThreadedJob* job) ZX_REQUIRES(m_Lock);
-
   uint64_t m_qwWaitTicks = 0;   // time workers spent blocked on the queue (never shown)
   uint64_t m_qwJobCount ZX_GUARDED_BY(m_Lock) = 0;
   String m_sName;

@@ -1,5 +1,5 @@
-// The job queue behind the dispatcher (a completion port on Windows, a ring with a
-// futex word on Linux): order, time-outs, null items, a getter woken by a post
+// The job queue behind the dispatcher (a completion port on Windows, a mutex and a
+// condition variable on Linux): order, time-outs, null items, a getter woken by a post
 // from another thread, and many producers and consumers losing nothing.
 #include <gtest/gtest.h>
 
