@@ -3,8 +3,8 @@
 #include <cstring>
 #include <new>
 
-#include "core/diag/DebugChecks.h"
 #include "core/strings/CharsetConversion.h"
+#include "exports/path_fullpath.h"
 #include "module/ModuleUtils.h"
 #include "path/PathRuntime.h"
 #include "path/PathServices.h"
@@ -54,12 +54,7 @@ ZXUT_EXPORT LONG ZXUT_API UtilMergepath(LPWSTR out, LPCWSTR drive, LPCWSTR dir, 
 }
 
 ZXUT_EXPORT void ZXUT_API UtilFullpath(LPWSTR out, LPCWSTR path, DWORD size) {
-  try {
-    if (!zx::FullPath(Out(out), In(path), size, zx::SystemPathContext()) && zx::bDebugChecks)
-      zx::ErrorLineBuffer(u"UtilFullpath", u"Buffer too small", out, zx::kPathERange);
-  } catch (const std::bad_alloc&) {
-    if (out && size) out[0] = 0;
-  }
+  zx::FullPathForExport(Out(out), In(path), size);
 }
 
 ZXUT_EXPORT DWORD ZXUT_API UtilGetFSInfo(LPCWSTR root, UTIL_FSINFO* pInfo) {

@@ -1,7 +1,12 @@
 // Linux: network mounts as shares, and the XDG folders behind the folder tokens,
 // through the mount-table seam and the environment.
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "path/PathServices.h"
@@ -134,6 +139,75 @@ TEST(ExpandTokens, XdgFoldersStandForTheKnownFolders) {
       {u"%Desk-top%", u"%Desk-top%"},
   };
   for (const auto& c : cases) EXPECT_EQ(Std(ExpandDefaultTokensOfFolderPath(String(c.in))), c.out) << Ascii(c.in);
+}
+
+}  // namespace
+
+namespace {
+
+std::u16string Unc(const char16_t* path) {
+  String out;
+  EXPECT_EQ(EnsureUNCPath(String(path), out), 0);
+  return Std(out);
+}
+
+TEST(MountTableCache, ANewTableThroughTheSeamIsSeen) {
+  const std::string first = "36 25 0:50 / /mnt/docs rw - cifs //srv/docs rw\n";
+  const std::string second = "36 25 0:50 / /mnt/docs rw - cifs //moved/docs rw\n";
+  {
+    FakeMounts mounts(first);
+    EXPECT_EQ(Unc(u"/mnt/docs/a"), u"\\\\srv\\docs\\a");
+    EXPECT_EQ(Unc(u"/mnt/docs/a"), u"\\\\srv\\docs\\a");   // from the parsed table
+    plat::internal::SetMountInfoForTests(&second);
+    EXPECT_EQ(Unc(u"/mnt/docs/a"), u"\\\\moved\\docs\\a");
+  }
+  // The real table again: no such mount here.
+  EXPECT_EQ(Unc(u"/mnt/docs/a"), u"/mnt/docs/a");
+}
+
+// In a child of its own, in a user and mount namespace of its own: the real table
+// is read once, then again only after a mount or an unmount. Exit codes: 0 passed,
+// 77 no namespaces here, others the step that failed.
+int MountTableReadsInAChild() {
+  if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return 77;
+  if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return 77;
+  plat::internal::SetMountInfoForTests(nullptr);
+  char dir[] = "/tmp/zxut_mountinfo_XXXXXX";
+  if (!::mkdtemp(dir)) return 77;
+  String out;
+  EnsureUNCPath(String(u"/tmp"), out);
+  const uint64_t first = plat::internal::MountInfoReadsForTests();
+  EnsureUNCPath(String(u"/tmp"), out);
+  EnsureUNCPath(String(u"/tmp"), out);
+  if (plat::internal::MountInfoReadsForTests() != first) return 1;
+  if (::mount("none", dir, "tmpfs", 0, nullptr) != 0) {
+    ::rmdir(dir);
+    return 77;
+  }
+  EnsureUNCPath(String(u"/tmp"), out);
+  const bool readAfterMount = plat::internal::MountInfoReadsForTests() == first + 1;
+  EnsureUNCPath(String(u"/tmp"), out);
+  const bool keptAfterMount = plat::internal::MountInfoReadsForTests() == first + 1;
+  ::umount(dir);
+  ::rmdir(dir);
+  EnsureUNCPath(String(u"/tmp"), out);
+  const bool readAfterUnmount = plat::internal::MountInfoReadsForTests() == first + 2;
+  if (!readAfterMount) return 2;
+  if (!keptAfterMount) return 3;
+  if (!readAfterUnmount) return 4;
+  return 0;
+}
+
+TEST(MountTableCache, TheRealTableIsReadAgainOnlyAfterItChanged) {
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) ::_exit(MountTableReadsInAChild());
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "no user and mount namespaces here";
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "1: read again without a change; 2: a mount not seen; "
+                                       "3: read twice after one mount; 4: an unmount not seen";
 }
 
 }  // namespace

@@ -225,24 +225,52 @@ TEST_F(RemoverTest, NoSweepWhileAnotherRunIsActive) {
   for (const auto& p : planted.going) EXPECT_TRUE(fs::exists(p)) << p;
 }
 
+// The wall clock of the remover's seam: the real one plus what a test adds.
+std::atomic<uint64_t> g_wallAhead{0};   // FILETIME units
+uint64_t WallAhead() { return plat::FileTimeNow() + g_wallAhead.load(); }
+
 TEST_F(RemoverTest, TheSweepComesBackOnlyAfterADay) {
-  plat::FakeClock clock;   // the tick of the sweep interval; waits stay real
+  // The sweep interval runs on the fake tick; the idle test on the seam's wall
+  // clock, which the test puts four hours ahead: the activity file, touched with
+  // the real time on every pass, then looks stale to every pass without a race
+  // against those touches.
+  plat::FakeClock clock;
+  g_wallAhead = 0;
+  scTempFileRemoverSeams seams = FastSeams();
+  seams.systemTime = &WallAhead;
   const fs::path activity = product_ / "_22_activity.signal";
-  clsTempFileRemover remover(FastSeams());
+  clsTempFileRemover remover(seams);
+  // The activity file appears after the first pass's sweep: the next one is a day away.
   ASSERT_TRUE(Eventually([&] { return fs::exists(activity); }));
-  // Old files appear and the activity file looks stale, but the next sweep is a day away.
+  g_wallAhead = 4ull * 3600 * 10000000;
   const fs::path old = product_ / "_22_late.tmp";
   zxsupport::WriteBytes(old, "x");
   Age(old, std::chrono::minutes(120));
-  auto stale = [&] { Age(activity, std::chrono::minutes(4 * 60)); };
-  stale();
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_TRUE(fs::exists(old));
+  // A held name counts the passes: each refuses it once.
+  const fs::path held = product_ / "_22_counter.tmp";
+  zxsupport::WriteBytes(held, "h");
+  {
+    std::lock_guard<std::mutex> guard(g_heldLock);
+    g_held.insert(zxsupport::U16(held.string()));
+  }
+  remover.Add(Name(held));
+  // Two passes whose sweep test came after the setup, and one more for good
+  // measure. The fake tick moves a second before each (far from a day): where
+  // the thread's wait runs on that tick (Windows), a pass needs it to end.
+  for (int pass = 0; pass < 3; ++pass) {
+    const int before = g_refusals;
+    clock.Advance(1000);
+    ASSERT_TRUE(Eventually([&] { return g_refusals > before; })) << "pass " << pass;
+  }
+  EXPECT_TRUE(fs::exists(old)) << "swept again before a day had passed";
   clock.Advance(86400000 + 1);
-  EXPECT_TRUE(Eventually([&] {
-    stale();
-    return !fs::exists(old);
-  }));
+  EXPECT_TRUE(Eventually([&] { return !fs::exists(old); }));
+  EXPECT_TRUE(fs::exists(activity));
+  {
+    std::lock_guard<std::mutex> guard(g_heldLock);
+    g_held.clear();
+  }
+  g_wallAhead = 0;
 }
 
 }  // namespace

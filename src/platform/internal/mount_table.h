@@ -1,6 +1,7 @@
 // The mount table of Linux (/proc/self/mountinfo) as the network-share mapping of
 // platform/path.h reads it, with the seam through which tests give their own table.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ std::vector<Mount> ParseMountInfo(const std::string& text);
 std::u16string NetworkNameOfMount(const Mount& mount);
 
 // Tests: the text read instead of /proc/self/mountinfo; null restores the real file.
+// Either way the next lookup parses the table afresh.
 void SetMountInfoForTests(const std::string* text);
+// Tests: how often the real table has been read (it is read again only after the
+// kernel reported a change of the mounts).
+uint64_t MountInfoReadsForTests();
 
 }  // namespace plat::internal

@@ -1,3 +1,5 @@
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -72,14 +74,7 @@ bool WindowsVariableFallback(std::u16string_view name, std::u16string& out) {
   return true;
 }
 
-std::mutex g_mountLock;
-std::unique_ptr<std::string> g_mountText;   // tests' table, or null
-
-std::string MountInfoText() {
-  {
-    std::lock_guard<std::mutex> guard(g_mountLock);
-    if (g_mountText) return *g_mountText;
-  }
+std::string ReadMountInfo() {
   std::ifstream in("/proc/self/mountinfo");
   std::stringstream text;
   text << in.rdbuf();
@@ -106,13 +101,58 @@ struct NetworkMount {
   std::u16string mountPoint;
 };
 
-std::vector<NetworkMount> NetworkMounts() {
+std::vector<NetworkMount> ParseNetworkMounts(const std::string& text) {
   std::vector<NetworkMount> out;
-  for (const internal::Mount& m : internal::ParseMountInfo(MountInfoText())) {
+  for (const internal::Mount& m : internal::ParseMountInfo(text)) {
     std::u16string remote = internal::NetworkNameOfMount(m);
     if (!remote.empty()) out.push_back({remote, Utf8ToUtf16(m.mountPoint)});
   }
   return out;
+}
+
+// The network mounts, parsed once and again only when the table changed: the
+// kernel reports a change of the mount table as POLLPRI|POLLERR on an open
+// /proc/self/mountinfo (once per change, to each open file). Without that file
+// descriptor every lookup reads the table, as it would without the cache.
+using MountList = std::shared_ptr<const std::vector<NetworkMount>>;
+struct MountCache {
+  std::mutex lock;
+  std::unique_ptr<std::string> testText;   // the tests' table, or null
+  MountList mounts;                        // null: to be read
+  int watch = -1;                          // the open table that tells of changes
+  bool watchTried = false;
+  uint64_t reads = 0;
+};
+
+MountCache& Cache() {
+  static MountCache* cache = new MountCache;   // lives for the process: lookups at exit
+  return *cache;
+}
+
+bool TableChanged(int fd) {
+  pollfd p{fd, POLLPRI, 0};
+  return ::poll(&p, 1, 0) > 0 && (p.revents & (POLLPRI | POLLERR)) != 0;
+}
+
+MountList NetworkMounts() {
+  MountCache& c = Cache();
+  std::lock_guard<std::mutex> guard(c.lock);
+  if (c.testText) {
+    if (!c.mounts) c.mounts = std::make_shared<const std::vector<NetworkMount>>(ParseNetworkMounts(*c.testText));
+    return c.mounts;
+  }
+  if (!c.watchTried) {
+    c.watchTried = true;
+    c.watch = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
+  }
+  // The change is taken before the table is read: a change while reading is
+  // reported by the next look.
+  if (c.mounts && c.watch >= 0 && !TableChanged(c.watch)) return c.mounts;
+  ++c.reads;
+  c.mounts = std::make_shared<const std::vector<NetworkMount>>(ParseNetworkMounts(ReadMountInfo()));
+  MountList now = c.mounts;
+  if (c.watch < 0) c.mounts.reset();
+  return now;
 }
 
 bool Below(const std::u16string& path, const std::u16string& folder) {
@@ -167,8 +207,21 @@ std::u16string NetworkNameOfMount(const Mount& m) {
 }
 
 void SetMountInfoForTests(const std::string* text) {
-  std::lock_guard<std::mutex> guard(g_mountLock);
-  g_mountText.reset(text ? new std::string(*text) : nullptr);
+  MountCache& c = Cache();
+  std::lock_guard<std::mutex> guard(c.lock);
+  c.testText.reset(text ? new std::string(*text) : nullptr);
+  c.mounts.reset();
+  // The real table is opened afresh too: a test may have entered a mount
+  // namespace of its own, which an old descriptor does not watch.
+  if (c.watch >= 0) ::close(c.watch);
+  c.watch = -1;
+  c.watchTried = false;
+}
+
+uint64_t MountInfoReadsForTests() {
+  MountCache& c = Cache();
+  std::lock_guard<std::mutex> guard(c.lock);
+  return c.reads;
 }
 
 }  // namespace internal
@@ -254,8 +307,8 @@ bool VolumeInformation(const std::u16string& root, uint32_t* maxComponent, uint3
 
 int ToUniversalName(const std::u16string& path, std::u16string& out) {
   const NetworkMount* best = nullptr;
-  const std::vector<NetworkMount> mounts = NetworkMounts();
-  for (const NetworkMount& m : mounts)
+  const MountList mounts = NetworkMounts();
+  for (const NetworkMount& m : *mounts)
     if (Below(path, m.mountPoint) && (!best || m.mountPoint.size() > best->mountPoint.size())) best = &m;
   if (!best) return 0;
   out = best->remote;
@@ -268,7 +321,8 @@ int ToUniversalName(const std::u16string& path, std::u16string& out) {
 
 bool RememberedShares(std::vector<NetworkShare>& out) {
   out.clear();
-  for (const NetworkMount& m : NetworkMounts()) out.push_back({m.remote, m.mountPoint});
+  const MountList mounts = NetworkMounts();
+  for (const NetworkMount& m : *mounts) out.push_back({m.remote, m.mountPoint});
   return true;
 }
 
