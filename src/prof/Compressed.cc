@@ -12,6 +12,17 @@
 
 namespace zx::prof {
 
+namespace {
+// The next piece of the input, at most one buffer long, handed to zlib.
+void FeedPiece(z_stream& z, const uint8_t*& data, uint64_t& left) {
+  const uint32_t piece = static_cast<uint32_t>(std::min<uint64_t>(left, kCompressedBuffer));
+  z.next_in = const_cast<Bytef*>(data);
+  z.avail_in = piece;
+  data += piece;
+  left -= piece;
+}
+}  // namespace
+
 bool DeflateProfile(const void* data, uint64_t size, const ByteSink& sink) {
   if (!sink(reinterpret_cast<const uint8_t*>(kCompressedMagic), 4)) return false;
   std::unique_ptr<uint8_t[]> out(new (std::nothrow) uint8_t[kCompressedBuffer]);
@@ -23,13 +34,7 @@ bool DeflateProfile(const void* data, uint64_t size, const ByteSink& sink) {
   bool ok = true;
   int rc = Z_OK;
   while (ok && rc != Z_STREAM_END) {
-    if (z.avail_in == 0 && left > 0) {
-      const uint32_t piece = static_cast<uint32_t>(std::min<uint64_t>(left, kCompressedBuffer));
-      z.next_in = const_cast<Bytef*>(in);
-      z.avail_in = piece;
-      in += piece;
-      left -= piece;
-    }
+    if (z.avail_in == 0 && left > 0) FeedPiece(z, in, left);
     z.next_out = out.get();
     z.avail_out = kCompressedBuffer;
     rc = deflate(&z, left == 0 ? Z_FINISH : Z_NO_FLUSH);
@@ -98,13 +103,7 @@ InflateResult InflateProfile(const uint8_t* data, uint64_t size, clsFile& target
   for (;;) {
     // The input goes in 1 MiB at a time, as the output comes out.
     if (z.avail_in == 0 && size == 0 && !filled) break;  // the data ended before the stream did
-    if (z.avail_in == 0 && size > 0) {
-      const uint32_t piece = static_cast<uint32_t>(std::min<uint64_t>(size, kCompressedBuffer));
-      z.next_in = const_cast<Bytef*>(data);
-      z.avail_in = piece;
-      data += piece;
-      size -= piece;
-    }
+    if (z.avail_in == 0 && size > 0) FeedPiece(z, data, size);
     z.next_out = out.get();
     z.avail_out = kCompressedBuffer;
     const int rc = inflate(&z, Z_NO_FLUSH);
