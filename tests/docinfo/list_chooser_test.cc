@@ -137,6 +137,25 @@ TEST_F(Chooser, NullEntriesCountAsRead) {
   EXPECT_EQ(Read("a.bin", "II*"), 1);
 }
 
+// Every format of the build has its reader in its own entry.
+TEST(DocReaderTable, EveryEntryHoldsItsReader) {
+  const scDocReaderSet& r = DocReaders();
+  EXPECT_EQ(r.shellProperties, &ReadShellProperties);
+  EXPECT_EQ(r.isCompoundFile, &IsCompoundFile);
+  EXPECT_EQ(r.compoundMail, &ReadCompoundMailInfo);
+  EXPECT_EQ(r.propertySet, &ReadPropertySetInfo);
+  EXPECT_EQ(r.tiff, &ReadTiffInfo);
+  EXPECT_EQ(r.jpeg, &ReadJpegInfo);
+  EXPECT_EQ(r.pdf, &ReadPdfInfo);
+  EXPECT_EQ(r.html, &ReadHtmlInfo);
+  EXPECT_EQ(r.xmlProperties, &ReadXmlProperties);
+  EXPECT_EQ(r.rtf, &ReadRtfInfo);
+  EXPECT_EQ(r.mail, &ReadMailInfo);
+  EXPECT_EQ(r.word2, &ReadWord2Info);
+  EXPECT_EQ(r.officePackage, &ReadOfficePackage);
+  EXPECT_EQ(r.wordPerfect, &ReadWordPerfectInfo);
+}
+
 TEST_F(Chooser, TheBuildsReadersTreatUnknownBytesAsTheTableSays) {
   readers.set() = scDocReaderSet{};
   zx::SetDocReadersForTests(nullptr);   // the build's own table

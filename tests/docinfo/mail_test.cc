@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
-#include <sstream>
 #include <string>
 
 #include "docinfo/DocReaders.h"
@@ -18,6 +16,7 @@
 #include "docinfo/MailAddress.h"
 #include "docinfo/Rfc1342Decoder.h"
 #include "platform/codepage.h"
+#include "bytes_file_test_util.h"
 #include "support/support_test_util.h"
 
 namespace zx {
@@ -37,35 +36,18 @@ plat::SystemTime Date(const char16_t* text) {
   return t;
 }
 
-std::string Hms(const plat::SystemTime& t) {
-  char b[64];
-  snprintf(b, sizeof b, "%04u-%02u-%02u %02u:%02u:%02u", t.year, t.month, t.day, t.hour, t.minute, t.second);
-  return b;
-}
+using zxtest::DateText;
 
+// What the reader found in a message: a field's UTF-8 text, or none when unset.
 struct Read {
-  std::string author, lastAuthor, title;
-  bool hasAuthor = false, hasLastAuthor = false, hasTitle = false;
-  plat::SystemTime created = kUnsetSystemTime;
+  std::optional<std::string> author, lastAuthor, title, created;
 };
 
 Read ReadBytes(const std::string& bytes) {
-  zxsupport::ScratchDir dir("mail");
-  const fs::path p = dir / "m.eml";
-  std::ofstream(p, std::ios::binary) << bytes;
-  clsDocu doc(String(p.u16string().c_str()), 0, 0, nullptr);
-  clsDocFile f;
-  EXPECT_EQ(0, f.OpenDocument(String(p.u16string().c_str())));
-  EXPECT_EQ(0, ReadMailInfo(doc, f));
-  Read r;
-  r.hasAuthor = doc.author.vt != 0;
-  r.hasLastAuthor = doc.lastAuthor.vt != 0;
-  r.hasTitle = doc.title.vt != 0;
-  r.author = Utf8(doc.author.Text());
-  r.lastAuthor = Utf8(doc.lastAuthor.Text());
-  r.title = Utf8(doc.title.Text());
-  r.created = doc.created;
-  return r;
+  const clsDocu doc = zxtest::ReadBytesWith(ReadMailInfo, bytes);
+  auto text = [](const clsVariant& v) { return v.vt ? std::optional(Utf8(v.Text())) : std::nullopt; };
+  return {text(doc.author), text(doc.lastAuthor), text(doc.title),
+          IsUnsetTime(doc.created) ? std::nullopt : std::optional(DateText(doc.created))};
 }
 
 // ---- encoded words
@@ -193,10 +175,10 @@ TEST(MailAddress, ControlCharactersAndUnterminatedPieces) {
 // ---- dates
 
 TEST(MailDate, NumericZonesShiftToUtc) {
-  EXPECT_EQ("2012-03-05 09:20:30", Hms(Date(u"Mon, 5 Mar 2012 10:20:30 +0100")));
-  EXPECT_EQ("2012-03-05 15:50:30", Hms(Date(u"5 Mar 2012 10:20:30 -0530")));
-  EXPECT_EQ("2013-01-01 00:30:00", Hms(Date(u"Mon, 31 Dec 2012 23:30:00 -0100")));
-  EXPECT_EQ("2012-02-29 23:00:00", Hms(Date(u"1 mar 2012 01:00:00 +0200")));
+  EXPECT_EQ("2012-03-05 09:20:30", DateText(Date(u"Mon, 5 Mar 2012 10:20:30 +0100")));
+  EXPECT_EQ("2012-03-05 15:50:30", DateText(Date(u"5 Mar 2012 10:20:30 -0530")));
+  EXPECT_EQ("2013-01-01 00:30:00", DateText(Date(u"Mon, 31 Dec 2012 23:30:00 -0100")));
+  EXPECT_EQ("2012-02-29 23:00:00", DateText(Date(u"1 mar 2012 01:00:00 +0200")));
   plat::SystemTime t = Date(u"Mon, 5 Mar 2012 10:20:30 +0100");
   EXPECT_EQ(1, t.dayOfWeek);   // file-time arithmetic sets the day of the week
 }
@@ -206,11 +188,11 @@ TEST(MailDate, NamedZonesLeaveTheTimeAsWritten) {
     String text(u"Mon, 5 Mar 2012 10:20:30 ");
     text.Append(z);
     const plat::SystemTime t = Date(text.wchar());
-    EXPECT_EQ("2012-03-05 10:20:30", Hms(t));
+    EXPECT_EQ("2012-03-05 10:20:30", DateText(t));
     EXPECT_EQ(0xFFFF, t.dayOfWeek);
   }
-  EXPECT_EQ("2012-03-05 10:20:30", Hms(Date(u"5 Mar 2012 10:20:30")));
-  EXPECT_EQ("2012-03-05 10:20:30", Hms(Date(u"Date was 5 Mar 2012 10:20:30 (CET)")));
+  EXPECT_EQ("2012-03-05 10:20:30", DateText(Date(u"5 Mar 2012 10:20:30")));
+  EXPECT_EQ("2012-03-05 10:20:30", DateText(Date(u"Date was 5 Mar 2012 10:20:30 (CET)")));
 }
 
 TEST(MailDate, RangeCheck) {
@@ -229,48 +211,45 @@ TEST(MailDate, RangeCheck) {
 
 // ---- the reader
 
-TEST(MailReader, TheFourFieldsAsMapped) {
-  const Read r = ReadBytes(
-      "Received: from x\r\n\tby y\r\nFrom: =?utf-8?Q?J=C3=B6rg?= <j@x.de>\r\nTo: Ann <a@b.c>\r\n"
-      "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n aus Bonn\r\nDate: Mon, 5 Mar 2012 10:20:30 +0100\r\n"
-      "Cc: c@d.e\r\n\r\nbody\r\nSubject: not a header\r\n");
-  EXPECT_EQ("J\xC3\xB6rg <j@x.de>", r.author);
-  EXPECT_EQ("Ann <a@b.c>", r.lastAuthor);
-  EXPECT_EQ("Gr\xC3\xBC\xC3\x9F" "eaus Bonn", r.title);   // unfolding takes the blank too
-  EXPECT_EQ("2012-03-05 09:20:30", Hms(r.created));
-}
-
-TEST(MailReader, NamesMatchExactly) {
-  const Read r = ReadBytes("FROM: a@b.c\r\nsubject: s\r\nDate: 5 Xyz 2012 10:20:30 +0000\r\nX: y\r\n\r\n");
-  EXPECT_FALSE(r.hasAuthor);
-  EXPECT_FALSE(r.hasTitle);
-  EXPECT_TRUE(IsUnsetTime(r.created));
-}
-
-TEST(MailReader, LastFieldBeforeTheEmptyLineCounts) {
-  EXPECT_EQ("last", ReadBytes("From: a@b.c\r\nSubject: last\r\n\r\nbody").title);
-  EXPECT_EQ("last", ReadBytes("Subject: last\r\n\r\n").title);
-}
-
-TEST(MailReader, WhatHasNoFieldsOrNoHeader) {
-  // Line feeds only: the header block is found, but no field.
-  Read r = ReadBytes("From: a@b.c\nSubject: s\n\nbody\n");
-  EXPECT_FALSE(r.hasAuthor);
-  EXPECT_FALSE(r.hasTitle);
-  r = ReadBytes("Subject: no empty line\r\n");
-  EXPECT_FALSE(r.hasTitle);
-  r = ReadBytes("");
-  EXPECT_FALSE(r.hasTitle);
-  r = ReadBytes("Subject:no blank\r\nTo:  two  blanks\r\n\r\n");
-  EXPECT_FALSE(r.hasTitle);                 // the field pattern wants ": "
-  EXPECT_EQ(" two blanks", r.lastAuthor);
-  // The reader sees the first 64 KiB only.
-  r = ReadBytes("X: " + std::string(70000, 'x') + "\r\nSubject: late\r\n\r\n");
-  EXPECT_FALSE(r.hasTitle);
-  // A zero byte ends the text: behind the header it does no harm, inside it
-  // the empty line is cut off.
-  EXPECT_EQ("a", ReadBytes(std::string("Subject: a\r\n\r\nb\0dy", 18)).title);
-  EXPECT_FALSE(ReadBytes(std::string("Subject: a\r\nFrom: b@c.d\0\r\n\r\n", 28)).hasTitle);
+// A message and the four fields the reader takes from it ("-": none).
+TEST(MailReader, FieldsOfHandMadeHeaders) {
+  const std::string big = "X: " + std::string(70000, 'x') + "\r\nSubject: late\r\n\r\n";
+  const struct {
+    const char* what;
+    std::string bytes;
+    const char *author, *lastAuthor, *title, *created;
+  } cases[] = {
+      {"the four fields as mapped",
+       "Received: from x\r\n\tby y\r\nFrom: =?utf-8?Q?J=C3=B6rg?= <j@x.de>\r\nTo: Ann <a@b.c>\r\n"
+       "Subject: =?iso-8859-1?Q?Gr=FC=DFe?=\r\n aus Bonn\r\nDate: Mon, 5 Mar 2012 10:20:30 +0100\r\n"
+       "Cc: c@d.e\r\n\r\nbody\r\nSubject: not a header\r\n",
+       "J\xC3\xB6rg <j@x.de>", "Ann <a@b.c>",
+       "Gr\xC3\xBC\xC3\x9F" "eaus Bonn",   // unfolding takes the blank too
+       "2012-03-05 09:20:30"},
+      {"names match exactly", "FROM: a@b.c\r\nsubject: s\r\nDate: 5 Xyz 2012 10:20:30 +0000\r\nX: y\r\n\r\n",
+       "-", "-", "-", "-"},
+      {"the last field before the empty line", "From: a@b.c\r\nSubject: last\r\n\r\nbody", "a@b.c", "-", "last", "-"},
+      {"the only field", "Subject: last\r\n\r\n", "-", "-", "last", "-"},
+      {"line feeds only: a header block without fields", "From: a@b.c\nSubject: s\n\nbody\n", "-", "-", "-", "-"},
+      {"no empty line", "Subject: no empty line\r\n", "-", "-", "-", "-"},
+      {"empty", "", "-", "-", "-", "-"},
+      {"the field pattern wants \": \"", "Subject:no blank\r\nTo:  two  blanks\r\n\r\n", "-", " two blanks", "-",
+       "-"},
+      {"only the first 64 KiB are read", big, "-", "-", "-", "-"},
+      // A zero byte ends the text: behind the header it does no harm, inside it
+      // the empty line is cut off.
+      {"zero byte in the body", std::string("Subject: a\r\n\r\nb\0dy", 18), "-", "-", "a", "-"},
+      {"zero byte in the header", std::string("Subject: a\r\nFrom: b@c.d\0\r\n\r\n", 28), "-", "-", "-", "-"},
+  };
+  auto field = [](const std::optional<std::string>& v) { return v.value_or("-"); };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Read r = ReadBytes(c.bytes);
+    EXPECT_EQ(c.author, field(r.author));
+    EXPECT_EQ(c.lastAuthor, field(r.lastAuthor));
+    EXPECT_EQ(c.title, field(r.title));
+    EXPECT_EQ(c.created, field(r.created));
+  }
 }
 
 TEST(MailReader, NullAndUnreadableFiles) {
@@ -279,8 +258,6 @@ TEST(MailReader, NullAndUnreadableFiles) {
   EXPECT_EQ(0, ReadMailInfo(doc, none));
   EXPECT_EQ(0, doc.title.vt);
 }
-
-TEST(MailReader, InTheReaderTable) { EXPECT_EQ(&ReadMailInfo, DocReaders().mail); }
 
 }  // namespace
 }  // namespace zx
@@ -366,24 +343,16 @@ const Difference kDifferences[] = {
 
 TEST(MailCorpus, FieldsAgreeWithPythonsEmailPackage) {
   const fs::path folder = fs::path(ZXUT_SOURCE_DIR) / "tests" / "docinfo" / "data" / "mail";
-  std::ifstream in(folder / "corpus.json", std::ios::binary);
-  ASSERT_TRUE(in) << "corpus.json is missing";
-  std::stringstream text;
-  text << in.rdbuf();
-  const auto oracle = OracleJson(text.str()).Parse();
+  const std::string json = zxsupport::ReadBytes(folder / "corpus.json");
+  ASSERT_FALSE(json.empty()) << "corpus.json is missing";
+  const auto oracle = OracleJson(json).Parse();
   ASSERT_GE(oracle.size(), 60u);
   std::set<std::string> used;
   int agreed = 0;
   for (const auto& [file, want] : oracle) {
-    std::ifstream m(folder / "corpus" / file, std::ios::binary);
-    std::stringstream bytes;
-    bytes << m.rdbuf();
-    const Read r = ReadBytes(bytes.str());
+    const Read r = ReadBytes(zxsupport::ReadBytes(folder / "corpus" / file));
     const std::map<std::string, std::optional<std::string>> got = {
-        {"author", r.hasAuthor ? std::optional(r.author) : std::nullopt},
-        {"lastAuthor", r.hasLastAuthor ? std::optional(r.lastAuthor) : std::nullopt},
-        {"title", r.hasTitle ? std::optional(r.title) : std::nullopt},
-        {"created", IsUnsetTime(r.created) ? std::nullopt : std::optional(Hms(r.created))}};
+        {"author", r.author}, {"lastAuthor", r.lastAuthor}, {"title", r.title}, {"created", r.created}};
     for (const auto& [field, value] : want) {
       const Difference* rule = nullptr;
       for (const Difference& d : kDifferences)
@@ -409,14 +378,11 @@ namespace zx {
 namespace {
 
 TEST(MailReader, TheExampleMail) {
-  std::ifstream in(fs::path(ZXUT_SOURCE_DIR) / "examples" / "docinfo" / "sample.eml", std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
-  const Read r = ReadBytes(bytes.str());
+  const Read r = ReadBytes(zxsupport::ReadBytes(fs::path(ZXUT_SOURCE_DIR) / "examples" / "docinfo" / "sample.eml"));
   EXPECT_EQ("J\xC3\xB6rg M\xC3\xBCller <joerg.mueller@example.de>", r.author);
   EXPECT_EQ("\"Ann Lee\" <ann.lee@example.com>", r.lastAuthor);
   EXPECT_EQ("Quartalsbericht f\xC3\xBCr M\xC3\xA4rz \xE2\x80\x93 Entwurf", r.title);
-  EXPECT_EQ("2012-03-05 09:20:30", Hms(r.created));
+  EXPECT_EQ("2012-03-05 09:20:30", r.created);
 }
 
 }  // namespace

@@ -267,11 +267,6 @@ TEST(XmlProperties, ComInitialisationFollowsTheSetting) {
   }
 }
 
-TEST(XmlProperties, ReaderTableHasBoth) {
-  EXPECT_EQ(&ReadOfficePackage, DocReaders().officePackage);
-  EXPECT_EQ(&ReadXmlProperties, DocReaders().xmlProperties);
-}
-
 // For odf_oracle.py: one line per file, "leaf|field|value", in UTF-8.
 TEST(OdfOracle, Dump) {
   const char* out = std::getenv("ZXUT_ODF_DUMP");

@@ -88,11 +88,7 @@ struct Read {
   plat::SystemTime created = kUnsetSystemTime, lastSaved = kUnsetSystemTime;
 };
 
-Read ReadFile(const std::string& path, clsDocu* out = nullptr) {
-  clsDocu doc(Utf8(path), 0, 0, nullptr);
-  clsDocFile file;
-  EXPECT_EQ(0, file.OpenDocument(Utf8(path))) << path;
-  EXPECT_EQ(0, ReadPdfInfo(doc, file));
+Read Summary(const clsDocu& doc) {
   Read r;
   r.text["Title"] = ToUtf8(doc.title.Text());
   r.text["Author"] = ToUtf8(doc.author.Text());
@@ -100,8 +96,16 @@ Read ReadFile(const std::string& path, clsDocu* out = nullptr) {
   r.text["Keywords"] = ToUtf8(doc.keywords.Text());
   r.created = doc.created;
   r.lastSaved = doc.lastSaved;
-  if (out) *out = doc;
   return r;
+}
+
+Read ReadFile(const std::string& path, clsDocu* out = nullptr) {
+  clsDocu doc(Utf8(path), 0, 0, nullptr);
+  clsDocFile file;
+  EXPECT_EQ(0, file.OpenDocument(Utf8(path))) << path;
+  EXPECT_EQ(0, ReadPdfInfo(doc, file));
+  if (out) *out = doc;
+  return Summary(doc);
 }
 
 Read ReadBytes(const std::string& bytes) {
@@ -110,14 +114,7 @@ Read ReadBytes(const std::string& bytes) {
   file.Write(bytes.data(), static_cast<uint32_t>(bytes.size()));
   clsDocu doc(String(u"mem.pdf"), 0, 0, nullptr);
   EXPECT_EQ(0, ReadPdfInfo(doc, file));
-  Read r;
-  r.text["Title"] = ToUtf8(doc.title.Text());
-  r.text["Author"] = ToUtf8(doc.author.Text());
-  r.text["Subject"] = ToUtf8(doc.subject.Text());
-  r.text["Keywords"] = ToUtf8(doc.keywords.Text());
-  r.created = doc.created;
-  r.lastSaved = doc.lastSaved;
-  return r;
+  return Summary(doc);
 }
 
 std::string TimeText(const plat::SystemTime& t) {

@@ -110,18 +110,14 @@ struct Read {
   clsDocu doc = NewDoc();
 };
 
-Read ReadJpeg(const std::string& bytes) {
+Read ReadWith(DocFileReader reader, const std::string& bytes) {
   Read r{0};
   auto file = BytesFile(bytes);
-  r.result = ReadJpegInfo(r.doc, *file);
+  r.result = reader(r.doc, *file);
   return r;
 }
-Read ReadTiffBytes(const std::string& bytes) {
-  Read r{0};
-  auto file = BytesFile(bytes);
-  r.result = ReadTiffInfo(r.doc, *file);
-  return r;
-}
+Read ReadJpeg(const std::string& bytes) { return ReadWith(ReadJpegInfo, bytes); }
+Read ReadTiffBytes(const std::string& bytes) { return ReadWith(ReadTiffInfo, bytes); }
 
 TEST(TiffReader, ShootingDataFormsAndSize) {
   for (bool big : {false, true}) {

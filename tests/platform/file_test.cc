@@ -4,9 +4,7 @@
 // the real thing.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "support/support_test_util.h"
@@ -21,39 +19,14 @@ using namespace plat;
 constexpr uint32_t kRW = kGenericRead | kGenericWrite;
 constexpr uint32_t kShareRW = kShareRead | kShareWrite;
 
-class Scratch {
- public:
-  Scratch() {
-    static std::atomic<int> counter{0};
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    path_ = fs::temp_directory_path() / ("zxut_platfile_" + std::string(info->name()) + "_" +
-                                         std::to_string(++counter));
-    std::error_code ec;
-    fs::remove_all(path_, ec);
-    fs::create_directories(path_);
-  }
-  ~Scratch() {
-    std::error_code ec;
-    for (auto it = fs::recursive_directory_iterator(path_, ec); !ec && it != fs::recursive_directory_iterator();
-         it.increment(ec))
-      fs::permissions(it->path(), fs::perms::owner_write | fs::perms::owner_read, fs::perm_options::add, ec);
-    fs::remove_all(path_, ec);
-  }
-  std::u16string operator/(const std::string& leaf) const { return (path_ / leaf).u16string(); }
-
- private:
-  fs::path path_;
+// A folder of the test's own, its entries named as the file layer takes them.
+struct Scratch : zxsupport::ScratchDir {
+  Scratch() : ScratchDir("platfile") {}
+  std::u16string operator/(const std::string& leaf) const { return (path() / leaf).u16string(); }
 };
 
-void Put(const std::u16string& path, const std::string& bytes) {
-  std::ofstream out(fs::path(path), std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-std::string Get(const std::u16string& path) {
-  std::ifstream in(fs::path(path), std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
+void Put(const std::u16string& path, const std::string& bytes) { zxsupport::WriteBytes(path, bytes); }
+std::string Get(const std::u16string& path) { return zxsupport::ReadBytes(path); }
 
 // An open handle closed at the end of the scope.
 class Open {

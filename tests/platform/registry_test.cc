@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -282,35 +281,20 @@ std::u16string QueryString(Hive hive, const char16_t* key, const char16_t* name)
   return std::u16string(buf, size / 2 - 1);
 }
 
+// A registry folder of the test's own (every test reloads the store); the hive
+// rule starts afresh.
 class RegistryStore : public ::testing::Test {
  protected:
   void SetUp() override {
-    char dir[] = "/tmp/zxut_reg_XXXXXX";
-    ASSERT_TRUE(mkdtemp(dir));
-    dir_ = dir;
-    const char* old = std::getenv("ZXUT_REGISTRY_DIR");
-    hadOld_ = old != nullptr;
-    if (old) old_ = old;
-    setenv("ZXUT_REGISTRY_DIR", dir_.c_str(), 1);
     RegistryReload();
     zx::ResetHiveRuleForTests();
   }
-  void TearDown() override {
-    if (hadOld_)
-      setenv("ZXUT_REGISTRY_DIR", old_.c_str(), 1);
-    else
-      unsetenv("ZXUT_REGISTRY_DIR");
-    RegistryReload();
-    zx::ResetHiveRuleForTests();
-    std::system(("rm -rf " + dir_).c_str());
-  }
-  void Write(const char* file, const std::string& text) {
-    std::ofstream out(dir_ + "/" + file, std::ios::binary);
-    out << text;
-  }
-  std::string Read(const char* file) { return zxsupport::ReadBytes(dir_ + "/" + file); }
-  std::string dir_, old_;
-  bool hadOld_ = false;
+  void TearDown() override { zx::ResetHiveRuleForTests(); }
+  void Write(const char* file, const std::string& text) { zxsupport::WriteBytes(scratch_ / file, text); }
+  std::string Read(const char* file) { return zxsupport::ReadBytes(scratch_ / file); }
+  zxsupport::ScratchDir scratch_{"reg"};
+  const std::string dir_ = scratch_.path().string();
+  zxsupport::ScopedEnv env_{{"ZXUT_REGISTRY_DIR", dir_.c_str()}};
 };
 
 TEST_F(RegistryStore, PathsFollowTheEnvironment) {

@@ -23,14 +23,12 @@ using zx::String;
 
 namespace {
 
-std::string Show(const plat::SystemTime& t) {
+// A plat::SystemTime or a texttest::Ymdhms.
+template <class Time>
+std::string Show(const Time& t) {
   char b[64];
-  std::snprintf(b, sizeof b, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute, t.second);
-  return b;
-}
-std::string Show(const texttest::Ymdhms& t) {
-  char b[64];
-  std::snprintf(b, sizeof b, "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour, t.minute, t.second);
+  std::snprintf(b, sizeof b, "%04d-%02d-%02d %02d:%02d:%02d", int(t.year), int(t.month), int(t.day), int(t.hour),
+                int(t.minute), int(t.second));
   return b;
 }
 
