@@ -1,4 +1,3 @@
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -6,7 +5,6 @@
 #include <new>
 
 #include "platform/job_queue.h"
-#include "platform/thread.h"
 
 namespace plat {
 namespace {
@@ -16,11 +14,9 @@ struct Queue {
   std::condition_variable ready;
   std::deque<void*> items;
   uint32_t waiting = 0;   // getters blocked in `ready`
-  std::atomic<uint32_t> count{0};   // items.size(), for getters that look without the lock
 };
 
 Queue* Q(void* impl) { return static_cast<Queue*>(impl); }
-constexpr uint32_t kSpinRounds = 400;   // pauses: some 10 us
 
 }  // namespace
 
@@ -34,7 +30,6 @@ bool JobQueue::Post(void* item) {
   try {
     std::lock_guard<std::mutex> guard(q->lock);
     q->items.push_back(item);
-    q->count.store(static_cast<uint32_t>(q->items.size()), std::memory_order_relaxed);
     // Notified under the lock: once a getter has the item, this call touches the
     // queue no more, so the item's owner may even end the queue at once.
     if (q->waiting > 0) q->ready.notify_one();
@@ -47,11 +42,6 @@ bool JobQueue::Post(void* item) {
 int JobQueue::Get(void** item, uint32_t timeoutMs) {
   Queue* q = Q(impl_);
   if (!q || !item) return -1;
-  // A getter that finds nothing looks again for a while before it sleeps: a
-  // producer posting steadily then finds it awake and wakes nobody.
-  if (q->count.load(std::memory_order_relaxed) == 0 && timeoutMs != 0)
-    for (uint32_t round = 0; round < kSpinRounds && q->count.load(std::memory_order_relaxed) == 0; ++round)
-      CpuPause();
   std::unique_lock<std::mutex> guard(q->lock);
   if (q->items.empty()) {
     ++q->waiting;
@@ -65,7 +55,6 @@ int JobQueue::Get(void** item, uint32_t timeoutMs) {
   }
   *item = q->items.front();
   q->items.pop_front();
-  q->count.store(static_cast<uint32_t>(q->items.size()), std::memory_order_relaxed);
   return 1;
 }
 
