@@ -62,4 +62,19 @@ zx::clsDocu ReadBytesWith(Reader reader, const std::string& bytes) {
   return doc;
 }
 
+// A fresh document read from the file at `path` (UTF-8) by `reader`. Its answer goes
+// to `result` when given, else it must be 0.
+template <class Reader>
+zx::clsDocu ReadFileWith(Reader reader, const std::string& path, int32_t* result = nullptr) {
+  zx::clsDocu doc = NewDoc();
+  zx::clsDocFile file;
+  EXPECT_EQ(0, file.OpenDocument(zx::StringFromNarrow(path.c_str(), -1, plat::kCpUtf8))) << path;
+  const int32_t rc = reader(doc, file);
+  if (result)
+    *result = rc;
+  else
+    EXPECT_EQ(0, rc) << path;
+  return doc;
+}
+
 }  // namespace zxtest

@@ -91,10 +91,7 @@ TEST(HtmlReader, CommittedPages) {
   };
   for (const auto& p : pages) {
     SCOPED_TRACE(p.file);
-    clsDocu doc = zxtest::NewDoc();
-    clsDocFile file;
-    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + p.file).c_str(), -1, plat::kCpUtf8)));
-    EXPECT_EQ(0, ReadHtmlInfo(doc, file));
+    clsDocu doc = zxtest::ReadFileWith(ReadHtmlInfo, dir + p.file);
     EXPECT_EQ(p.title, Utf8Of(doc.title));
     EXPECT_EQ("Autor", Utf8Of(doc.author));
   }

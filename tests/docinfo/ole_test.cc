@@ -358,7 +358,9 @@ TEST(CompoundMail, MessagesGiveSubjectSenderRecipientsAndTimes) {
     const String path = PathOf(Data(c.file));
     clsDocu doc(path, 0, 0, nullptr);
     ASSERT_EQ(0, ReadCompoundMailInfo(doc, path));
-    if (c.title) EXPECT_EQ(String(c.title), Text(doc.title));
+    if (c.title) {
+      EXPECT_EQ(String(c.title), Text(doc.title));
+    }
     EXPECT_EQ(String(c.author), Text(doc.author));
     if (*c.lastAuthor)
       EXPECT_EQ(String(c.lastAuthor), Text(doc.lastAuthor));

@@ -112,10 +112,7 @@ TEST(RtfText, EscapesAndCodePage) {
 // Hand-made files: a whole document of a word processor's usual form.
 TEST(RtfReader, CommittedDocuments) {
   const std::string dir = std::string(ZXUT_SOURCE_DIR) + "/tests/docinfo/data/rtf/";
-  clsDocu doc = zxtest::NewDoc();
-  clsDocFile file;
-  ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + "letter_1252.rtf").c_str(), -1, plat::kCpUtf8)));
-  EXPECT_EQ(0, ReadRtfInfo(doc, file));
+  clsDocu doc = zxtest::ReadFileWith(ReadRtfInfo, dir + "letter_1252.rtf");
   EXPECT_EQ("Gr\xC3\xBC\xC3\x9F" "e aus K\xC3\xB6ln \xE2\x80\x93 Brief", Utf8Of(doc.title));
   EXPECT_EQ("Ren\xC3\xA9\x65 \xC5\x81ukasz", Utf8Of(doc.author));
   EXPECT_EQ("Stichwort; \xE2\x82\xAC", Utf8Of(doc.keywords));
@@ -145,10 +142,7 @@ TEST(RtfReader, WordProcessorDocumentsAgreeWithItsOwnReading) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.file);
-    clsDocu doc = zxtest::NewDoc();
-    clsDocFile file;
-    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + c.file).c_str(), -1, plat::kCpUtf8)));
-    EXPECT_EQ(0, ReadRtfInfo(doc, file));
+    clsDocu doc = zxtest::ReadFileWith(ReadRtfInfo, dir + c.file);
     EXPECT_EQ(c.title, Utf8Of(doc.title));
     EXPECT_EQ(c.subject, Utf8Of(doc.subject));
     EXPECT_EQ(c.keywords, Utf8Of(doc.keywords));

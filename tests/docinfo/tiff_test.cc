@@ -292,9 +292,7 @@ TEST(ImageFiles, WrittenByExiftool) {
   const std::string dir = std::string(ZXUT_SOURCE_DIR) + "/tests/docinfo/data/image/";
   auto read = [&](const std::string& name) {
     Read r{0};
-    clsDocFile file;
-    EXPECT_EQ(0, file.OpenDocument(StringFromNarrow((dir + name).c_str(), -1, plat::kCpUtf8)));
-    r.result = name.ends_with(".tif") ? ReadTiffInfo(r.doc, file) : ReadJpegInfo(r.doc, file);
+    r.doc = zxtest::ReadFileWith(name.ends_with(".tif") ? ReadTiffInfo : ReadJpegInfo, dir + name, &r.result);
     return r;
   };
   for (const char* name : {"tags_le.tif", "tags_be.tif"}) {
@@ -345,9 +343,7 @@ TEST(ImageFiles, DumpForOracle) {
   while (std::getline(in, path)) {
     if (path.empty()) continue;
     Read r{0};
-    clsDocFile file;
-    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow(path.c_str(), -1, plat::kCpUtf8))) << path;
-    r.result = path.ends_with(".tif") ? ReadTiffInfo(r.doc, file) : ReadJpegInfo(r.doc, file);
+    r.doc = zxtest::ReadFileWith(path.ends_with(".tif") ? ReadTiffInfo : ReadJpegInfo, path, &r.result);
     out << "{\"file\":" << json(path) << ",\"result\":" << r.result << ",\"title\":" << json(Utf8Of(r.doc.title))
         << ",\"subject\":" << json(Utf8Of(r.doc.subject)) << ",\"author\":" << json(Utf8Of(r.doc.author))
         << ",\"comments\":" << json(Utf8Of(r.doc.comments)) << ",\"created\":"
@@ -367,11 +363,8 @@ TEST(ImageFiles, DamagedCameraFiles) {
   const std::string dir = std::string(ZXUT_SOURCE_DIR) + "/tests/docinfo/data/image/damaged/";
   for (const char* name : {"infinite_loop_exif.jpg", "max_uint32_exif.jpg", "huge_tag_exif.jpg"}) {
     SCOPED_TRACE(name);
-    clsDocu doc = zxtest::NewDoc();
-    clsDocFile file;
-    ASSERT_EQ(0, file.OpenDocument(StringFromNarrow((dir + name).c_str(), -1, plat::kCpUtf8)));
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(0, ReadJpegInfo(doc, file));
+    zxtest::ReadFileWith(ReadJpegInfo, dir + name);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   }
 }
