@@ -8,15 +8,18 @@
 #include "core/diag/Diag.h"
 #include "core/strings/CharsetConversion.h"
 #include "core/strings/String.h"
+#include "zip/ZipFormat.h"
 
 namespace zx {
 namespace {
 
-constexpr uint32_t kEndSignature = 0x06054B50;
-constexpr uint32_t kCentralSignature = 0x02014B50;
-constexpr uint32_t kLocalSignature = 0x04034B50;
+// The records the ZIP writer lays out; the data descriptor only other writers add.
+constexpr uint32_t kEndSignature = scZIPEndRecord{}.signature;
+constexpr uint32_t kCentralSignature = scZIPCentralHeader{}.signature;
+constexpr uint32_t kLocalSignature = scZIPLocalHeader{}.signature;
 constexpr uint32_t kDescriptorSignature = 0x08074B50;
-constexpr uint32_t kEndSize = 22, kCentralSize = 46, kLocalSize = 30, kDescriptorSize = 16;
+constexpr uint32_t kEndSize = sizeof(scZIPEndRecord), kCentralSize = sizeof(scZIPCentralHeader),
+                   kLocalSize = sizeof(scZIPLocalHeader), kDescriptorSize = 16;
 constexpr uint32_t kBlock = 0x100000;
 
 uint16_t U16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
