@@ -108,10 +108,12 @@ class TestHost : public IUTThreadedJobHost {
   ULONG ZX_COMCALL AddRef() override { return ++refs; }
   ULONG ZX_COMCALL Release() override { return --refs; }
   HRESULT ZX_COMCALL OnJobFinished(const char16_t*, IUTThreadedJob* job) override {
-    ++calls;
+    // Inline jobs are told on the client's thread while workers tell theirs: the
+    // count taken here decides, not a second read that another thread may have moved.
+    const int call = ++calls;
     if (job) ++static_cast<TestJob*>(job)->finished;
     if (onFinished) onFinished();
-    return keepEvery_ && calls % keepEvery_ == 0 ? 1 : 0;
+    return keepEvery_ && call % keepEvery_ == 0 ? 1 : 0;
   }
   DWORD ZX_COMCALL WaitForJobs(void* event) override {
     ++waits;
