@@ -40,7 +40,8 @@ std::vector<clsThreadedJobDispatcher*>& Abandoned() {
 // A worker: takes jobs from the dispatcher's queue until a null packet comes.
 class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
  public:
-  clsThreadedJobProcessorUsingIoCompletionPort(clsThreadedJobDispatcher* dispatcher, const char* name)
+  clsThreadedJobProcessorUsingIoCompletionPort(clsThreadedJobDispatcherUsingIoCompletionPort* dispatcher,
+                                               const char* name)
       : clsThreadBase(name), m_pDispatcher(dispatcher) {}
   ~clsThreadedJobProcessorUsingIoCompletionPort() override { ThreadEnd(false, kWorkerEndMs, true); }
   bool Start() { return ThreadStart(0); }
@@ -49,18 +50,20 @@ class clsThreadedJobProcessorUsingIoCompletionPort : private clsThreadBase {
  private:
   uint32_t ThreadGetStackSize() override { return kWorkerStackSize; }
   uint32_t ThreadProc() override {
-    while (clsUTThreadedJob* job = m_pDispatcher->GetNextJob()) {
+    // Finishing a job and taking the next share one round of the list lock.
+    clsUTThreadedJob* job = m_pDispatcher->FinishAndGetNext(nullptr);
+    while (job) {
       {
         std::unique_ptr<clsConcurrencyVisualizerSpan> span(
             MarkersActive() ? EnterSpan(1, u"%s", job->Name().wchar()) : nullptr);
         job->Run();
       }
-      m_pDispatcher->JobDone(job);
+      job = m_pDispatcher->FinishAndGetNext(job);
     }
     return 0;
   }
 
-  clsThreadedJobDispatcher* m_pDispatcher;
+  clsThreadedJobDispatcherUsingIoCompletionPort* m_pDispatcher;
 };
 
 // ---- the base
@@ -230,32 +233,49 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
   m_hPort.Post(job);
 }
 
-clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() {
+clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() { return FinishAndGetNext(nullptr); }
+
+clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::FinishAndGetNext(clsUTThreadedJob* done) {
   for (;;) {
-    // The clock is read only around a get that has to wait.
+    // The clock is read only around a get that has to wait, and the finished job
+    // is told before that wait, never held back by it.
     void* packet = nullptr;
     uint64_t waited = 0;
     int got = m_hPort.Get(&packet, 0);
     if (got == 0) {
+      if (done) JobDone(done);
+      done = nullptr;
       const uint64_t before = plat::TickCount64();
       got = m_hPort.Get(&packet, plat::kQueueWaitInfinite);
       waited = plat::TickCount64() - before;
     }
-    if (got != 1 || !packet) return nullptr;
     plat::Lock guard(m_Lock);
-    m_qwWaitTicks += waited;
-    // Only a job found in the pending list is touched: a dropped or inline job's
-    // packet is a search key and nothing more.
-    if (!m_lstPending.take(packet)) continue;
-    auto* job = static_cast<clsUTThreadedJob*>(packet);
-    m_lstRunning.append(job);
-    ++m_qwJobCount;
-    return job;
+    if (done) FinishLocked(done);
+    done = nullptr;
+    if (got != 1 || !packet) return nullptr;
+    if (TakeLocked(packet, waited)) return static_cast<clsUTThreadedJob*>(packet);
   }
+}
+
+bool clsThreadedJobDispatcherUsingIoCompletionPort::TakeLocked(void* packet, uint64_t waited) {
+  m_qwWaitTicks += waited;
+  // Only a job found in the pending list is touched: a dropped or inline job's
+  // packet is a search key and nothing more.
+  if (!m_lstPending.take(packet)) return false;
+  auto* job = static_cast<clsUTThreadedJob*>(packet);
+  m_lstRunning.append(job);
+  ++m_qwJobCount;
+  return true;
 }
 
 void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* job) {
   plat::Lock guard(m_Lock);
+  FinishLocked(job);
+}
+
+// The job leaves the lists and is deleted within one hold of the lock: once the
+// lists are empty, no reference of a job or host is still to be given back.
+void clsThreadedJobDispatcherUsingIoCompletionPort::FinishLocked(clsUTThreadedJob* job) {
   m_lstRunning.remove(job);
   if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
   else m_lstFinished.append(job);

@@ -99,11 +99,22 @@ class clsThreadedJobDispatcherUsingIoCompletionPort : public clsThreadedJobDispa
   void JobDone(clsUTThreadedJob* job) override;
   clsUTThreadedJob* GetNextJob() override;
 
+  // The worker's step between two jobs: `done` is finished (as JobDone does) and
+  // the next job taken in one round of the lock when one is queued already; null
+  // when the worker is to leave. `done` may be null.
+  clsUTThreadedJob* FinishAndGetNext(clsUTThreadedJob* done);
+
   size_t WorkerCount();
   // True on one of this dispatcher's workers.
   bool OnWorkerThread();
 
  private:
+  // JobDone's steps under the lock.
+  void FinishLocked(clsUTThreadedJob* job) ZX_REQUIRES(m_Lock);
+  // GetNextJob's steps under the lock for one packet; false when it names no
+  // pending job.
+  bool TakeLocked(void* packet, uint64_t waited) ZX_REQUIRES(m_Lock);
+
   uint64_t m_qwWaitTicks = 0;   // time workers spent blocked on the queue (never shown)
   uint64_t m_qwJobCount ZX_GUARDED_BY(m_Lock) = 0;
   String m_sName;
