@@ -236,23 +236,24 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::GetNextJob() { return FinishAndGetNext(nullptr); }
 
 clsUTThreadedJob* clsThreadedJobDispatcherUsingIoCompletionPort::FinishAndGetNext(clsUTThreadedJob* done) {
-  for (;;) {
-    // The clock is read only around a get that has to wait, and the finished job
-    // is told before that wait, never held back by it.
-    void* packet = nullptr;
-    uint64_t waited = 0;
-    int got = m_hPort.Get(&packet, 0);
-    if (got == 0) {
-      if (done) JobDone(done);
-      done = nullptr;
-      const uint64_t before = plat::TickCount64();
-      got = m_hPort.Get(&packet, plat::kQueueWaitInfinite);
-      waited = plat::TickCount64() - before;
-    }
+  void* packet = nullptr;
+  {
+    // The job is finished first; a packet queued already is taken in the same hold
+    // (the queue's own lock is only ever taken inside this one, never around it).
     plat::Lock guard(m_Lock);
     if (done) FinishLocked(done);
-    done = nullptr;
+    while (m_hPort.Get(&packet, 0) == 1) {
+      if (!packet) return nullptr;
+      if (TakeLocked(packet, 0)) return static_cast<clsUTThreadedJob*>(packet);
+    }
+  }
+  for (;;) {
+    // The clock is read only around a get that has to wait.
+    const uint64_t before = plat::TickCount64();
+    const int got = m_hPort.Get(&packet, plat::kQueueWaitInfinite);
+    const uint64_t waited = plat::TickCount64() - before;
     if (got != 1 || !packet) return nullptr;
+    plat::Lock guard(m_Lock);
     if (TakeLocked(packet, waited)) return static_cast<clsUTThreadedJob*>(packet);
   }
 }

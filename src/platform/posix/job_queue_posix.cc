@@ -44,6 +44,7 @@ int JobQueue::Get(void** item, uint32_t timeoutMs) {
   if (!q || !item) return -1;
   std::unique_lock<std::mutex> guard(q->lock);
   if (q->items.empty()) {
+    if (timeoutMs == 0) return 0;   // a look, which neither waits nor counts as a waiter
     ++q->waiting;
     if (timeoutMs == kQueueWaitInfinite) {
       q->ready.wait(guard, [q] { return !q->items.empty(); });
