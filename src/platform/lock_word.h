@@ -4,7 +4,11 @@
 // word never pulls away the line the owner writes. Entering a free lock is one compare-exchange and leaving
 // it one atomic add; a thread that finds it taken spins a bounded number of rounds
 // (fewer when spinning has lately not paid), looking at the word less and less
-// often, and then sleeps on the word. Leaving
+// often, and then sleeps on the word. A lock made with `naps` (a throughput lock,
+// taken back to back by short holds) has the waiter nap a few times first (20 to
+// 320 us, where the OS has so fine a timer) without telling the owner: an owner
+// that takes the lock back at once runs on alone instead of handing it over on
+// every leave, and the waiter burns no processor meanwhile. Leaving
 // wakes one sleeper, and no other while that one has not yet run: a lock handed
 // back and forth does not make every waiter run on every leave.
 // Errors: a leave by a thread that does not own the lock is refused (false) and
@@ -26,8 +30,8 @@ namespace plat {
 class ZX_CAPABILITY("mutex") LockWord {
  public:
   // spinCount: the most rounds a thread spins before it sleeps (none on a machine
-  // with one processor).
-  constexpr explicit LockWord(uint32_t spinCount = 0) : spinMax_(spinCount) {}
+  // with one processor); naps: whether it naps between the spin and the sleep.
+  constexpr explicit LockWord(uint32_t spinCount = 0, bool naps = false) : spinMax_(spinCount), naps_(naps) {}
   LockWord(const LockWord&) = delete;
   LockWord& operator=(const LockWord&) = delete;
 
@@ -85,6 +89,7 @@ class ZX_CAPABILITY("mutex") LockWord {
 
   alignas(64) std::atomic<uint32_t> word_{0};
   const uint32_t spinMax_;
+  const bool naps_;
   // A running mean of the rounds that entering took lately (as the system's
   // adaptive mutex keeps it); the next spin goes to twice that, within spinMax_.
   std::atomic<uint32_t> spinMean_{0};
@@ -96,5 +101,9 @@ class ZX_CAPABILITY("mutex") LockWord {
 // no longer holds `expected`, when woken, or spuriously.
 void WaitOnWord(std::atomic<uint32_t>& word, uint32_t expected);
 void WakeOneOnWord(std::atomic<uint32_t>& word);
+// A nap of about `micros` that no leave cuts short (it is not on the word, whose
+// wakes are meant for the sleepers): false, and no nap, where the OS has no timer
+// that fine.
+bool Nap(uint32_t micros);
 
 }  // namespace plat

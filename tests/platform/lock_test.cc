@@ -28,13 +28,16 @@ struct SectionLock {
   void Leave() ZX_NO_THREAD_SAFETY_ANALYSIS { cs.Leave(); }
   plat::CriticalSection cs;
 };
-struct WordLock {
-  explicit WordLock(uint32_t spin) : word(spin) {}
+template <bool kNaps>
+struct WordLockOf {
+  explicit WordLockOf(uint32_t spin) : word(spin, kNaps) {}
   void Enter() ZX_NO_THREAD_SAFETY_ANALYSIS { word.Enter(); }
   bool TryEnter() ZX_NO_THREAD_SAFETY_ANALYSIS { return word.TryEnter(); }
   void Leave() ZX_NO_THREAD_SAFETY_ANALYSIS { word.Leave(); }
   plat::LockWord word;
 };
+using WordLock = WordLockOf<false>;
+using NappingWordLock = WordLockOf<true>;   // the job lock's kind
 
 template <class L>
 bool TryFromOtherThread(L& lock) {
@@ -61,7 +64,7 @@ std::atomic<int> g_busy{0};
 
 template <class L>
 class LockTable : public ::testing::Test {};
-using Locks = ::testing::Types<SectionLock, WordLock>;
+using Locks = ::testing::Types<SectionLock, WordLock, NappingWordLock>;
 TYPED_TEST_SUITE(LockTable, Locks);
 
 TYPED_TEST(LockTable, RecursionHoldsUntilTheLastLeave) {

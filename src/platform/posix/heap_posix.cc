@@ -105,7 +105,7 @@ struct PosixHeap {
   size_t initial = 0;
   size_t maximum = 0;
   size_t used = 0;
-  LockWord ownLock{100};
+  LockWord ownLock{100, true};   // a heap lock: short holds back to back
   LockWord* lock = &ownLock;   // or a caller's lock that it holds around every call
   Chunk* firstChunk = nullptr;
   Chunk* lastChunk = nullptr;

@@ -1,6 +1,7 @@
 // Linux: critical sections are LockWords; a sleeper waits on the word with a futex.
 #include <linux/futex.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <new>
@@ -22,6 +23,11 @@ long Futex(std::atomic<uint32_t>& word, int op, uint32_t value) {
 
 void WaitOnWord(std::atomic<uint32_t>& word, uint32_t expected) { Futex(word, FUTEX_WAIT_PRIVATE, expected); }
 void WakeOneOnWord(std::atomic<uint32_t>& word) { Futex(word, FUTEX_WAKE_PRIVATE, 1); }
+bool Nap(uint32_t micros) {
+  const timespec nap{static_cast<time_t>(micros / 1000000), static_cast<long>(micros % 1000000) * 1000};
+  ::nanosleep(&nap, nullptr);
+  return true;
+}
 
 CriticalSection::CriticalSection(uint32_t spinCount) { new (storage_) LockWord(spinCount); }
 CriticalSection::~CriticalSection() { W(storage_).~LockWord(); }

@@ -49,6 +49,9 @@ void WakeOneOnWord(std::atomic<uint32_t>& word) {
   if (const auto wake = AddressWaitApi().wakeOne) wake(reinterpret_cast<PVOID>(&word));
 }
 
+// The system's timed waits count in milliseconds, on a tick that may be 15 ms long.
+bool Nap(uint32_t) { return false; }
+
 CriticalSection::CriticalSection(uint32_t spinCount) {
   auto* cs = new (storage_) CRITICAL_SECTION;
   ::InitializeCriticalSectionAndSpinCount(cs, spinCount);
