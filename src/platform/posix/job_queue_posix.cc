@@ -14,6 +14,7 @@ struct Queue {
   std::condition_variable ready;
   std::deque<void*> items;
   uint32_t waiting = 0;   // getters blocked in `ready`
+  uint32_t woken = 0;     // of them, woken by a post and not yet back
 };
 
 Queue* Q(void* impl) { return static_cast<Queue*>(impl); }
@@ -32,7 +33,12 @@ bool JobQueue::Post(void* item) {
     q->items.push_back(item);
     // Notified under the lock: once a getter has the item, this call touches the
     // queue no more, so the item's owner may even end the queue at once.
-    if (q->waiting > 0) q->ready.notify_one();
+    // One wake for each sleeping getter at most: a post that finds every sleeper
+    // woken already leaves its item to them, and costs no call into the kernel.
+    if (q->waiting > q->woken) {
+      ++q->woken;
+      q->ready.notify_one();
+    }
   } catch (const std::bad_alloc&) {
     return false;
   }
@@ -46,10 +52,16 @@ int JobQueue::Get(void** item, uint32_t timeoutMs) {
   if (q->items.empty()) {
     if (timeoutMs == 0) return 0;   // a look, which neither waits nor counts as a waiter
     ++q->waiting;
-    if (timeoutMs == kQueueWaitInfinite) {
-      q->ready.wait(guard, [q] { return !q->items.empty(); });
-    } else {
-      q->ready.wait_for(guard, std::chrono::milliseconds(timeoutMs), [q] { return !q->items.empty(); });
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    bool late = false;
+    while (q->items.empty() && !late) {
+      if (timeoutMs == kQueueWaitInfinite)
+        q->ready.wait(guard);
+      else
+        late = q->ready.wait_until(guard, deadline) == std::cv_status::timeout;
+      // Whichever getter comes back takes one pending wake off the count, so that
+      // the count never exceeds the getters still on their way.
+      if (q->woken > 0) --q->woken;
     }
     --q->waiting;
     if (q->items.empty()) return 0;
