@@ -2,8 +2,9 @@
 // get, as an I/O completion port is used (PostQueuedCompletionStatus and
 // GetQueuedCompletionStatus with key 0 and the pointer as the OVERLAPPED). Windows:
 // a real completion port whose concurrency value is the worker limit. Linux: a
-// mutex, a condition variable and a ring of pointers; a get wakes only when there
-// is something to take.
+// mutex, a condition variable and a deque of pointers; a get wakes only when there
+// is something to take, a get with no time-out only looks, and a burst of posts
+// wakes each sleeping getter once.
 // Errors: Post false when the queue can't take the item (out of memory, closed
 // port); Get -1 on failure.
 // Threads: any number of threads post and get at once.
