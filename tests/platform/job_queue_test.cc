@@ -1,6 +1,7 @@
 // The job queue behind the dispatcher (a completion port on Windows, a mutex and a
 // condition variable on Linux): order, time-outs, null items, a getter woken by a post
-// from another thread, and many producers and consumers losing nothing.
+// from another thread, a sleeper woken again after a look took its item, and many
+// producers and consumers losing nothing.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -53,6 +54,36 @@ TEST(JobQueue, ASleepingGetterIsWokenByAPost) {
   ASSERT_TRUE(q.Post(Item(7)));
   getter.join();
   EXPECT_EQ(got.load(), 1);
+}
+
+// A post wakes a sleeper, but a look from another thread takes the item first: the
+// sleeper goes back to sleep and must still be woken by the next post.
+TEST(JobQueue, ASleeperWhoseItemWasTakenIsWokenByTheNextPost) {
+  auto* q = new plat::JobQueue(2);
+  std::atomic<int> got{0};
+  std::thread getter([&] {
+    void* item = nullptr;
+    while (q->Get(&item, plat::kQueueWaitInfinite) == 1 && item) ++got;
+  });
+  int stolen = 0;
+  for (int round = 0; round < 40; ++round) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));   // the getter sleeps
+    void* item = nullptr;
+    ASSERT_TRUE(q->Post(Item(1)));
+    stolen += q->Get(&item, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));   // the woken getter finds nothing
+    ASSERT_TRUE(q->Post(Item(2)));
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (got.load() + stolen < 2 * (round + 1) && std::chrono::steady_clock::now() < end)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (got.load() + stolen < 2 * (round + 1)) {
+      getter.detach();   // stranded: the queue stays for it
+      FAIL() << "round " << round << ": the sleeper was not woken (" << stolen << " items looked away)";
+    }
+  }
+  ASSERT_TRUE(q->Post(nullptr));
+  getter.join();
+  delete q;
 }
 
 TEST(JobQueue, ManyProducersAndConsumersLoseNothing) {
