@@ -1,4 +1,5 @@
-// The waiting side of LockWord, the same on every OS: spin, nap (a throughput lock), then sleep on the word.
+// The waiting side of LockWord, the same on every OS: spin, nap (a throughput
+// lock only), then sleep on the word.
 #include "platform/lock_word.h"
 #include "platform/process.h"
 #include "platform/thread.h"
