@@ -69,7 +69,7 @@ void OursThroughput(benchmark::State& state) {
   const uint32_t workers = static_cast<uint32_t>(state.range(0));
   for (auto _ : state) {
     zx::clsThreadedJobDispatcher* pool = zx::ThreadPoolOpen(workers, zx::String(u"bench"));
-    for (int i = 0; i < kJobs; ++i) pool->Add(new zx::clsUTThreadedJob(zx::String(), &g_job, &g_host));
+    for (int i = 0; i < kJobs; ++i) pool->Add(pool->NewJob(zx::String(), &g_job, &g_host));
     pool->Finalize(&g_host);
     zx::ThreadPoolClose(pool, zx::kThreadPoolCloseLimitMs);
   }
@@ -104,7 +104,7 @@ void TbbThroughput(benchmark::State& state) {
 void OursRoundTrip(benchmark::State& state) {
   zx::clsThreadedJobDispatcher* pool = zx::ThreadPoolOpen(1, zx::String(u"bench"));
   for (auto _ : state) {
-    pool->Add(new zx::clsUTThreadedJob(zx::String(), &g_job, &g_host));
+    pool->Add(pool->NewJob(zx::String(), &g_job, &g_host));
     pool->Finalize(&g_host);
   }
   zx::ThreadPoolClose(pool, zx::kThreadPoolCloseLimitMs);

@@ -23,7 +23,7 @@ ZXUT_EXPORT HUTTHREADPOOL ZXUT_API UtilThreadPoolOpen(DWORD maxThreads, LPCWSTR 
 ZXUT_EXPORT DWORD ZXUT_API UtilThreadPoolAdd(HUTTHREADPOOL pool, LPCWSTR name, IUnknown* job, IUnknown* host) {
   if (!pool) return static_cast<DWORD>(E_INVALIDARG);
   try {
-    auto* item = new (std::nothrow) zx::clsUTThreadedJob(Text(name), job, host);
+    zx::clsUTThreadedJob* item = Pool(pool)->NewJob(Text(name), job, host);
     if (!item) return static_cast<DWORD>(E_INVALIDARG);
     Pool(pool)->Add(item);
     return 0;

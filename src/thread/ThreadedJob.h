@@ -47,7 +47,7 @@ DWORD WaitForJobs(IUTThreadedJobHost* host, void* event);
 
 class JobList;
 
-class clsUTThreadedJob : public clsAllocationCountVerifier<clsUTThreadedJob> {
+class clsUTThreadedJob final : public clsAllocationCountVerifier<clsUTThreadedJob> {
  public:
   static constexpr const char* kAllocationName = "clsUTThreadedJob";
   clsUTThreadedJob(const String& name, IUnknown* job, IUnknown* host)

@@ -13,6 +13,17 @@
 #include "platform/processors.h"
 #include "thread/ThreadBase.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#  define ZX_JOB_POISON 1
+#elif defined(__has_feature)
+#  if __has_feature(address_sanitizer)
+#    define ZX_JOB_POISON 1
+#  endif
+#endif
+#ifdef ZX_JOB_POISON
+#  include <sanitizer/asan_interface.h>
+#endif
+
 namespace zx {
 namespace {
 
@@ -23,6 +34,20 @@ constexpr int32_t kManyDispatchers = 11;
 constexpr uint32_t kMaxThreadsOfMany = 2;
 
 std::atomic<int32_t> g_liveDispatchers{0};
+
+// A spare job's memory past its link is out of bounds for the address sanitizer,
+// so that a use of a finished job is still caught.
+void PoisonSpare(void* block, bool poison) {
+#ifdef ZX_JOB_POISON
+  char* rest = static_cast<char*>(block) + sizeof(void*);
+  const size_t size = sizeof(clsUTThreadedJob) - sizeof(void*);
+  if (poison) ASAN_POISON_MEMORY_REGION(rest, size);
+  else ASAN_UNPOISON_MEMORY_REGION(rest, size);
+#else
+  (void)block;
+  (void)poison;
+#endif
+}
 
 // Dispatchers that Close had to leave alive because a job never came back. They
 // stay reachable for the rest of the process.
@@ -78,8 +103,42 @@ clsThreadedJobDispatcher::~clsThreadedJobDispatcher() {
     plat::Lock guard(m_Lock);
     for (JobList* list : {&m_lstPending, &m_lstFinished, &m_lstInline})
       while (clsUTThreadedJob* job = list->pop()) delete job;
+    while (SpareBlock* block = m_pSpares) {
+      m_pSpares = block->next;
+      PoisonSpare(block, false);
+      ::operator delete(block);
+    }
+  }
+  if (void* block = m_pNextBlock.exchange(nullptr)) {
+    PoisonSpare(block, false);
+    ::operator delete(block);
   }
   g_liveDispatchers.fetch_sub(1);
+}
+
+clsUTThreadedJob* clsThreadedJobDispatcher::NewJob(const String& name, IUnknown* job, IUnknown* host) {
+  void* block = m_pNextBlock.exchange(nullptr, std::memory_order_acquire);
+  if (block) PoisonSpare(block, false);
+  else block = ::operator new(sizeof(clsUTThreadedJob), std::nothrow);
+  if (!block) return nullptr;
+  try {
+    return new (block) clsUTThreadedJob(name, job, host);
+  } catch (...) {
+    ::operator delete(block);
+    throw;
+  }
+}
+
+void clsThreadedJobDispatcher::DisposeLocked(clsUTThreadedJob* job) {
+  job->~clsUTThreadedJob();
+  if (m_nSpares >= kMaxSpareJobs) {
+    ::operator delete(job);
+    return;
+  }
+  SpareBlock* block = ::new (static_cast<void*>(job)) SpareBlock{m_pSpares};
+  PoisonSpare(block, true);
+  m_pSpares = block;
+  ++m_nSpares;
 }
 
 int32_t clsThreadedJobDispatcher::LiveDispatchers() { return g_liveDispatchers.load(); }
@@ -104,7 +163,7 @@ void clsThreadedJobDispatcher::Abort(uint32_t group) {
       clsUTThreadedJob* next = JobList::next(job);
       if (group == 0 || job->Group() == group) {
         list->remove(job);
-        delete job;
+        DisposeLocked(job);
       }
       job = next;
     }
@@ -229,6 +288,7 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::Add(clsUTThreadedJob* job) {
       }
       m_lstPending.append(job);
     }
+    OfferSpareLocked();
   }
   m_hPort.Post(job);
 }
@@ -278,7 +338,7 @@ void clsThreadedJobDispatcherUsingIoCompletionPort::JobDone(clsUTThreadedJob* jo
 // lists are empty, no reference of a job or host is still to be given back.
 void clsThreadedJobDispatcherUsingIoCompletionPort::FinishLocked(clsUTThreadedJob* job) {
   m_lstRunning.remove(job);
-  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) delete job;
+  if (job->Host() && com::OnJobFinished(job->Host(), job->Name().wchar(), job->Job()) == 0) DisposeLocked(job);
   else m_lstFinished.append(job);
   Changed();
 }

@@ -39,6 +39,12 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
   // sleep and a wake.
   static constexpr uint32_t kListLockSpin = 200;
 
+  // A job record for Add, built in the memory of a finished job where one is
+  // spare (a job freed on a worker and allocated on the client would cross the
+  // heap's arenas every time). Null when out of memory. Any record may still be
+  // deleted with delete.
+  clsUTThreadedJob* NewJob(const String& name, IUnknown* job, IUnknown* host);
+
   virtual bool IsEmpty();
   // No job of that group in any list; group 0: no job at all.
   virtual bool IsGroupDone(uint32_t group);
@@ -74,6 +80,17 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
   void Changed() ZX_REQUIRES(m_Lock) {
     if (m_bClientWaits) m_evChanged.Set();
   }
+  // Destroys a job and keeps its memory for NewJob (a few at most; more are freed).
+  void DisposeLocked(clsUTThreadedJob* job) ZX_REQUIRES(m_Lock);
+  // Hands a spare block to the next NewJob when it has none.
+  void OfferSpareLocked() ZX_REQUIRES(m_Lock) {
+    if (m_pSpares && !m_pNextBlock.load(std::memory_order_relaxed)) {
+      SpareBlock* block = m_pSpares;
+      m_pSpares = block->next;
+      --m_nSpares;
+      m_pNextBlock.store(block, std::memory_order_release);
+    }
+  }
 
   plat::CriticalSection m_Lock{kListLockSpin};
   uint32_t m_nMaxThreads;
@@ -84,6 +101,16 @@ class clsThreadedJobDispatcher : public clsAllocationCountVerifier<clsThreadedJo
   std::atomic<bool> m_bAborted{false};
   clsEvent m_evChanged{false, false};
   bool m_bClientWaits ZX_GUARDED_BY(m_Lock) = false;
+
+ private:
+  static constexpr uint32_t kMaxSpareJobs = 64;
+  struct SpareBlock {
+    SpareBlock* next;
+  };
+  SpareBlock* m_pSpares ZX_GUARDED_BY(m_Lock) = nullptr;
+  uint32_t m_nSpares ZX_GUARDED_BY(m_Lock) = 0;
+  // Taken by NewJob without the lock, filled under it.
+  std::atomic<void*> m_pNextBlock{nullptr};
 };
 
 class clsThreadedJobProcessorUsingIoCompletionPort;

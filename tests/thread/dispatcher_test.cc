@@ -138,10 +138,8 @@ struct Pool {
     ThreadPoolClose(p, limit);
     p = nullptr;
   }
-  void Add(IUnknown* job, IUnknown* host, const char16_t* name = u"job") {
-    auto* item = new clsUTThreadedJob(String(name), job, host);
-    p->Add(item);
-  }
+  // As the export does: the record may be a finished job's memory.
+  void Add(IUnknown* job, IUnknown* host, const char16_t* name = u"job") { p->Add(p->NewJob(String(name), job, host)); }
   clsThreadedJobDispatcherUsingIoCompletionPort* Port() {
     return static_cast<clsThreadedJobDispatcherUsingIoCompletionPort*>(p);
   }
@@ -184,6 +182,31 @@ TEST(Dispatcher, ThousandsOfJobsInGroupsEachRunOnce) {
   EXPECT_EQ(finisher.calls + 0, 4000 / 3);   // every third was kept for the client
   EXPECT_EQ(workerHost.refs, 1);
   EXPECT_EQ(finisher.refs, 1);
+  EXPECT_EQ(clsUTThreadedJob::LiveInstances(), before);
+}
+
+TEST(Dispatcher, AFinishedJobsRecordIsReusedAndAnyRecordMayBeDeleted) {
+  const int32_t before = clsUTThreadedJob::LiveInstances();
+  TestJob a(1, true), b(1, true), c(1, true);
+  TestHost host;
+  {
+    Pool pool(1);
+    clsUTThreadedJob* first = pool.p->NewJob(String(u"a"), &a, &host);
+    pool.p->Add(first);
+    pool.p->Finalize(&host);   // a's record is spare now
+    pool.Add(&b, &host);       // ... and offered to the next record
+    clsUTThreadedJob* third = pool.p->NewJob(String(u"c"), &c, &host);
+    EXPECT_EQ(static_cast<void*>(third), static_cast<void*>(first));
+    EXPECT_EQ(third->Name(), String(u"c"));
+    EXPECT_EQ(third->Job(), static_cast<IUTThreadedJob*>(&c));
+    delete third;   // a record never added
+    pool.p->Finalize(&host);
+  }
+  EXPECT_EQ(b.runs, 1);
+  EXPECT_EQ(c.runs, 0);
+  EXPECT_EQ(a.Refs(), 1);
+  EXPECT_EQ(c.Refs(), 1);
+  EXPECT_EQ(host.refs, 1);
   EXPECT_EQ(clsUTThreadedJob::LiveInstances(), before);
 }
 
