@@ -56,9 +56,10 @@ TEST(JobList, TakeByAddressComparesOnly) {
   JobList list;
   list.append(&a);
   list.append(&b);
-  // An address that is no job at all (a dropped job's packet) is not found.
-  int notAJob = 0;
-  EXPECT_FALSE(list.take(&notAJob));
+  // An address that is no job on the list (a dropped job's packet, its memory
+  // perhaps reused) is not found.
+  alignas(clsUTThreadedJob) unsigned char notAJob[sizeof(clsUTThreadedJob)] = {};
+  EXPECT_FALSE(list.take(notAJob));
   EXPECT_FALSE(list.take(nullptr));
   EXPECT_TRUE(list.take(&b));
   EXPECT_FALSE(list.take(&b));
