@@ -89,9 +89,12 @@ class clsHeapNode {
   }
   // Whether [at, at + n) can be read: the system heap knows its own memory; other
   // addresses are asked of the system (error paths only).
-  bool CanRead(const void* at, size_t n) {
+  bool CanRead(const void* at, size_t n) { return HeapHolds(at, n) || plat::MemoryReadable(at, n); }
+  // The heap's own answer alone (no system call): true when it holds [at, at + n)
+  // or cannot tell.
+  bool HeapHolds(const void* at, size_t n) {
     const plat::HeapServices& sys = HeapServices();
-    return !sys.holds || sys.holds(heap, at, n) || plat::MemoryReadable(at, n);
+    return !sys.holds || sys.holds(heap, at, n);
   }
   // The leak listing: a scope with the count, the heap's stack, the debug objects.
   void Listing();
@@ -102,7 +105,8 @@ class clsHeapNode {
   bool Walk(WalkMode mode, int32_t* result);
 
  private:
-  int32_t FreeDebugObject(uint8_t* user);
+  // headerHeld: the heap holds the whole header (else it is asked again).
+  int32_t FreeDebugObject(uint8_t* user, bool headerHeld);
   int32_t FreePlainObject(uint8_t* user);
   void PrintError(const char16_t* method, const void* user, const char16_t* reason, ...);
 };

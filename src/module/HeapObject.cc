@@ -210,16 +210,22 @@ void clsHeapNode::PrintError(const char16_t* method, const void* user, const cha
 
 int32_t clsHeapNode::FreeObject(void* userPointer) {
   auto* user = static_cast<uint8_t*>(userPointer);
-  const uint32_t word = WordInFront(user);
-  if (word == kDebugUserMagic) return FreeDebugObject(user);
+  // The heap is asked for a debug object's whole header first: one look then serves
+  // the word in front and the header both. Memory the heap does not vouch for (a
+  // plain object at the start of its memory, a wild pointer) is asked for its word
+  // alone, as the system can tell.
+  const bool headerHeld =
+      reinterpret_cast<uintptr_t>(user) >= kLowestObject + kDebugHeader && HeapHolds(user - kDebugHeader, kDebugHeader);
+  const uint32_t word = headerHeld ? plat::ProbeRead32(user - 4) : WordInFront(user);
+  if (word == kDebugUserMagic) return FreeDebugObject(user, headerHeld);
   if (word == kPlainMagic) return FreePlainObject(user);
   PrintError(u"FreeObject", user, u"bad pointer, or memory underrun (magic=0x%08x)", word);
   return kRcBadObject;
 }
 
-int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
+int32_t clsHeapNode::FreeDebugObject(uint8_t* user, bool headerHeld) {
   uint8_t* block = user - kDebugHeader;
-  if (!CanRead(block, kDebugHeader) || plat::ProbeRead32(block) != kDebugMagic) {
+  if (!(headerHeld || CanRead(block, kDebugHeader)) || plat::ProbeRead32(block) != kDebugMagic) {
     PrintError(u"FreeObjectD", user, u"Not allocated with UTIL or memory underrun (object not freed)");
     return kRcBadObject;
   }
@@ -237,7 +243,7 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user) {
   const bool fenceIntact = FenceIntact(user, blockSize);
   // The stack record goes at once, whatever the fence says; the dump that may follow
   // finds no pointer to it.
-  ReleaseObjectRecord(user);
+  if (plat::ProbeRead64(block + kDebugOffStack)) ReleaseObjectRecord(user);
   Put64(block + kDebugOffStack, 0);
   if (!fenceIntact) {
     if (IsDebugActive()) {

@@ -221,6 +221,25 @@ TEST_F(HeapTest, UnderrunsAndBadPointersGiveMinusSix) {
   EXPECT_EQ(zx::HeapDelete(h), 0);
 }
 
+TEST_F(HeapTest, AnotherHeapsObjectsAreRefusedAndStayLive) {
+  DebugCapture cap;
+  zx::clsHeapNode* a = Heap(0, u"A");
+  zx::clsHeapNode* b = Heap(0, u"B");
+  // The first block of a heap's memory, and one after it, of either form.
+  std::vector<uint8_t*> objects;
+  for (uint32_t flags : {0u, zx::kObjDebug | zx::kObjNoStack, 0u, zx::kObjDebug | zx::kObjNoStack})
+    objects.push_back(static_cast<uint8_t*>(zx::HeapObjectAlloc(a, 16, flags, 0)));
+  for (uint8_t* p : objects) EXPECT_EQ(zx::HeapObjectFree(b, p), -6);
+  EXPECT_TRUE(cap.Saw("Error: clsHeapNode['HeapTest'/'B']::FreeObjectD(" + PointerText(objects[1]) + ")"));
+  EXPECT_TRUE(cap.Saw("error freeing object"));
+  EXPECT_FALSE(cap.Saw("Not allocated with UTIL")) << "the header is intact, only the heap differs";
+  EXPECT_EQ(a->objects, 4);
+  for (uint8_t* p : objects) EXPECT_EQ(zx::HeapObjectFree(a, p), 0);
+  EXPECT_EQ(a->objects, 0);
+  EXPECT_EQ(zx::HeapDelete(a), 0);
+  EXPECT_EQ(zx::HeapDelete(b), 0);
+}
+
 TEST_F(HeapTest, DoubleFreesAreRefused) {
   zx::clsHeapNode* h = Heap(0, u"Twice");
 #ifndef _WIN32
