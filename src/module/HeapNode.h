@@ -77,7 +77,13 @@ class clsHeapNode {
   bool IsDebugHeap() const { return (flags & kHeapDebug) != 0; }
   uint32_t FreeOptions() const { return heapOptions & plat::kHeapNoSerialize; }
 
+  // Either form, as the flags and the heap say.
   void* AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag);
+  // A debug heap makes debug objects unless told plain; any heap makes one on request.
+  bool WantsDebugForm(uint32_t objectFlags) const {
+    return (objectFlags & kObjDebug) || (IsDebugHeap() && !(objectFlags & kObjPlain));
+  }
+  void* AllocPlainObject(int32_t size, uint32_t objectFlags);
   int32_t FreeObject(void* user);
   int32_t SizeObject(void* user);
   // The word in front of a user pointer (which tells the object's form), or 0 when
@@ -108,6 +114,8 @@ class clsHeapNode {
   // headerHeld: the heap holds the whole header (else it is asked again).
   int32_t FreeDebugObject(uint8_t* user, bool headerHeld);
   int32_t FreePlainObject(uint8_t* user);
+  // Counts the allocation (a failed one too) and tells a failure.
+  void* Counted(uint8_t* user, bool debug, int32_t size);
   void PrintError(const char16_t* method, const void* user, const char16_t* reason, ...);
 };
 

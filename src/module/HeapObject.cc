@@ -149,44 +149,51 @@ void DumpDebugObject(const uint8_t* user, size_t blockSize, bool withStack) {
 
 // The object's stack is captured one frame up: past this function, from its caller.
 ZX_NOINLINE void* clsHeapNode::AllocObject(int32_t size, uint32_t objectFlags, uint32_t tag) {
-  if (IsDebugHeap() && !(objectFlags & kObjPlain)) objectFlags |= kObjDebug;
-  const bool debug = (objectFlags & kObjDebug) != 0;
+  if (!WantsDebugForm(objectFlags)) return AllocPlainObject(size, objectFlags);
   const plat::HeapServices& sys = HeapServices();
   // A negative size goes on as an unsigned 32-bit number.
   const uint64_t n = static_cast<uint32_t>(size);
   uint8_t* user = nullptr;
-  if (debug) {
-    if (size < 0 && IsDebugActive()) {
-      DebugPrint(u"Error: clsHeapNode['%s'/'%s']::AllocObject%s(%d)", module->name, name, u"D", size);
-      PrintRawStack();
-    }
-    auto* block = static_cast<uint8_t*>(sys.alloc(heap, FreeOptions(), n + kDebugOverhead));
-    if (block) {
-      user = block + kDebugHeader;
-      Put32(block, kDebugMagic);
-      Put64(block + kDebugOffHeap, reinterpret_cast<uint64_t>(heap));
-      Put32(block + kDebugOffTick, plat::CoarseTickCount());
-      scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureObjectRecord();
-      Put64(block + kDebugOffStack, reinterpret_cast<uint64_t>(record));
-      Put32(block + kDebugOffTag, tag);
-      Put32(block + kDebugOffSize, static_cast<uint32_t>(size));
-      Put32(block + kDebugOffUserMagic, kDebugUserMagic);
-      Put32(user + n, kFence);
-      bytes = static_cast<int32_t>(static_cast<uint32_t>(bytes) + static_cast<uint32_t>(size));
-      if (objectFlags & kObjZero)
-        std::memset(user, 0, n);
-      else if (objectFlags & kObjFillF5)
-        std::memset(user, kFillNew, n);
-    }
-  } else {
-    const uint32_t zero = (objectFlags & kObjZero) ? plat::kHeapZeroMemory : 0;
-    auto* block = static_cast<uint8_t*>(sys.alloc(heap, FreeOptions() | zero, n + kPlainHeader));
-    if (block) {
-      Put32(block, kPlainMagic);
-      user = block + kPlainHeader;
-      if (!(objectFlags & kObjZero) && (objectFlags & kObjFillF5)) std::memset(user, kFillNew, n);
-    }
+  if (size < 0 && IsDebugActive()) {
+    DebugPrint(u"Error: clsHeapNode['%s'/'%s']::AllocObject%s(%d)", module->name, name, u"D", size);
+    PrintRawStack();
   }
+  auto* block = static_cast<uint8_t*>(sys.alloc(heap, FreeOptions(), n + kDebugOverhead));
+  if (block) {
+    user = block + kDebugHeader;
+    Put32(block, kDebugMagic);
+    Put64(block + kDebugOffHeap, reinterpret_cast<uint64_t>(heap));
+    Put32(block + kDebugOffTick, plat::CoarseTickCount());
+    scStackRecord* record = (objectFlags & kObjNoStack) ? nullptr : CaptureObjectRecord();
+    Put64(block + kDebugOffStack, reinterpret_cast<uint64_t>(record));
+    Put32(block + kDebugOffTag, tag);
+    Put32(block + kDebugOffSize, static_cast<uint32_t>(size));
+    Put32(block + kDebugOffUserMagic, kDebugUserMagic);
+    Put32(user + n, kFence);
+    bytes = static_cast<int32_t>(static_cast<uint32_t>(bytes) + static_cast<uint32_t>(size));
+    if (objectFlags & kObjZero)
+      std::memset(user, 0, n);
+    else if (objectFlags & kObjFillF5)
+      std::memset(user, kFillNew, n);
+  }
+  return Counted(user, true, size);
+}
+
+// Inline into the export's path: a plain object captures no stack.
+inline void* clsHeapNode::AllocPlainObject(int32_t size, uint32_t objectFlags) {
+  const uint64_t n = static_cast<uint32_t>(size);
+  const uint32_t zero = (objectFlags & kObjZero) ? plat::kHeapZeroMemory : 0;
+  auto* block = static_cast<uint8_t*>(HeapServices().alloc(heap, FreeOptions() | zero, n + kPlainHeader));
+  uint8_t* user = nullptr;
+  if (block) {
+    Put32(block, kPlainMagic);
+    user = block + kPlainHeader;
+    if (!(objectFlags & kObjZero) && (objectFlags & kObjFillF5)) std::memset(user, kFillNew, n);
+  }
+  return Counted(user, false, size);
+}
+
+void* clsHeapNode::Counted(uint8_t* user, bool debug, int32_t size) {
   if (!user && IsDebugActive())
     DebugPrint(u"Error: clsHeapNode['%s'/'%s']::AllocObject%s(%d): Out of memory", module->name, name,
                debug ? u"D" : u"ND", size);
@@ -317,6 +324,7 @@ void* HeapObjectAlloc(clsHeapNode* heap, int32_t size, uint32_t flags, uint32_t 
   if (!heap) return AllocUntracked(size, flags);   // the untracked path takes no lock
   JobLockHolder lock;
   if (!clsHeapNode::IsLive(heap)) return nullptr;
+  if (!heap->WantsDebugForm(flags)) return heap->AllocPlainObject(size, flags);
   return heap->AllocObject(size, flags, tag);
 }
 
