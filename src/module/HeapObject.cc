@@ -215,7 +215,7 @@ void clsHeapNode::PrintError(const char16_t* method, const void* user, const cha
   DebugPrint(u"%s", text);
 }
 
-int32_t clsHeapNode::FreeObject(void* userPointer) {
+inline int32_t clsHeapNode::FreeObject(void* userPointer) {
   auto* user = static_cast<uint8_t*>(userPointer);
   // The heap is asked for a debug object's whole header first: one look then serves
   // the word in front and the header both. Memory the heap does not vouch for (a
@@ -274,7 +274,7 @@ int32_t clsHeapNode::FreeDebugObject(uint8_t* user, bool headerHeld) {
   return kRcOk;
 }
 
-int32_t clsHeapNode::FreePlainObject(uint8_t* user) {
+inline int32_t clsHeapNode::FreePlainObject(uint8_t* user) {
   uint8_t* block = user - kPlainHeader;
   const plat::HeapServices& sys = HeapServices();
   if (DebugActiveInline()) {
