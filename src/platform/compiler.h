@@ -1,4 +1,4 @@
-// Compiler attributes and builtins, spelt once for gcc, clang and mingw, the
+// Compiler attributes, builtins and sanitizer checks, spelt once for gcc, clang and mingw, the
 // access to words that another process shares with us, and whether the process
 // has ever had a second thread.
 // Errors: none; everything here is resolved at compile time or is one instruction.
@@ -19,6 +19,19 @@
 #define ZX_NOINLINE
 #define ZX_USED
 #define ZX_PREFETCH(p) ((void)(p))
+#endif
+
+// ZX_ASAN: 1 when the address sanitizer instruments this build (gcc and clang tell
+// it differently).
+#if defined(__SANITIZE_ADDRESS__)
+#define ZX_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZX_ASAN 1
+#endif
+#endif
+#ifndef ZX_ASAN
+#define ZX_ASAN 0
 #endif
 
 #if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 32))

@@ -14,6 +14,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/compiler.h"
+
 namespace plat {
 
 class LockWord;
@@ -71,14 +73,9 @@ bool MemoryReadable(const void* at, size_t n);
 // Reads from memory that the caller may no longer own, such as the prefix of a
 // block that was already freed (a second free is told by what it finds there).
 // The address sanitizer does not see these reads; the memory must be mapped.
-#if defined(__SANITIZE_ADDRESS__)
+#if ZX_ASAN
 #  define ZXUT_PROBE_ATTR inline __attribute__((noinline, no_sanitize("address")))
-#elif defined(__has_feature)
-#  if __has_feature(address_sanitizer)
-#    define ZXUT_PROBE_ATTR inline __attribute__((noinline, no_sanitize("address")))
-#  endif
-#endif
-#ifndef ZXUT_PROBE_ATTR
+#else
 #  define ZXUT_PROBE_ATTR inline
 #endif
 

@@ -13,14 +13,8 @@
 #include "platform/processors.h"
 #include "thread/ThreadBase.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#  define ZX_JOB_POISON 1
-#elif defined(__has_feature)
-#  if __has_feature(address_sanitizer)
-#    define ZX_JOB_POISON 1
-#  endif
-#endif
-#ifdef ZX_JOB_POISON
+#include "platform/compiler.h"
+#if ZX_ASAN
 #  include <sanitizer/asan_interface.h>
 #endif
 
@@ -38,7 +32,7 @@ std::atomic<int32_t> g_liveDispatchers{0};
 // A spare job's memory past its link is out of bounds for the address sanitizer,
 // so that a use of a finished job is still caught.
 void PoisonSpare(void* block, bool poison) {
-#ifdef ZX_JOB_POISON
+#if ZX_ASAN
   char* rest = static_cast<char*>(block) + sizeof(void*);
   const size_t size = sizeof(clsUTThreadedJob) - sizeof(void*);
   if (poison) ASAN_POISON_MEMORY_REGION(rest, size);
@@ -47,6 +41,12 @@ void PoisonSpare(void* block, bool poison) {
   (void)block;
   (void)poison;
 #endif
+}
+
+void FreeSpare(void* block) {
+  if (!block) return;
+  PoisonSpare(block, false);
+  ::operator delete(block);
 }
 
 // Dispatchers that Close had to leave alive because a job never came back. They
@@ -105,14 +105,10 @@ clsThreadedJobDispatcher::~clsThreadedJobDispatcher() {
       while (clsUTThreadedJob* job = list->pop()) delete job;
     while (SpareBlock* block = m_pSpares) {
       m_pSpares = block->next;
-      PoisonSpare(block, false);
-      ::operator delete(block);
+      FreeSpare(block);
     }
   }
-  if (void* block = m_pNextBlock.exchange(nullptr)) {
-    PoisonSpare(block, false);
-    ::operator delete(block);
-  }
+  FreeSpare(m_pNextBlock.exchange(nullptr));
   g_liveDispatchers.fetch_sub(1);
 }
 
