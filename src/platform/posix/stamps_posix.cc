@@ -21,12 +21,17 @@ ClockFn ResolveClock() {
   return &clock_gettime;
 }
 
+// Resolved while the library loads: a first look-up inside a heap call would take the
+// loader's lock under the job lock, while a library being loaded may hold the
+// loader's lock and wait for the job lock. Null until then (the wrapper serves).
+const ClockFn g_readClock = ResolveClock();
+
 }  // namespace
 
 uint32_t CoarseTickCount() {
-  static const ClockFn readClock = ResolveClock();
   timespec ts{};
-  if (readClock(CLOCK_MONOTONIC_COARSE, &ts) != 0) clock_gettime(CLOCK_MONOTONIC_COARSE, &ts);
+  const ClockFn readClock = g_readClock;
+  if (!readClock || readClock(CLOCK_MONOTONIC_COARSE, &ts) != 0) clock_gettime(CLOCK_MONOTONIC_COARSE, &ts);
   return static_cast<uint32_t>(static_cast<uint64_t>(ts.tv_sec) * 1000u +
                                static_cast<uint64_t>(ts.tv_nsec) / 1000000u);
 }
