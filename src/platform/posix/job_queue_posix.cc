@@ -52,10 +52,12 @@ int JobQueue::Get(void** item, uint32_t timeoutMs) {
   if (q->items.empty()) {
     if (timeoutMs == 0) return 0;   // a look, which neither waits nor counts as a waiter
     ++q->waiting;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    const bool forever = timeoutMs == kQueueWaitInfinite;
+    const auto deadline = forever ? std::chrono::steady_clock::time_point::max()
+                                  : std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     bool late = false;
     while (q->items.empty() && !late) {
-      if (timeoutMs == kQueueWaitInfinite)
+      if (forever)
         q->ready.wait(guard);
       else
         late = q->ready.wait_until(guard, deadline) == std::cv_status::timeout;
